@@ -1,0 +1,1 @@
+# install rules and the CMake package

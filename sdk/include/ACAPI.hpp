@@ -1,0 +1,184 @@
+// The host's add-on interface: records and ACAPI_ calls. Every call is served by the host through
+// the host table; before the table has arrived every call answers APIERR_GENERAL (or a neutral value).
+#pragma once
+
+#include "BM.hpp"
+#include "GSRoot.hpp"
+#include "GSUniString.hpp"
+#include "IO.hpp"
+
+// ---- environment and registration --------------------------------------------------------
+
+enum API_ServerApplicationTypeID : Int32 {
+    APIAppl_MainID = 0,      // the main application: the only host in which add-ons register
+    APIAppl_PlotterID = 1,
+    APIAppl_ServerID = 2
+};
+
+struct API_ServerInfo {
+    Int32 serverApplication = 0; // kind of server application, 0 = the main one
+    Int32 mainVersion = 0;
+    Int32 releaseVersion = 0;
+    Int32 buildNum = 0;
+    Int32 platform = 0;          // 1 = the reference desktop platform
+};
+
+struct API_AddOnInfo {
+    GS::UniString name;
+    GS::UniString description;
+};
+
+struct API_EnvirParams {
+    API_ServerInfo serverInfo;
+    API_AddOnInfo addOnInfo;
+};
+
+struct API_ServerApplicationInfo {
+    Int32 serverApplication = 0;
+    Int32 mainVersion = 0;
+    Int32 releaseVersion = 0;
+    Int32 buildNum = 0;
+    Int32 platform = 0;
+};
+
+enum API_AddonType : Int32 { APIAddon_DontRegister = 0, APIAddon_Normal = 1, APIAddon_Preload = 2 };
+
+enum APIMenuCodeID : Int32 {
+    MenuCode_UserDef = 0,
+    MenuCode_Tools = 13 // the host's add-on menu area
+};
+
+struct API_MenuItemRef {
+    short menuResID = 0;
+    Int32 itemIndex = 0; // 1-based
+};
+
+struct API_MenuParams {
+    API_MenuItemRef menuItemRef;
+};
+
+// Menu item flags (ACAPI_Interface 'GMIF' / 'SMIF').
+constexpr GSFlags API_MenuItemDisabled = 0x00000001;
+constexpr GSFlags API_MenuItemChecked = 0x00000002;
+
+struct API_ModulID {
+    UInt32 developerID = 0;
+    UInt32 localID = 0;
+};
+
+struct API_Guid {
+    UInt64 time_low = 0;
+    UInt64 rest = 0;
+};
+inline constexpr API_Guid APINULLGuid{};
+
+using APIMenuCommandProc = GSErrCode(const API_MenuParams* menuParams);
+using APIModulCommandProc = GSErrCode(GSHandle params, GSPtr resultData, bool silentMode);
+using APIPaletteControlCallBackProc = GSErrCode(Int32 referenceID, Int32 messageID, GS::IntPtr param);
+
+GSErrCode ACAPI_GetReleaseNumber(API_ServerApplicationInfo* serverApplicationInfo);
+GSErrCode ACAPI_GetOwnLocation(IO::Location* ownFileLocation); // the add-on's shared library file
+void ACAPI_KeepInMemory(bool keepInMemory);
+
+GSErrCode ACAPI_Register_Menu(short menuStrResID, short promptStrResID, APIMenuCodeID menuPosCode,
+                              GSFlags menuFlags);
+GSErrCode ACAPI_Register_BuiltInLibrary();
+GSErrCode ACAPI_Register_SupportedService(GSType cmdID, Int32 cmdVersion);
+GSErrCode ACAPI_Install_MenuHandler(short menuStrResID, APIMenuCommandProc* handlerProc);
+GSErrCode ACAPI_Install_ModulCommandHandler(GSType cmdID, Int32 cmdVersion, APIModulCommandProc* handlerProc);
+
+// Module commands between loaded add-ons. Test answers NoError when an add-on with that module
+// identifier serves cmdID in that version.
+GSErrCode ACAPI_Command_Test(const API_ModulID* mdid, GSType cmdID, Int32 cmdVersion);
+GSErrCode ACAPI_Command_Call(const API_ModulID* mdid, GSType cmdID, Int32 cmdVersion, GSHandle params,
+                             GSPtr resultData, bool silentMode);
+// The module identifier the host gave this add-on (from its bundle).
+GSErrCode ACAPI_GetOwnModulID(API_ModulID* mdid);
+
+GSErrCode ACAPI_RegisterModelessWindow(Int32 referenceID, APIPaletteControlCallBackProc* callBackProc,
+                                       GSFlags controlFlags, const API_Guid& paletteGuid = APINULLGuid);
+GSErrCode ACAPI_UnregisterModelessWindow(Int32 referenceID);
+
+// ---- resources --------------------------------------------------------------------------
+
+// Switches the current resource module to this add-on's own and returns the previous one.
+GSResModule ACAPI_UseOwnResModule();
+void ACAPI_ResetResModule(GSResModule previous);
+GSResModule ACAPI_GetOwnResModule();
+// String `index` (1-based) of the string-list resource resID in the current resource module.
+bool ACAPI_Resource_GetLocUStr(GS::UniString* result, short resID, short index);
+// The same string as 8-bit text (Enc_System), cut to fit size bytes with its terminator.
+bool ACAPI_Resource_GetFixStr(char* result, UInt32 size, short resID, short index);
+
+// ---- interface and environment services -----------------------------------------------
+
+using API_InterfaceID = GSType;
+using API_EnvironmentID = GSType;
+
+constexpr API_InterfaceID APIIo_GetMenuItemFlagsID = GS::FourCC("GMIF"); // par1 API_MenuItemRef*, par2 GSFlags*
+constexpr API_InterfaceID APIIo_SetMenuItemFlagsID = GS::FourCC("SMIF"); // par1 API_MenuItemRef*, par2 GSFlags*
+
+GSErrCode ACAPI_Interface(API_InterfaceID code, void* par1 = nullptr, void* par2 = nullptr);
+
+constexpr API_EnvironmentID APIEnv_GetLibrariesID = GS::FourCC("GLIB");   // par1 API_LibraryList*
+constexpr API_EnvironmentID APIEnv_AddLibrariesID = GS::FourCC("ALIB");   // par1 IO::Location* (a folder)
+constexpr API_EnvironmentID APIEnv_ProjectID = GS::FourCC("PROJ");        // par1 API_ProjectInfo*
+constexpr API_EnvironmentID APIEnv_GetRenderingSetsID = GS::FourCC("GREN"); // par1 API_RenderingSets*
+constexpr API_EnvironmentID APIEnv_ChangeRenderingSetsID = GS::FourCC("CREN"); // par1 API_RenderingSets*
+
+GSErrCode ACAPI_Environment(API_EnvironmentID code, void* par1 = nullptr, void* par2 = nullptr);
+
+// 'GLIB': the host fills count, the position number and a handle of count IO::Location* that the
+// caller owns (delete each location, then BMKillHandle the handle).
+struct API_LibraryList {
+    Int32 count = 0;
+    Int32 specialIndex = 0;  // 1-based position of the library the host names (its active one); 0 none
+    GSHandle locations = nullptr;
+};
+
+// 'PROJ': untitled or the project file's location; both locations are the caller's to delete.
+struct API_ProjectInfo {
+    bool untitled = true;
+    bool teamwork = false;
+    IO::Location* location = nullptr;
+    IO::Location* location_team = nullptr;
+    GS::UniString projectName;
+};
+
+// 'GREN' / 'CREN'
+struct API_RenderingSets {
+    Int32 currentEngine = 0; // 1-based engine number, 0 when none is chosen
+    Int32 engineCount = 0;
+};
+
+// Rendering engines: count, and the menu text of engine number (1-based) into buffer (at most
+// size bytes with its terminator, Enc_System). Answers false for an unknown number.
+Int32 EXPGetRendNum();
+bool EXPGetRendMenuStr(Int32 engineNumber, char* buffer, UInt32 size = 256);
+
+// ---- library parts ------------------------------------------------------------------------
+
+enum API_LibTypeID : Int32 {
+    API_ZombieLibID = 0,
+    APISpec_WindowID = 1,
+    APISpec_DoorID = 2,
+    API_ObjectID = 3,
+    API_LampID = 4,
+    API_LabelID = 5,
+    API_MacroID = 6,
+    API_PictureID = 7,
+    API_ListSchemeID = 8,
+    API_SkylightID = 9
+};
+
+struct API_LibPart {
+    API_LibTypeID typeID = API_ZombieLibID;
+    Int32 index = 0;
+    GS::uchar_t docu_UName[256] = {}; // the part's name, zero-ended UTF-16
+    bool missingDef = false;          // the host knows the name, the definition is missing
+    bool isPlaceable = true;
+    IO::Location* location = nullptr; // filled on success; the caller deletes it
+};
+
+GSErrCode ACAPI_LibPart_Search(API_LibPart* ancestor, bool createIfMissing, bool onlyPlaceable);
+GSErrCode ACAPI_LibPart_Get(API_LibPart* libPart);

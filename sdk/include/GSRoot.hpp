@@ -1,0 +1,48 @@
+// Basic types of the host interface, shared by every sdk header.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+using Int8 = std::int8_t;
+using UInt8 = std::uint8_t;
+using Int16 = std::int16_t;
+using UInt16 = std::uint16_t;
+using Int32 = std::int32_t;
+using UInt32 = std::uint32_t;
+using Int64 = std::int64_t;
+using UInt64 = std::uint64_t;
+using USize = std::size_t;
+
+using GSErrCode = Int32;   // 0 is success; host errors are negative 32-bit values
+using GSType = UInt32;     // four-character code, first character in the high byte
+using GSFlags = UInt32;
+using GSSize = Int64;
+using GSPtr = char*;
+using GSConstPtr = const char*;
+using GSResModule = Int32; // identifies one bundle's resource module inside the host
+
+constexpr GSErrCode NoError = 0;
+
+namespace GS {
+using IntPtr = long long;
+using uchar_t = unsigned short; // one UTF-16 code unit
+
+// 'ABCD' spelled as a constexpr so that no multi-character literal is needed.
+constexpr GSType FourCC(const char (&code)[5])
+{
+    return (GSType(UInt8(code[0])) << 24) | (GSType(UInt8(code[1])) << 16) |
+           (GSType(UInt8(code[2])) << 8) | GSType(UInt8(code[3]));
+}
+} // namespace GS
+
+// Host error codes handed to add-ons (negative 32-bit values, compared exactly).
+constexpr GSErrCode HostErr(UInt32 code) { return static_cast<GSErrCode>(code); }
+constexpr GSErrCode APIERR_GENERAL = HostErr(0x81060001u);     // also: the host table has not arrived
+constexpr GSErrCode APIERR_BADPARS = HostErr(0x81060002u);     // a null or malformed argument
+constexpr GSErrCode APIERR_BADID = HostErr(0x81060003u);       // unknown resource, menu, dialog or item
+constexpr GSErrCode APIERR_MODULNOTINSTALLED = HostErr(0x81060004u); // no add-on serves that module command
+constexpr GSErrCode APIERR_MODULCMDNOTSUPPORTED = HostErr(0x81060005u);
+constexpr GSErrCode APIERR_NOTSUPPORTED = HostErr(0x81060006u); // a host service this host does not offer
+constexpr GSErrCode APIERR_CANCEL = HostErr(0x81060007u);
+constexpr GSErrCode APIERR_MISSINGDEF = GSErrCode(-7003);      // library part known by name, definition missing

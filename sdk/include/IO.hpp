@@ -1,0 +1,126 @@
+// The host's file system as an add-on sees it. Every call is served by the host (through the
+// host table), so that the host can place special folders and inject failures in tests.
+#pragma once
+
+#include "GSRoot.hpp"
+#include "GSUniString.hpp"
+
+namespace IO {
+
+// Host file errors (compared as exact 32-bit values by the framework).
+constexpr GSErrCode Error = HostErr(0x81000100u);            // any other failure of the file layer
+constexpr GSErrCode FileNotFound = HostErr(0x81010100u);     // entry does not exist (not-found treatment Fail)
+constexpr GSErrCode AccessDenied = HostErr(0x81010102u);     // permission refused by the system
+constexpr GSErrCode DiskFull = HostErr(0x81010103u);         // no room left on the device
+constexpr GSErrCode BadLocation = HostErr(0x81010104u);      // empty or malformed location
+constexpr GSErrCode NotOpen = HostErr(0x81010105u);          // read, write or seek on a file that is not open
+constexpr GSErrCode EndOfFile = HostErr(0x81010106u);        // read past the end of the data
+constexpr GSErrCode NameNotFound = HostErr(0x81010107u);     // no entry of that name in the folder
+constexpr GSErrCode NotAFolder = HostErr(0x81010108u);       // the location names a file where a folder is needed
+
+// One name of a path (no "/" inside).
+class Name {
+public:
+    Name() = default;
+    explicit Name(const GS::UniString& text) : text_(text) {}
+    const GS::UniString& ToUniString() const { return text_; }
+    bool IsEmpty() const { return text_.IsEmpty(); }
+
+private:
+    GS::UniString text_;
+};
+
+// A location: one absolute path, "/" between names.
+class Location {
+public:
+    Location() = default;
+    explicit Location(const GS::UniString& path) : path_(path) {}
+
+    // The host's own path form; fails on an empty location.
+    GSErrCode ToPath(GS::UniString* result) const;
+    // UTF-8 POSIX path into buffer (terminated). When bufferSize is too small the call fails with
+    // Error and *needed (when given) tells the size to retry with.
+    GSErrCode ToUTF8POSIXPath(char* buffer, UInt32 bufferSize, UInt32* needed = nullptr) const;
+
+    GSErrCode AppendToLocal(const Name& name);
+    // Cuts the last name off; the location becomes its parent folder.
+    GSErrCode MoveLastLocalName(Name* lastName = nullptr);
+    GSErrCode GetLastLocalName(Name* lastName) const;
+    bool IsEmpty() const { return path_.IsEmpty(); }
+
+    bool operator==(const Location& other) const { return path_ == other.path_; }
+
+private:
+    GS::UniString path_;
+};
+
+// A folder opened through the host.
+class Folder {
+public:
+    enum OnNotFound { Fail = 0, Create = 1 };
+    enum EntryType { File = 0, Directory = 1, Link = 2, UnknownEntry = 3 };
+    enum DataSafety { NormalSafety = 0 };
+    enum AccessDeniedTreatment { ReturnErrorOnDenied = 2 };
+
+    // Called for every entry; answering false ends the enumeration.
+    using EnumCallback = bool (*)(const Folder& folder, const Name& entryName, bool isFolder, void* userData);
+
+    Folder(const Location& location, OnNotFound onNotFound = Fail);
+    GSErrCode GetStatus() const { return status_; }
+    GSErrCode GetLocation(Location* result) const;
+    GSErrCode GetType(const Name& entryName, EntryType* type) const;
+    GSErrCode Delete(const Name& entryName, DataSafety safety = NormalSafety,
+                     AccessDeniedTreatment treatment = ReturnErrorOnDenied);
+    // Entries in name order; an error from the host or a callback answering false is reported.
+    GSErrCode Enumerate(EnumCallback callback, void* userData) const;
+
+private:
+    Location location_;
+    GSErrCode status_ = NoError;
+};
+
+// A file opened through the host. Owns a host file handle while open.
+class File {
+public:
+    enum OnNotFound { Fail = 0, Create = 1 };
+    enum OpenMode { ReadMode = 0, ReadWriteMode = 1, WriteEmptyMode = 2, ReadWriteEmptyMode = 3, AppendMode = 4 };
+    enum AccessDeniedTreatment { ReturnErrorOnDenied = 2 };
+
+    File(const Location& location, OnNotFound onNotFound = Fail);
+    ~File();
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
+
+    GSErrCode GetStatus() const { return status_; }
+    GSErrCode Open(OpenMode mode, AccessDeniedTreatment treatment = ReturnErrorOnDenied);
+    GSErrCode Close();
+    bool IsOpen() const { return handle_ != 0; }
+    GSErrCode GetDataLength(UInt32* length) const;
+    GSErrCode GetDataLength(UInt64* length) const;
+    GSErrCode SeekTo(UInt64 position);
+    GSErrCode ReadBin(char* buffer, UInt64 count, UInt64* read = nullptr);
+    GSErrCode WriteBin(const char* data, UInt64 count, UInt64* written = nullptr);
+    // Clears the error state after a failed operation so that the file can be closed cleanly.
+    void ResetErrorStatus();
+
+private:
+    Location location_;
+    GSErrCode status_ = NoError;
+    Int64 handle_ = 0;   // the host's open-file handle, 0 when closed
+};
+
+class FileSystem {
+public:
+    enum SpecialFolderID : Int32 {
+        UserDocuments = 1,
+        TemporaryFolder = 7,
+        ApplicationFolder = 10,
+        FrameworkFolder = 13 // where the maker's add-ons keep settings and communication files
+    };
+    static GSErrCode GetSpecialLocation(Int32 folderID, Location* result);
+    // Moves source over target in one step (both in the same folder): target is either the old
+    // file or the new one, never half of either. Used to replace files atomically.
+    static GSErrCode MoveOver(const Location& source, const Location& target);
+};
+
+} // namespace IO
