@@ -1,0 +1,224 @@
+// Whole-file operations and the owner of one open host file.
+#include "KF/KF_File.hpp"
+
+namespace {
+
+constexpr IO::File::AccessDeniedTreatment kDeniedTreatment = IO::File::ReturnErrorOnDenied;
+
+// Result number of an open or construction code: mapped when negative, 6 when positive.
+std::int32_t OpenResult(GSErrCode err)
+{
+    return err > 0 ? 6 : KF_File::MapHostError(err);
+}
+
+// Closes (the close's own answer is ignored), closes again if still open, deletes.
+void Dispose(IO::File* file)
+{
+    if (file == nullptr) {
+        return;
+    }
+    file->Close();
+    if (file->IsOpen()) {
+        file->Close();
+    }
+    delete file;
+}
+
+// True when the file exists: a temporary host file that must not create anything.
+bool Probe(KF_Location const& location)
+{
+    IO::File const probe(static_cast<IO::Location>(location), IO::File::Fail);
+    return probe.GetStatus() == NoError;
+}
+
+} // namespace
+
+KF_File::~KF_File()
+{
+    if (file != nullptr) {
+        if (file->IsOpen()) {
+            file->Close();
+        }
+        delete file;
+        file = nullptr;
+    }
+}
+
+std::int32_t KF_File::MapHostError(GSErrCode err)
+{
+    switch (err) {
+    case NoError:
+        return 0;
+    case IO::AccessDenied:
+        return 2;
+    case IO::FileNotFound:
+        return 3;
+    case IO::DiskFull:
+        return 4;
+    case IO::Error:
+        return 5;
+    default:
+        return 6;
+    }
+}
+
+std::int32_t KF_File::Open(KF_Location const& location, KF_File_OpenMode const& mode)
+{
+    delete file;
+    file = nullptr;
+    IO::File::OnNotFound const onNotFound = mode == KF_File_Read ? IO::File::Fail : IO::File::Create;
+    file = new IO::File(static_cast<IO::Location>(location), onNotFound);
+    if (GSErrCode const status = file->GetStatus(); status != NoError) {
+        return OpenResult(status);
+    }
+    if (static_cast<std::int32_t>(mode) < 0 || static_cast<std::int32_t>(mode) > 4) {
+        return 6;
+    }
+    return OpenResult(file->Open(static_cast<IO::File::OpenMode>(mode), kDeniedTreatment));
+}
+
+std::int32_t KF_File::WriteFullText(KF_String const& text, KF_String::Encoding encoding, bool writeBOM,
+                                    unsigned long* bytesWritten)
+{
+    unsigned long written = 0;
+    if (writeBOM) {
+        KF_CString const bom = KF_String::GetBOM(encoding);
+        if (bom.bytes != nullptr && bom.length > 0) {
+            if (file == nullptr) {
+                return 1;
+            }
+            UInt64 done = 0;
+            if (GSErrCode const err = file->WriteBin(bom.bytes, bom.length, &done); err != NoError) {
+                file->ResetErrorStatus();
+                return MapHostError(err);
+            }
+            written = static_cast<unsigned long>(done);
+        }
+    }
+    if (bytesWritten != nullptr) {
+        *bytesWritten = written;
+    }
+
+    KF_CString const converted = text.ToCStr(encoding);
+    unsigned long count = converted.bytes != nullptr ? converted.length : 0;
+    // Every trailing zero byte goes, the terminator and any zero high byte of a last character alike.
+    while (count > 0 && converted.bytes[count - 1] == '\0') {
+        --count;
+    }
+    if (file == nullptr) {
+        return 1;
+    }
+    UInt64 done = 0;
+    if (GSErrCode const err = file->WriteBin(converted.bytes, count, &done); err != NoError) {
+        file->ResetErrorStatus();
+        return MapHostError(err);
+    }
+    if (bytesWritten != nullptr) {
+        *bytesWritten += static_cast<unsigned long>(done);
+    }
+    return 0;
+}
+
+bool KF_File::Delete(KF_Location const& location)
+{
+    IO::Location parent = static_cast<IO::Location>(location);
+    IO::Name lastName;
+    if (parent.MoveLastLocalName(&lastName) != NoError) {
+        return false;
+    }
+    IO::Folder folder(parent, IO::Folder::Fail);
+    return folder.Delete(lastName, IO::Folder::NormalSafety, IO::Folder::ReturnErrorOnDenied) == NoError;
+}
+
+std::int32_t KF_File::WriteBin(KF_Location const& location, char const* data, long length, bool append,
+                               bool create)
+{
+    if (length < 0 || (data == nullptr && length > 0)) {
+        return 6;
+    }
+    if (!create && !Probe(location)) {
+        return 6;
+    }
+    auto* const host = new IO::File(static_cast<IO::Location>(location), IO::File::Create);
+    std::int32_t result = 0;
+    if (GSErrCode const status = host->GetStatus(); status != NoError) {
+        result = OpenResult(status);
+    } else if (GSErrCode const err = host->Open(append ? IO::File::AppendMode : IO::File::WriteEmptyMode,
+                                                kDeniedTreatment);
+               err != NoError) {
+        result = OpenResult(err);
+    } else if (GSErrCode const werr = host->WriteBin(data, static_cast<UInt64>(length)); werr != NoError) {
+        host->ResetErrorStatus();
+        result = MapHostError(werr);
+    }
+    Dispose(host);
+    return result;
+}
+
+std::int32_t KF_File::ReadBin(KF_Location const& location, char* buffer, unsigned long* size, bool* exists,
+                              unsigned long const& startPosition)
+{
+    if (!Probe(location)) {
+        if (exists != nullptr) {
+            *exists = false;
+        }
+        return 0;
+    }
+    if (exists != nullptr) {
+        *exists = true;
+    }
+    auto* const host = new IO::File(static_cast<IO::Location>(location), IO::File::Create);
+    if (GSErrCode const err = host->Open(IO::File::ReadMode, kDeniedTreatment); err != NoError) {
+        Dispose(host);
+        return OpenResult(err);
+    }
+
+    // A failure while sizing, seeking or reading only skips what follows; the close decides.
+    unsigned long count = size != nullptr ? *size : 0;
+    bool ok = true;
+    if (count == 0) {
+        UInt32 length32 = 0;
+        ok = host->GetDataLength(&length32) == NoError;
+        count = length32;
+    }
+    ok = ok && host->SeekTo(startPosition) == NoError;
+    UInt64 request = count;
+    if (ok && count == 0) {
+        UInt64 length64 = 0;
+        ok = host->GetDataLength(&length64) == NoError;
+        request = length64;
+    }
+    if (ok && buffer == nullptr && request > 0) {
+        ok = false;
+    }
+    if (ok && host->ReadBin(buffer, request) == NoError && size != nullptr) {
+        *size = count;
+    }
+
+    GSErrCode const closeErr = host->Close();
+    if (host->IsOpen()) {
+        host->Close();
+    }
+    delete host;
+    return OpenResult(closeErr);
+}
+
+std::int32_t KF_File::WriteFullText(KF_Location const& location, KF_String const& text,
+                                    KF_String::Encoding encoding, bool writeBOM, bool append)
+{
+    auto* const host = new IO::File(static_cast<IO::Location>(location), IO::File::Create);
+    std::int32_t result = 0;
+    if (GSErrCode const status = host->GetStatus(); status != NoError) {
+        result = OpenResult(status);
+    } else if (GSErrCode const err = host->Open(append ? IO::File::AppendMode : IO::File::WriteEmptyMode,
+                                                kDeniedTreatment);
+               err != NoError) {
+        result = OpenResult(err);
+    } else {
+        KF_File writer(host);
+        result = writer.WriteFullText(text, encoding, writeBOM, nullptr);
+        writer.file = nullptr; // disposed below, closed and deleted like every whole-file operation
+    }
+    Dispose(host);
+    return result;
+}

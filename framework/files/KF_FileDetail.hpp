@@ -1,0 +1,29 @@
+// Framework-internal file helpers with bounds and atomic replacement; used by the settings and
+// communication files.
+#pragma once
+
+#include "KF/KF_File.hpp"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace detail {
+
+// Result number (beside the shared table) for a file at least as long as the caller allows.
+constexpr std::int32_t kFileTooLarge = 7;
+
+// Reads the whole file into out, refusing files of limit bytes or more (kFileTooLarge) before a
+// byte is read. A missing file gives 0 with exists false and out empty. Unlike ReadBin, a failed
+// length query or read is reported, so that a read error never looks like an empty file.
+std::int32_t KF_File_ReadWhole(KF_Location const& location, std::size_t limit, std::string& out, bool& exists);
+
+// Replaces the file by data in one step: the bytes go to a temporary file beside it, which is then
+// moved over the old one. On any failure the old file is left as it was and the temporary file is
+// removed. Result number of the shared table.
+std::int32_t KF_File_ReplaceWhole(KF_Location const& location, char const* data, std::size_t length);
+
+// The temporary file's location used by KF_File_ReplaceWhole for location.
+KF_Location KF_File_ReplacementLocation(KF_Location const& location);
+
+} // namespace detail

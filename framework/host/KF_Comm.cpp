@@ -1,0 +1,121 @@
+// Communication files of the maker's add-ons and the suite's presence.
+#include "KF/KF_Comm.hpp"
+
+#include "../files/KF_FileDetail.hpp"
+#include "../settings/KF_SettingsFormat.hpp"
+#include "KF_CommDetail.hpp"
+#include "ACAPI.hpp"
+#include "KF/KF_AddonConstants.hpp"
+#include "KF/KF_AddonSettings.hpp"
+#include "KF/KF_File.hpp"
+
+#include <string>
+
+namespace {
+
+long RunningHostVersion()
+{
+    API_ServerApplicationInfo info{};
+    ACAPI_GetReleaseNumber(&info);
+    return info.mainVersion;
+}
+
+bool FrameworkFolder(KF_Location& folder)
+{
+    IO::Location host;
+    if (IO::FileSystem::GetSpecialLocation(IO::FileSystem::FrameworkFolder, &host) != NoError) {
+        return false;
+    }
+    folder.Set(host);
+    return true;
+}
+
+bool FileInFrameworkFolder(KF_String const& name, KF_Location& location)
+{
+    KF_Location folder;
+    if (!FrameworkFolder(folder)) {
+        return false;
+    }
+    location.path = folder.path + "/" + name;
+    return true;
+}
+
+KF_String VersionText(long const& version)
+{
+    return KF_String::LongToString(version, 0);
+}
+
+} // namespace
+
+bool KF_Comm::AddOnFileLocation(long const& version, KF_Location& location)
+{
+    return FileInFrameworkFolder(
+        KF_String(sett_ADDON_SETTINGS_FILE_NAME, KF_String::Enc_System) + "_" + VersionText(version) + ".sui",
+        location);
+}
+
+bool KF_Comm::SuiteFileLocation(long const& version, KF_Location& location)
+{
+    return FileInFrameworkFolder(KF_String("Tavolo_AC", KF_String::Enc_System) + VersionText(version) + ".sui",
+                                 location);
+}
+
+bool KF_Comm::AddOnFileWrite(bool suiteLoaded)
+{
+    KF_Location location;
+    if (!AddOnFileLocation(RunningHostVersion(), location)) {
+        return false;
+    }
+    std::string const text = detail::KF_Comm_BuildMessage(suiteLoaded);
+    // Replaced whole in one step, so that a reader never meets half a file.
+    return detail::KF_File_ReplaceWhole(location, text.data(), text.size()) == 0;
+}
+
+bool KF_Comm::AddOnFileRead()
+{
+    KF_Location location;
+    if (!AddOnFileLocation(RunningHostVersion(), location)) {
+        return false;
+    }
+    std::string bytes;
+    bool exists = false;
+    if (detail::KF_File_ReadWhole(location, detail::kSettingsBufferSize, bytes, exists) != 0) {
+        return false;
+    }
+    return detail::KF_Comm_ReadMessage(bytes.data(), bytes.size());
+}
+
+void KF_Comm::AddOnsFileDelete()
+{
+    KF_Location folder;
+    if (!FrameworkFolder(folder)) {
+        return;
+    }
+    KF_String const ending = KF_String("_", KF_String::Enc_System) + VersionText(RunningHostVersion()) + ".sui";
+    KF_List<KF_Location> files;
+    folder.GetFilesInFolder(nullptr, false, &files);
+    for (long i = 0; i < files.count; ++i) {
+        KF_String const& path = files[i].path;
+        unsigned int const slash = path.LastIndexOf('/');
+        KF_String const name = slash == KF_String::NotFound ? path : path.Substring(slash + 1);
+        if (name.EndsWith(ending)) {
+            KF_File::Delete(files[i]);
+        }
+    }
+}
+
+bool KF_Comm::SuiteIsLoaded(bool& answered)
+{
+    API_ModulID const suite{SuiteDeveloperID, SuiteLocalID};
+    if (ACAPI_Command_Test(&suite, SuiteCommand, 0) == NoError) {
+        answered = true;
+        return true;
+    }
+    answered = false;
+    KF_Location location;
+    if (!SuiteFileLocation(RunningHostVersion(), location)) {
+        return false;
+    }
+    IO::File const probe(static_cast<IO::Location>(location), IO::File::Fail);
+    return probe.GetStatus() == NoError;
+}

@@ -1,0 +1,44 @@
+// The open-file dialog, by a list of file types or by one type described on the spot.
+#include "KF/KF_Dialog.hpp"
+
+#include "ACAPI.hpp"
+#include "DG.hpp"
+
+bool KF_Dialog::OpenFile(KF_Location& file, KF_Location const* startFolder, KF_String const& title,
+                         KF_List<FTM::GeneralID>* types, long* chosenType)
+{
+    GSResModule const previous = ACAPI_UseOwnResModule();
+    DG::FileDialog dialog(DG::FileDialog::OpenFile);
+    if (types != nullptr) {
+        for (long i = 0; i < types->count; ++i) {
+            dialog.AddFilter((*types)[i], DG::FileDialog::NoExtensionOption);
+        }
+    }
+    if (!title.IsNullOrEmpty()) {
+        dialog.SetTitle(GS::UniString(title.Units(), title.GetLength()));
+    }
+    if (startFolder != nullptr) {
+        dialog.SetFolder(static_cast<IO::Location>(*startFolder));
+    }
+    if (!dialog.Invoke()) {
+        ACAPI_ResetResModule(previous);
+        return false;
+    }
+    file.Set(dialog.GetSelectedFile(0));
+    if (chosenType != nullptr) {
+        *chosenType = static_cast<long>(dialog.GetSelectedFilter());
+    }
+    ACAPI_ResetResModule(previous);
+    return true;
+}
+
+bool KF_Dialog::OpenFile(KF_Location& file, char const* typeDescription, char const* extension, long typeCode,
+                         KF_String const& title, KF_Location const* startFolder)
+{
+    FTM::FileTypeManager manager("Module");
+    FTM::FileType const type(typeDescription, extension, GS::FourCC("GSAC"), static_cast<GSType>(typeCode), 145,
+                             nullptr, nullptr, true);
+    KF_List<FTM::GeneralID> types;
+    types.AddData(manager.AddType(type, FTM::RootGroup), -1);
+    return OpenFile(file, startFolder, title, &types, nullptr);
+}

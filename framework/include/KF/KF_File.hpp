@@ -1,0 +1,57 @@
+// KF_File: whole-file operations through the host's file system, and a small owner of one open
+// host file for callers that work in several steps.
+//
+// Result numbers shared by every operation that returns one:
+//   0 success, 1 no host file held (text writing), 2 access denied, 3 file not found,
+//   4 disk full, 5 other host file error, 6 any other failure.
+#pragma once
+
+#include "IO.hpp"
+#include "KF/KF_Location.hpp"
+#include "KF/KF_String.hpp"
+
+#include <cstdint>
+
+// Passed to the host's open call unchanged.
+enum KF_File_OpenMode : std::int32_t {
+    KF_File_Read = 0,
+    KF_File_ReadWrite = 1,
+    KF_File_WriteEmpty = 2,
+    KF_File_ReadWriteEmpty = 3,
+    KF_File_Append = 4
+};
+
+class KF_File {
+public:
+    // The held host file (heap), or null. Callers that used Open read and write through it.
+    IO::File* file = nullptr;
+
+    KF_File() = default;
+    // Takes over a host file created with new (may be null).
+    explicit KF_File(IO::File* hostFile) : file(hostFile) {}
+    KF_File(KF_File const&) = delete;
+    KF_File& operator=(KF_File const&) = delete;
+    // Closes the held file when the host says it is open, then deletes it.
+    ~KF_File();
+
+    // Result number of a host file error code (0 for NoError).
+    static std::int32_t MapHostError(GSErrCode err);
+
+    std::int32_t Open(KF_Location const& location, KF_File_OpenMode const& mode);
+    // Writes text (without its terminating zero bytes) to the open file, after its byte-order
+    // mark when writeBOM is set. bytesWritten (may be null) receives the bytes written.
+    std::int32_t WriteFullText(KF_String const& text, KF_String::Encoding encoding, bool writeBOM,
+                               unsigned long* bytesWritten);
+
+    // True when the entry (file or folder) is gone.
+    static bool Delete(KF_Location const& location);
+    // With create false a missing file is not created (result 6).
+    static std::int32_t WriteBin(KF_Location const& location, char const* data, long length, bool append,
+                                 bool create);
+    // A missing file gives 0 with *exists false. *size 0 reads the whole file, which buffer must
+    // hold; otherwise *size bytes from startPosition. On success *size is the count read.
+    static std::int32_t ReadBin(KF_Location const& location, char* buffer, unsigned long* size, bool* exists,
+                                unsigned long const& startPosition);
+    static std::int32_t WriteFullText(KF_Location const& location, KF_String const& text,
+                                      KF_String::Encoding encoding, bool writeBOM, bool append);
+};

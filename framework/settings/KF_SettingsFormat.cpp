@@ -1,0 +1,153 @@
+// The settings line format. Bytes past the end read as the two terminating zeros of the file
+// buffer, without any being stored.
+#include "KF_SettingsFormat.hpp"
+
+#include "KF/KF_AddonSettings.hpp"
+
+KF_Setting::KF_Setting() : name("", KF_String::Enc_System), value("", KF_String::Enc_System)
+{
+}
+
+KF_Setting::KF_Setting(KF_String const& entryName, KF_String const& entryValue) : name(entryName), value(entryValue)
+{
+}
+
+namespace detail {
+
+namespace {
+
+// 8-bit text (application encoding) of a string, without its terminator.
+std::string SystemBytes(KF_String const& text)
+{
+    KF_CString const converted = text.ToCStr(KF_String::Enc_System);
+    if (converted.bytes == nullptr) {
+        return {};
+    }
+    std::string bytes(converted.bytes, converted.length);
+    if (!bytes.empty() && bytes.back() == '\0') {
+        bytes.pop_back();
+    }
+    return bytes;
+}
+
+KF_String SystemText(std::string_view bytes)
+{
+    if (bytes.empty()) {
+        return KF_String("", KF_String::Enc_System);
+    }
+    return KF_String(bytes.data(), static_cast<unsigned int>(bytes.size()), KF_String::Enc_System);
+}
+
+void AppendToList(std::string_view name, std::string_view value, void* context)
+{
+    auto& list = *static_cast<KF_List<KF_Setting>*>(context);
+    list.AddData(KF_Setting(SystemText(name), SystemText(value)), -1);
+}
+
+} // namespace
+
+void KF_Settings_SwapHalves(char* bytes, std::size_t count)
+{
+    for (std::size_t i = 0; i < count; ++i) {
+        auto const b = static_cast<unsigned char>(bytes[i]);
+        bytes[i] = static_cast<char>(static_cast<unsigned char>((b << 4) | (b >> 4)));
+    }
+}
+
+bool KF_Settings_ParsePlain(const char* text, std::size_t size, KF_Settings_EntrySink sink, void* context)
+{
+    auto const byteAt = [text, size](std::size_t i) -> char { return i < size ? text[i] : '\0'; };
+    std::string value;
+    std::size_t pos = 0;
+    while (pos < size) {
+        if (text[pos] != '$') {
+            return false;
+        }
+        std::size_t const nameStart = pos + 1;
+        std::size_t colon = nameStart;
+        while (colon < size && text[colon] != ':') {
+            ++colon;
+        }
+        if (colon >= size || colon == nameStart) {
+            return false;
+        }
+        std::string_view const name(text + nameStart, colon - nameStart);
+        // The byte after ":" is skipped unseen; the writer puts a space there.
+        std::size_t valueStart = colon + 2;
+        if (valueStart >= size) {
+            return true;
+        }
+        value.clear();
+        std::size_t scan = valueStart;
+        for (;;) {
+            std::size_t lineEnd = scan;
+            while (lineEnd < size && text[lineEnd] != '\n' && text[lineEnd] != '\r') {
+                ++lineEnd;
+            }
+            if (lineEnd >= size) {
+                return true; // a last entry without its line end is dropped
+            }
+            std::size_t next = lineEnd + 1;
+            if (text[lineEnd] == '\r' && byteAt(next) == '\n') {
+                ++next;
+            }
+            char const follower = byteAt(next);
+            if (follower == '#') {
+                value.append(text + valueStart, next - valueStart);
+                valueStart = next + 1;
+                // The first byte after "#" is value text even when it is a line end.
+                scan = valueStart + 1;
+                continue;
+            }
+            if (follower == '$' || follower == '\0') {
+                value.append(text + valueStart, lineEnd - valueStart);
+                sink(name, value, context);
+                pos = next;
+                break;
+            }
+            return false;
+        }
+    }
+    return true;
+}
+
+void KF_Settings_AppendPlain(std::string& out, std::string_view name, std::string_view value)
+{
+    out += '$';
+    out += name;
+    out += ": ";
+    for (std::size_t i = 0; i < value.size(); ++i) {
+        char const c = value[i];
+        out += c;
+        if (c == '\r') {
+            if (i + 1 < value.size() && value[i + 1] == '\n') {
+                out += '\n';
+                ++i;
+            }
+            out += '#';
+        } else if (c == '\n') {
+            out += '#';
+        }
+    }
+    out += '\n';
+}
+
+bool KF_Settings_ParseFile(const char* bytes, std::size_t size, KF_List<KF_Setting>& list)
+{
+    std::string plain(bytes, size);
+    KF_Settings_SwapHalves(plain.data(), plain.size());
+    return KF_Settings_ParsePlain(plain.data(), plain.size(), AppendToList, &list);
+}
+
+std::string KF_Settings_BuildFile(const KF_List<KF_Setting>& list)
+{
+    std::string text;
+    for (long i = 0; i < list.count; ++i) {
+        KF_Setting const& entry = list[i];
+        KF_Settings_AppendPlain(text, SystemBytes(entry.name), SystemBytes(entry.value));
+    }
+    KF_Settings_SwapHalves(text.data(), text.size());
+    return text;
+}
+
+} // namespace detail

@@ -1,0 +1,202 @@
+// KF_String: trimming, replacing, repeating and splitting.
+#include "KF/KF_String.hpp"
+
+#include <cstring>
+#include <new>
+#include <utility>
+
+namespace {
+
+inline bool IsBlank(unsigned short unit, bool tabs)
+{
+    return unit == ' ' || (tabs && unit == '\t');
+}
+
+// Pieces start from the null string, so an empty piece stays null.
+inline void AddPiece(KF_List<KF_String>& out, unsigned short const* units, unsigned int count)
+{
+    out.AddData(KF_String(units, count), -1);
+}
+
+} // namespace
+
+KF_String KF_String::THIS_Trim(bool left, bool right, bool tabs) const
+{
+    if (buffer == nullptr) {
+        return KF_String();
+    }
+    unsigned int first = 0;
+    unsigned int last = length;
+    if (left) {
+        while (first < last && IsBlank(buffer[first], tabs)) {
+            ++first;
+        }
+    }
+    if (right) {
+        while (last > first && IsBlank(buffer[last - 1], tabs)) {
+            --last;
+        }
+    }
+    return MakeCopy(buffer + first, last - first);
+}
+
+KF_String KF_String::Replace(char what, char with) const
+{
+    KF_String result(*this);
+    unsigned short const from = CharToKF_Char(what, Enc_System);
+    unsigned short const to = CharToKF_Char(with, Enc_System);
+    if (from == 0 || (to == 0 && with != 0)) {
+        return result;
+    }
+    for (unsigned int i = 0; i < result.length; ++i) {
+        if (result.buffer[i] == from) {
+            result.buffer[i] = to;
+        }
+    }
+    return result;
+}
+
+KF_String KF_String::Replace(KF_String const& what, KF_String const& with) const
+{
+    if (buffer == nullptr || what.buffer == nullptr || with.buffer == nullptr) {
+        return KF_String();
+    }
+    if (what.length == 0) {
+        return *this;
+    }
+    // Count first so that the result is allocated once.
+    unsigned long long hits = 0;
+    for (unsigned int i = IndexOf(what, 0); i != NotFound;) {
+        ++hits;
+        unsigned int const next = i + what.length;
+        i = next < length ? IndexOf(what, next) : NotFound;
+    }
+    unsigned long long const size = length + hits * with.length - hits * what.length;
+    if (size >= 0xFFFFFFFFull) {
+        throw std::bad_alloc();
+    }
+    KF_String result;
+    result.THIS_Alloc(static_cast<unsigned int>(size + 1), false);
+    unsigned int at = 0;
+    for (unsigned int i = IndexOf(what, 0); i != NotFound;) {
+        result.THIS_Append(buffer + at, i - at);
+        result.THIS_Append(with.buffer, with.length);
+        at = i + what.length;
+        i = at < length ? IndexOf(what, at) : NotFound;
+    }
+    result.THIS_Append(buffer + at, length - at);
+    return result;
+}
+
+KF_String KF_String::Replace(char const* what, char const* with) const
+{
+    return Replace(KF_String(what, Enc_System), KF_String(with, Enc_System));
+}
+
+void KF_String::Replace(unsigned int first, unsigned int last, KF_String const& with)
+{
+    if (first == 0 || first > length || last < first) {
+        return;
+    }
+    if (last > length) {
+        last = length;
+    }
+    unsigned int const start = first - 1;
+    unsigned int const removed = last - start;
+    unsigned long long const size = static_cast<unsigned long long>(length) - removed + with.length;
+    if (size >= 0xFFFFFFFFull) {
+        throw std::bad_alloc();
+    }
+    KF_String result;
+    result.THIS_Alloc(static_cast<unsigned int>(size + 1), false);
+    result.THIS_Append(buffer, start);
+    result.THIS_Append(with.buffer, with.length);
+    result.THIS_Append(buffer + last, length - last);
+    *this = std::move(result);
+}
+
+KF_String KF_String::RepeatedSequence(KF_String const& unit, long times)
+{
+    if (unit.buffer == nullptr || times < 0) {
+        return KF_String();
+    }
+    unsigned long long const size = static_cast<unsigned long long>(unit.length) * static_cast<unsigned long long>(times);
+    if (unit.length != 0 && (static_cast<unsigned long long>(times) >= 0xFFFFFFFFull || size >= 0xFFFFFFFFull)) {
+        return KF_String();  // would not fit any string
+    }
+    KF_String result;
+    result.THIS_Alloc(static_cast<unsigned int>(unit.length == 0 ? 1 : size + 1), false);
+    if (unit.length != 0) {
+        for (long i = 0; i < times; ++i) {
+            result.THIS_Append(unit.buffer, unit.length);
+        }
+    }
+    return result;
+}
+
+void KF_String::Split(KF_List<KF_String>& out, char separator) const
+{
+    out.Reset();
+    if (buffer == nullptr) {
+        out.AddData(KF_String(), -1);
+        return;
+    }
+    unsigned short const cut = CharToKF_Char(separator, Enc_System);
+    bool const usable = cut != 0 || separator == 0;
+    unsigned int start = 0;
+    for (unsigned int i = 0; usable && i < length; ++i) {
+        if (buffer[i] == cut) {
+            AddPiece(out, buffer + start, i - start);
+            start = i + 1;
+        }
+    }
+    AddPiece(out, buffer + start, length - start);
+}
+
+void KF_String::SplitBySpaces(KF_List<KF_String>& out) const
+{
+    out.Reset();
+    if (buffer == nullptr) {
+        out.AddData(KF_String(), -1);
+        return;
+    }
+    unsigned int start = 0;
+    unsigned int i = 0;
+    while (i < length) {
+        if (!IsBlank(buffer[i], true)) {
+            ++i;
+            continue;
+        }
+        AddPiece(out, buffer + start, i - start);
+        while (i < length && IsBlank(buffer[i], true)) {
+            ++i;
+        }
+        start = i;
+    }
+    AddPiece(out, buffer + start, length - start);
+}
+
+void KF_String::SplitLines(KF_List<KF_String>& out, bool stripLineEnds, bool resetList) const
+{
+    if (resetList) {
+        out.Reset();
+    }
+    if (buffer == nullptr) {
+        out.AddData(KF_String(), -1);
+        return;
+    }
+    unsigned int start = 0;
+    unsigned int i = 0;
+    while (i < length) {
+        unsigned short const unit = buffer[i];
+        if (unit != '\n' && unit != '\r') {
+            ++i;
+            continue;
+        }
+        unsigned int const endLength = (unit == '\r' && i + 1 < length && buffer[i + 1] == '\n') ? 2 : 1;
+        AddPiece(out, buffer + start, (stripLineEnds ? i : i + endLength) - start);
+        i += endLength;
+        start = i;
+    }
+    AddPiece(out, buffer + start, length - start);
+}

@@ -1,0 +1,68 @@
+// Internal to the text area: the conversion pipeline under KF_String::ConvertChangeEncoding.
+//
+// Every conversion decodes the source to UTF-16 and encodes that into the target. UTF-16 and
+// UTF-32 are handled here by hand; the other encodings go through the platform converters (the
+// "general path"). UTF-8 and the single-byte encodings also have hand-written fast paths that must
+// give results, codes and lengths identical to the general path; tests and fuzz targets switch the
+// fast paths off to compare.
+#pragma once
+
+#include "KF/KF_String.hpp"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace detail::text {
+
+enum class Codec { UTF7, UTF8, UTF16LE, UTF16BE, UTF32LE, UTF32BE, ASCII, MacRoman, WinLatin1, ISOLatin1 };
+
+// enc must be 2 or more; Enc_System (and any unknown value) follows the application's setting.
+Codec Resolve(KF_String::Encoding enc);
+// Bytes per code unit of the source form: 2 for UTF-16, 4 for UTF-32, 1 otherwise.
+int UnitSize(Codec codec);
+bool IsSingleByte(Codec codec);
+// True where the bytes 00-7F are exactly ASCII (all encodings but UTF-7 and the wide ones).
+bool IsAsciiCompatible(Codec codec);
+
+// --- general path: the platform converters (KF_TextConverters.cpp) ---------------------------
+// Decoding stops at the first ill-formed or unmapped byte sequence (false). Encoding writes "?" for
+// every character that the target cannot hold when lossy is set, else fails.
+bool PlatformDecode(Codec codec, char const* src, std::size_t bytes, std::vector<char16_t>& out);
+bool PlatformEncode(Codec codec, char16_t const* units, std::size_t count, bool lossy, std::string& out);
+
+// --- fast paths (KF_TextFastPaths.cpp) ---------------------------------------------------------
+bool FastPathsEnabled();
+void SetFastPathsEnabled(bool enabled);  // for tests, fuzz targets and benchmarks
+
+// Codes shared by the fast routines: a non-negative byte or unit count, or these.
+constexpr long kInvalid = -1;   // ill-formed source, or a character the target cannot hold
+constexpr long kTooSmall = -2;  // the whole source is valid but does not fit
+
+// A decoding table of a single-byte encoding, derived once from the platform converter.
+struct SingleByteTable {
+    std::uint16_t toUnit[256];   // 0xFFFF: the byte is not a character of the encoding
+    std::uint16_t const* fromUnit[256]; // per high byte of a BMP unit: the byte, 0xFFFF unmapped
+    bool usable;                  // false when the encoding does not fit this scheme
+};
+// Null when the encoding has no usable table.
+SingleByteTable const* TableFor(Codec codec);
+
+// UTF-8 -> UTF-16 (out: little-endian bytes; null out measures). Returns bytes of UTF-16.
+long Utf8ToUtf16(std::uint8_t const* src, std::size_t n, std::uint8_t* out, std::size_t outCap);
+// UTF-16 (little-endian bytes, count units) -> UTF-8. Returns bytes.
+long Utf16ToUtf8(std::uint8_t const* src, std::size_t units, std::uint8_t* out, std::size_t outCap,
+                 bool lossy);
+long SingleByteToUtf16(SingleByteTable const& table, std::uint8_t const* src, std::size_t n,
+                       std::uint8_t* out, std::size_t outCap);
+long Utf16ToSingleByte(SingleByteTable const& table, std::uint8_t const* src, std::size_t units,
+                       std::uint8_t* out, std::size_t outCap, bool lossy);
+
+// Index of the first zero unit among n units, or n.
+std::size_t FindZeroUnit(std::uint16_t const* units, std::size_t n);
+
+// Well-formed UTF-8 check; sawMultibyte tells whether a sequence of 2 or more bytes was met.
+bool ValidateUtf8(std::uint8_t const* src, std::size_t n, bool& sawMultibyte);
+
+} // namespace detail::text

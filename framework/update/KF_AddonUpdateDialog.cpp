@@ -1,0 +1,133 @@
+// The modeless results dialog of an update check: what was found, and buttons to the maker's web
+// site and update page.
+#include "KF_AddonUpdateState.hpp"
+
+#include "ACAPI.hpp"
+#include "KF/KF_AddonConstants.hpp"
+#include "KF/KF_General.hpp"
+#include "KF/KF_Language.hpp"
+
+namespace detail {
+namespace {
+
+enum : short {
+    kItemWebSite = 1,
+    kItemCancel = 2,
+    kItemLibraryHeadline = 3,
+    kItemAddonResult = 4,
+    kItemAddonPage = 5,
+    kItemLibraryResult = 6,
+    kItemLibraryPage = 7
+};
+
+GS::UniString ToUni(KF_String const& text)
+{
+    return text.IsNullOrEmpty() ? GS::UniString() : GS::UniString(text.Units(), text.GetLength());
+}
+
+void SetText(short dialogID, short item, KF_String const& text) { DGSetItemText(dialogID, item, ToUni(text)); }
+
+KF_String S(long index) { return KF_AddonUpdate_String(index); }
+
+KF_String AddonName() { return KF_String(sett_ADDON_NAME); }
+
+// The update page with the query; the add-on's name goes unescaped and the library is never named.
+KF_String UpdatePageWithQuery(bool forLibrary)
+{
+    KF_String query;
+    query.SetSize(1000, false);
+    query += "?acver=";
+    query += KF_String::LongToString(17, 0);
+    query += "&lang=";
+    query += KF_String::LongToString(gKF_Language, 0);
+    query += "&addon=";
+    query += AddonName();
+    if (forLibrary)
+        query += "&lib=Unknown";
+    return KF_AddonUpdate_UpdatePageURL() + query;
+}
+
+} // namespace
+
+void KF_AddonUpdate_ResultUpdateInit(short dialogID)
+{
+    GSResModule const previous = ACAPI_UseOwnResModule();
+    DGSetDialogSize(dialogID, DG_CLIENT, 655, 172, DG_TOPLEFT, false);
+    DGSetDialogTitle(dialogID, ToUni(AddonName()));
+    DGBeginMoveGrowItems(dialogID);
+
+    SetText(dialogID, kItemCancel, S(5));
+    SetText(dialogID, kItemWebSite, S(37));
+    SetText(dialogID, kItemAddonPage, S(79));
+    SetText(dialogID, kItemLibraryPage, S(79));
+
+    if (sUpdateStatus == 1) {
+        for (short item : {kItemWebSite, kItemAddonPage, kItemLibraryPage, kItemAddonResult, kItemLibraryResult})
+            DGHideItem(dialogID, item);
+    } else {
+        for (short item : {kItemWebSite, kItemAddonResult, kItemLibraryResult, kItemAddonPage})
+            DGShowItem(dialogID, item);
+        if (sUpdateStatus != 2)
+            DGEnableItem(dialogID, kItemAddonPage);
+        else
+            DGDisableItem(dialogID, kItemAddonPage);
+
+        if (!sHasLibrary) {
+            for (short item : {kItemLibraryPage, kItemLibraryResult, kItemLibraryHeadline})
+                DGHideItem(dialogID, item);
+            SetText(dialogID, kItemAddonResult, S(sUpdateStatus != 2 ? 34 : 35));
+        } else {
+            KF_String const addonName("ADDONNAME");
+            KF_String const libName("ADDONLIBNAME");
+            DGShowItem(dialogID, kItemLibraryPage);
+            SetText(dialogID, kItemLibraryHeadline, S(sUpdateStatus == 2 && sUpdateStatusLib == 1 ? 35 : 34));
+            SetText(dialogID, kItemAddonResult, S(sUpdateStatus != 2 ? 81 : 80).Replace(addonName, AddonName()));
+            if (sUpdateStatusLib != 1) {
+                DGEnableItem(dialogID, kItemLibraryPage);
+                SetText(dialogID, kItemLibraryResult, S(83).Replace(libName, sUpdateAddonLibName));
+                DGShowItem(dialogID, kItemLibraryPage);
+            } else {
+                SetText(dialogID, kItemLibraryPage, S(84));
+                SetText(dialogID, kItemLibraryResult, S(82).Replace(libName, sUpdateAddonLibName));
+            }
+        }
+    }
+
+    DGEndMoveGrowItems(dialogID);
+    ACAPI_ResetResModule(previous);
+    DGRedrawItem(dialogID, DG_ALL_ITEMS);
+}
+
+short KF_AddonUpdate_ResultUpdate_Handler(short message, short dialogID, short item, DGUserData, DGMessageData)
+{
+    switch (message) {
+    case DG_MSG_INIT:
+        ACAPI_RegisterModelessWindow(dialogID, nullptr, 7, APINULLGuid);
+        KF_AddonUpdate_ResultUpdateInit(dialogID);
+        return 0;
+    case DG_MSG_CLOSE:
+        ACAPI_UnregisterModelessWindow(dialogID);
+        return 1;
+    case DG_MSG_CLICK:
+        switch (item) {
+        case kItemWebSite:
+            KF_General::LaunchURLByPath(KF_AddonUpdate_WebSiteURL());
+            return item;
+        case kItemCancel:
+            sUpdateCancelled = true;
+            return item;
+        case kItemAddonPage:
+        case kItemLibraryPage:
+            KF_General::LaunchURLByPath(UpdatePageWithQuery(item == kItemLibraryPage));
+            return item;
+        case -1:
+            return -1;
+        default:
+            return 0;
+        }
+    default:
+        return 0;
+    }
+}
+
+} // namespace detail

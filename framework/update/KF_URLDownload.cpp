@@ -1,0 +1,214 @@
+// KF_General::URLDownload: one HTTP document into a local file, asynchronously on the host's
+// main run loop. The client hears of it through its callback: opened, data, then done or failed.
+#include "KF/KF_File.hpp"
+#include "KF/KF_General.hpp"
+#include "KF_CurlRunLoop.hpp"
+#include "KF_URLEscape.hpp"
+
+#include "KFHostServices.hpp"
+
+#include <cstdlib>
+#include <string>
+
+namespace {
+
+// A limit on the whole transfer, set once at the start and never pushed back while data flows.
+constexpr double kDownloadLimitSeconds = 60.0;
+// Data is moved in blocks of at most this size, straight into the file.
+constexpr std::size_t kBlockSize = 16384;
+
+struct URLDownloadParams : detail::KF_CurlTransfer {
+    KF_URL_CallBack callback = nullptr;
+    void* userData = nullptr;
+    std::string url;
+    KF_String targetPath;
+    KF_File* file = nullptr;    // created once the connection is open
+    std::int32_t state = 0;     // 0 opened, 50 receiving, 101 done, -1 failed: for inspection only
+
+    bool connected = false;     // libcurl has a connection and is about to send the request
+    bool openedSent = false;    // KF_URL_Opened has been delivered
+    bool paused = false;        // data held back by libcurl until the file exists
+    long pendingBlocks = 0;     // blocks written whose KF_URL_Data is still to come
+    bool inCallback = false;    // the client runs; a nested loop must not re-enter it
+};
+
+// The host may shorten the limit (tests do); the product keeps 60 seconds.
+double DownloadLimit()
+{
+    if (char const* text = KFHost::GetSetting("download-limit")) {
+        char* end = nullptr;
+        double const seconds = std::strtod(text, &end);
+        if (end != text && seconds > 0.0)
+            return seconds;
+    }
+    return kDownloadLimitSeconds;
+}
+
+int Send(URLDownloadParams* params, KF_URL_Message message, double progress)
+{
+    if (params->callback == nullptr)
+        return 0;
+    params->inCallback = true;
+    int const answer = params->callback(message, progress, params->userData);
+    params->inCallback = false;
+    return answer;
+}
+
+void CloseFile(URLDownloadParams* params)
+{
+    if (params->file != nullptr && params->file->file != nullptr && params->file->file->IsOpen())
+        params->file->file->Close();
+}
+
+// The state block goes with its transfer: no callback can follow.
+void TerminateDownload(URLDownloadParams* params)
+{
+    detail::KF_CurlLoop_Remove(params);
+    CloseFile(params);
+    curl_easy_cleanup(params->easy);
+    delete params->file;
+    delete params;
+}
+
+void Discard(detail::KF_CurlTransfer* transfer)
+{
+    auto* params = static_cast<URLDownloadParams*>(transfer);
+    CloseFile(params);
+    curl_easy_cleanup(params->easy);
+    delete params->file;
+    delete params;
+}
+
+void Finish(URLDownloadParams* params, KF_URL_Message message, std::int32_t state)
+{
+    CloseFile(params);
+    Send(params, message, 0.0);
+    params->state = state;
+    TerminateDownload(params);
+}
+
+// After the client has let the download go on: the target file, then the data held back.
+bool CreateTarget(URLDownloadParams* params)
+{
+    params->file = new KF_File;
+    if (params->file->Open(KF_Location(params->targetPath), KF_File_WriteEmpty) != 0)
+        return false;
+    if (params->paused) {
+        params->paused = false;
+        curl_easy_pause(params->easy, CURLPAUSE_CONT);
+    }
+    return true;
+}
+
+void Pump(detail::KF_CurlTransfer* transfer)
+{
+    auto* params = static_cast<URLDownloadParams*>(transfer);
+    if (params->inCallback)
+        return;  // the pump that called the client goes on when it returns
+
+    if (params->connected && !params->openedSent) {
+        params->openedSent = true;
+        params->state = 0;
+        if (Send(params, KF_URL_Opened, 0.0) == 1) {
+            TerminateDownload(params);  // cancelled: no file, no further message
+            return;
+        }
+        if (!CreateTarget(params)) {
+            Finish(params, KF_URL_Failed, -1);
+            return;
+        }
+    }
+    while (params->pendingBlocks > 0) {
+        --params->pendingBlocks;
+        params->state = 50;
+        Send(params, KF_URL_Data, 0.5);
+    }
+    if (params->finished && !params->inCallback) {
+        if (params->result == CURLE_OK)
+            Finish(params, KF_URL_Done, 101);
+        else
+            Finish(params, KF_URL_Failed, -1);
+    }
+}
+
+int Connected(void* userData, char*, char*, int, int)
+{
+    static_cast<URLDownloadParams*>(userData)->connected = true;
+    return CURL_PREREQFUNC_OK;
+}
+
+std::size_t Received(char* data, std::size_t size, std::size_t count, void* userData)
+{
+    auto* params = static_cast<URLDownloadParams*>(userData);
+    // Nothing is written before the client has heard of the opening and the file exists.
+    if (params->file == nullptr) {
+        params->paused = true;
+        return CURL_WRITEFUNC_PAUSE;
+    }
+    std::size_t const total = size * count;
+    for (std::size_t done = 0; done < total; done += kBlockSize) {
+        std::size_t const block = total - done < kBlockSize ? total - done : kBlockSize;
+        // A failed write is not reported: the download goes on.
+        if (params->file->file != nullptr && params->file->file->WriteBin(data + done, block) != NoError)
+            params->file->file->ResetErrorStatus();
+        ++params->pendingBlocks;
+    }
+    return total;
+}
+
+CURL* MakeRequest(URLDownloadParams* params)
+{
+    CURL* easy = curl_easy_init();
+    if (easy == nullptr)
+        return nullptr;
+    auto const limit = static_cast<long>(DownloadLimit() * 1000.0);
+    bool const ok =
+        curl_easy_setopt(easy, CURLOPT_URL, params->url.c_str()) == CURLE_OK &&
+        curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https") == CURLE_OK &&
+        curl_easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, "http,https") == CURLE_OK &&
+        curl_easy_setopt(easy, CURLOPT_HTTPGET, 1L) == CURLE_OK &&
+        curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, long(CURL_HTTP_VERSION_1_1)) == CURLE_OK &&
+        curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L) == CURLE_OK &&
+        curl_easy_setopt(easy, CURLOPT_MAXREDIRS, 20L) == CURLE_OK &&
+        curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "") == CURLE_OK &&
+        curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L) == CURLE_OK &&
+        curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, limit > 0 ? limit : 1L) == CURLE_OK &&
+        curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, long(kBlockSize)) == CURLE_OK &&
+        curl_easy_setopt(easy, CURLOPT_PREREQFUNCTION, Connected) == CURLE_OK &&
+        curl_easy_setopt(easy, CURLOPT_PREREQDATA, params) == CURLE_OK &&
+        curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, Received) == CURLE_OK &&
+        curl_easy_setopt(easy, CURLOPT_WRITEDATA, params) == CURLE_OK;
+    if (!ok) {
+        curl_easy_cleanup(easy);
+        return nullptr;
+    }
+    return easy;
+}
+
+} // namespace
+
+bool KF_General::URLDownload(const KF_String& url, const KF_Location& target, KF_URL_CallBack callback,
+                             void* userData)
+{
+    if (url.IsNullOrEmpty())
+        return false;
+    std::string request;
+    if (!detail::KF_URL_Normalise(url, request))
+        return false;
+
+    auto* params = new URLDownloadParams;
+    params->callback = callback;
+    params->userData = userData;
+    params->url = std::move(request);
+    params->targetPath = target.path;
+    params->pump = Pump;
+    params->discard = Discard;
+    params->easy = MakeRequest(params);
+    if (params->easy == nullptr || !detail::KF_CurlLoop_Add(params)) {
+        if (params->easy != nullptr)
+            curl_easy_cleanup(params->easy);
+        delete params;
+        return false;
+    }
+    return true;
+}

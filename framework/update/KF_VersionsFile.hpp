@@ -1,0 +1,37 @@
+// Internals of the versions-file reader, shared with the update check and with the tests and
+// the fuzz target (which feed it bytes directly).
+#pragma once
+
+#include "KF/KF_AddonUpdate.hpp"
+#include "KF/KF_Location.hpp"
+
+#include <cstddef>
+
+namespace detail {
+
+// Name of the downloaded versions file in the framework folder.
+inline constexpr char kVersionsFileName[] = "__updcf__.tmp";
+
+// 0 not an entry, 1 add-on line, 2 library line.
+short KF_AddonUpdate_CheckVersionFormat(KF_List<KF_String>& tokens);
+void KF_AddonUpdate_SplitAddonVersion(KF_String line, KF_AddonUpdate_Addon& out);
+void KF_AddonUpdate_SplitLibVersion(KF_String line, KF_AddonUpdate_Library& out);
+// "DD-MM-YYYY" (any separators) to "YYYYMMDD"; short input gives a short result.
+KF_String KF_AddonUpdate_FormatDate(KF_String& date);
+// The "#" lines after the head line at lineIndex; lineIndex ends on the last line consumed.
+KF_String KF_AddonUpdate_ReadText(long& lineIndex, KF_List<KF_String>& lines);
+
+// The whole file's text to records (appended).
+void KF_AddonUpdate_ParseVersionsText(KF_String const& text, KF_List<KF_AddonUpdate_Message>& messages,
+                                      KF_List<KF_AddonUpdate_Addon>& addons,
+                                      KF_List<KF_AddonUpdate_Library>& libraries);
+// The file's bytes (UTF-8) to records; bytes that are not UTF-8 give no records.
+void KF_AddonUpdate_ParseVersionsBytes(char const* bytes, std::size_t size,
+                                       KF_List<KF_AddonUpdate_Message>& messages,
+                                       KF_List<KF_AddonUpdate_Addon>& addons,
+                                       KF_List<KF_AddonUpdate_Library>& libraries);
+
+// The framework folder's path with "/" and the versions file name; false without the folder.
+bool KF_AddonUpdate_VersionsFileLocation(KF_Location& location);
+
+} // namespace detail

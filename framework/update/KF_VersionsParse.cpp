@@ -1,0 +1,97 @@
+// The versions file's text: lines, text blocks, and the three kinds of entry.
+#include "KF_VersionsFile.hpp"
+
+#include <limits>
+
+namespace detail {
+namespace {
+
+bool IsTextLine(KF_String const& line) { return line.StartsWith(KF_String("#")); }
+
+} // namespace
+
+KF_String KF_AddonUpdate_ReadText(long& lineIndex, KF_List<KF_String>& lines)
+{
+    KF_String result("");
+    ++lineIndex;
+    while (lineIndex < lines.GetCount() && IsTextLine(lines[lineIndex])) {
+        KF_String const piece = lines[lineIndex].Substring(2);
+        // An empty result is replaced rather than extended: leading empty text lines vanish.
+        if (result.IsNullOrEmpty())
+            result = piece;
+        else
+            result = result + "\n" + piece;
+        ++lineIndex;
+    }
+    --lineIndex;
+    return result;
+}
+
+void KF_AddonUpdate_ParseVersionsText(KF_String const& text, KF_List<KF_AddonUpdate_Message>& messages,
+                                      KF_List<KF_AddonUpdate_Addon>& addons,
+                                      KF_List<KF_AddonUpdate_Library>& libraries)
+{
+    KF_List<KF_String> lines;
+    text.SplitLines(lines, true, true);
+    KF_String const comment("*");
+    KF_String const keyword("MESSAGE");
+    KF_String const web("http://");
+    KF_List<KF_String> tokens;
+
+    for (long i = 0; i < lines.GetCount(); ++i) {
+        KF_String const& line = lines[i];
+        if (line.StartsWith(comment))
+            continue;
+        line.SplitBySpaces(tokens);
+
+        if (tokens.GetCount() > 0 && tokens[0].IndexOf(keyword, 0) != KF_String::NotFound) {
+            KF_AddonUpdate_Message message;
+            message.firstDate = tokens.GetCount() >= 2 ? KF_AddonUpdate_FormatDate(tokens[1]) : KF_String("");
+            message.secondDate = tokens.GetCount() >= 3 ? KF_AddonUpdate_FormatDate(tokens[2]) : KF_String("");
+            KF_String const body = KF_AddonUpdate_ReadText(i, lines);
+            unsigned int const at = body.IndexOf(web, 0);
+            if (at != KF_String::NotFound) {
+                message.text = body.Substring(0, at);
+                message.url = body.Substring(at);
+            } else {
+                message.text = body;
+                message.url = "";
+            }
+            messages.AddData(message, -1);
+            continue;
+        }
+
+        switch (KF_AddonUpdate_CheckVersionFormat(tokens)) {
+        case 1: {
+            KF_AddonUpdate_Addon addon;
+            KF_AddonUpdate_SplitAddonVersion(line, addon);
+            addon.text = KF_AddonUpdate_ReadText(i, lines);
+            addons.AddData(addon, -1);
+            break;
+        }
+        case 2: {
+            KF_AddonUpdate_Library library;
+            KF_AddonUpdate_SplitLibVersion(line, library);
+            library.text = KF_AddonUpdate_ReadText(i, lines);
+            libraries.AddData(library, -1);
+            break;
+        }
+        default:
+            // Not an entry; its "#" lines are met as head lines and fail every rule.
+            break;
+        }
+    }
+}
+
+void KF_AddonUpdate_ParseVersionsBytes(char const* bytes, std::size_t size,
+                                       KF_List<KF_AddonUpdate_Message>& messages,
+                                       KF_List<KF_AddonUpdate_Addon>& addons,
+                                       KF_List<KF_AddonUpdate_Library>& libraries)
+{
+    KF_String text("");
+    if (bytes != nullptr && size > 0 && size < std::numeric_limits<unsigned int>::max())
+        KF_String::CStringToKF_String(text, bytes, static_cast<unsigned int>(size), KF_String::Enc_UTF8, false);
+    KF_AddonUpdate_ParseVersionsText(text, messages, addons, libraries);
+}
+
+} // namespace detail

@@ -1,0 +1,47 @@
+// Communication file bytes of any shape: reading must never crash or leave the buffer, and only
+// a single entry saying "TRUE" may read as the suite being loaded.
+#include "host/KF_CommDetail.hpp"
+#include "settings/KF_SettingsFormat.hpp"
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+
+namespace {
+
+struct Count {
+    int entries = 0;
+    bool lastSaysTrue = false;
+};
+
+void CountEntries(std::string_view, std::string_view value, void* context)
+{
+    auto& count = *static_cast<Count*>(context);
+    ++count.entries;
+    count.lastSaysTrue = value == "TRUE";
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
+{
+    if (size >= detail::kSettingsBufferSize) {
+        return 0;
+    }
+    std::unique_ptr<char[]> const bytes(new char[size == 0 ? 1 : size]);
+    if (size > 0) {
+        std::memcpy(bytes.get(), data, size);
+    }
+    bool const loaded = detail::KF_Comm_ReadMessage(bytes.get(), size);
+
+    std::string plain(bytes.get(), size);
+    detail::KF_Settings_SwapHalves(plain.data(), plain.size());
+    Count count;
+    bool const complete = detail::KF_Settings_ParsePlain(plain.data(), plain.size(), CountEntries, &count);
+    if (loaded != (complete && count.entries == 1 && count.lastSaysTrue)) {
+        std::abort();
+    }
+    return 0;
+}

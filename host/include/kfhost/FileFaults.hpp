@@ -1,0 +1,37 @@
+// Test hook of the host's file system: makes chosen operations on chosen paths fail with a chosen
+// host code, so that callers' error paths run against the real file system.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kfhost {
+
+enum class FileOp { Any, Create, Open, Read, Write, Close, Seek, Length, Delete, Enumerate, Type, Folder };
+std::optional<FileOp> FileOpFromName(std::string_view name);
+std::string_view FileOpName(FileOp op);
+
+class FileFaults {
+public:
+    // The next `count` operations op on a path matching pattern (a glob where * also crosses "/")
+    // fail with code; count < 0 means every such operation from now on.
+    void Fail(FileOp op, std::string pattern, std::int32_t code, int count = 1);
+    void Clear() { rules_.clear(); }
+    // The code to fail with, consuming one use of the first matching rule.
+    std::optional<std::int32_t> Check(FileOp op, std::string_view path);
+    bool Empty() const { return rules_.empty(); }
+
+private:
+    struct Rule {
+        FileOp op;
+        std::string pattern;
+        std::int32_t code;
+        int remaining;
+    };
+    std::vector<Rule> rules_;
+};
+
+} // namespace kfhost

@@ -1,0 +1,220 @@
+// The stand-in host: loads add-on bundles (or an add-on linked into the same program), hands each
+// its host table, and serves menus, module commands, resources, dialogs, files and the run loop.
+// The kfhost program is a thin command line around this class; tests run it in-process.
+#pragma once
+
+#include "kfhost/Dialogs.hpp"
+#include "kfhost/FileFaults.hpp"
+#include "kfhost/Resources.hpp"
+#include "kfhost/RunLoop.hpp"
+#include "kfhost/Script.hpp"
+#include "kfhost/Transcript.hpp"
+#include "kfsdk/HostTable.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace kfhost {
+
+struct HostConfig {
+    std::int32_t release = 17;
+    std::filesystem::path frameworkFolder;       // special location 13; empty: a per-user data folder
+    std::int32_t textEncoding = KF_TEXTENC_UTF8; // or KF_TEXTENC_MACROMAN
+    std::int32_t serverApplication = 0;
+    std::vector<std::filesystem::path> libraries;
+    std::filesystem::path project;
+    std::string updateServer;
+    bool launch = false;                         // really start what add-ons ask to launch
+    std::map<std::string, std::string> settings; // KFHost::GetSetting
+};
+
+// The per-user default of the framework folder ($XDG_DATA_HOME/kfhost/framework).
+std::filesystem::path DefaultFrameworkFolder();
+
+struct AddOnEntryPoints {
+    KF_SetHostTableFn setHostTable = nullptr;
+    KF_CheckEnvironmentFn checkEnvironment = nullptr;
+    KF_RegisterInterfaceFn registerInterface = nullptr;
+    KF_InitializeFn initialize = nullptr;
+    KF_FreeDataFn freeData = nullptr;
+};
+
+struct MenuHandler {
+    KF_MenuProc proc = nullptr;
+    void* cookie = nullptr;
+};
+
+struct CommandHandler {
+    KF_ModulCommandProc proc = nullptr;
+    void* cookie = nullptr;
+};
+
+// One add-on known to the host. Its address is the context of its host table.
+class AddOn {
+public:
+    Host* host = nullptr;
+    std::string name;        // from the environment check (UTF-8)
+    std::string description;
+    std::filesystem::path bundlePath; // /A/B/Name.bundle
+    std::filesystem::path libraryPath;
+    void* library = nullptr;          // dlopen handle; null in-process
+    AddOnEntryPoints entry;
+    ResourceModule resources;
+    std::int32_t resModule = 0;
+    ModuleID moduleID;
+    bool keepInMemory = false;
+    bool initialized = false;
+    std::vector<std::pair<std::uint32_t, std::int32_t>> services;
+    std::map<std::int16_t, MenuHandler> menuHandlers;
+    std::map<std::pair<std::uint32_t, std::int32_t>, CommandHandler> commandHandlers;
+    std::set<std::int64_t> timers;  // run-loop entries to drop when the add-on goes
+    std::set<std::int64_t> watches;
+    KF_HostTable table{};
+
+    bool Serves(std::uint32_t cmd, std::int32_t version) const;
+};
+
+struct LoadResult {
+    std::filesystem::path path;
+    AddOn* addOn = nullptr; // null when refused
+    std::string reason;     // why it was refused
+    bool Loaded() const { return addOn != nullptr; }
+};
+
+struct MenuItemState {
+    std::u16string text;
+    std::uint32_t flags = 0; // 1 disabled, 2 checked
+};
+
+struct RegisteredMenu {
+    std::int16_t resID = 0;
+    std::int16_t promptResID = 0;
+    std::int32_t posCode = 0;
+    std::uint32_t flags = 0;
+    AddOn* owner = nullptr;
+    std::u16string title;
+    std::vector<MenuItemState> items;
+};
+
+struct RegisteredFileType {
+    std::u16string manager;
+    std::u16string description;
+    std::u16string extension;
+    std::uint32_t creator = 0;
+    std::uint32_t macType = 0;
+    std::int16_t iconID = 0;
+    bool visible = true;
+};
+
+class Host {
+public:
+    explicit Host(HostConfig config = {});
+    ~Host(); // unloads every add-on
+    Host(const Host&) = delete;
+    Host& operator=(const Host&) = delete;
+
+    const HostConfig& Config() const { return config_; }
+    HostConfig& MutableConfig() { return config_; }
+
+    // ---- loading: table, CheckEnvironment, RegisterInterface, Initialize ----
+    LoadResult LoadBundle(const std::filesystem::path& bundle);
+    // Every *.bundle of folder, in name order.
+    std::vector<LoadResult> LoadAddOnsFolder(const std::filesystem::path& folder);
+    // Bundles in name order (of their folder names).
+    std::vector<LoadResult> LoadBundles(std::vector<std::filesystem::path> bundles);
+    // An add-on linked into this program; bundlePath is what it sees as its own location.
+    LoadResult LoadInProcess(const AddOnEntryPoints& entry, ResourceModule resources,
+                             const std::filesystem::path& bundlePath);
+    // Registers an add-on record without entry points: its table can be installed by hand
+    // (kfsdk::InstallHostTable) to host framework code that has no entry points.
+    AddOn& Attach(ResourceModule resources, const std::filesystem::path& bundlePath);
+    // FreeData then dlclose, in reverse load order.
+    void UnloadAll();
+    const std::vector<std::unique_ptr<AddOn>>& AddOns() const { return addOns_; }
+    AddOn* FindAddOn(const std::string& name);
+    AddOn* FromContext(KF_HostContext* context);
+
+    // ---- menus and module commands ----
+    // Sends a menu command as a user's choice and answers the handler's code; with
+    // requireRegistered the menu must have been registered and the item must exist. When the host
+    // cannot deliver it, the answer is APIERR_BADID and *why (when given) says why.
+    // Menus are per add-on: target picks the add-on (null: the first whose menu or handler fits).
+    std::int32_t MenuCommand(std::int16_t menuResID, std::int32_t itemIndex, bool requireRegistered = true,
+                             std::string* why = nullptr, AddOn* target = nullptr);
+    // A module command as another add-on would send it; target null: the first loaded add-on that
+    // serves the command.
+    std::int32_t ModuleCommand(std::uint32_t cmd, std::int32_t version, const ModuleID* target = nullptr,
+                               void* params = nullptr, char* resultData = nullptr, bool silent = false,
+                               std::string* why = nullptr);
+    const std::vector<RegisteredMenu>& Menus() const { return menus_; }
+    std::vector<RegisteredMenu>& MutableMenus() { return menus_; }
+    // owner null: the first registered menu of that number.
+    RegisteredMenu* FindMenu(std::int16_t resID, const AddOn* owner = nullptr);
+
+    // ---- resource modules ----
+    std::int32_t CurrentResModule() const { return currentResModule_; }
+    void SetCurrentResModule(std::int32_t module) { currentResModule_ = module; }
+    AddOn* ModuleOwner(std::int32_t resModule);
+
+    // ---- parts ----
+    DialogManager& Dialogs() { return dialogs_; }
+    void SetDialogBackend(std::unique_ptr<DialogBackend> backend);
+    RunLoop& Loop() { return *loop_; }
+    void SetRunLoop(std::unique_ptr<RunLoop> loop);
+    FileFaults& Faults() { return faults_; }
+    Transcript& Log() { return transcript_; }
+    ScriptRunner& Script() { return script_; }
+    bool RunScript(std::string_view text, const std::string& source);
+
+    // ---- operating-system services ----
+    const std::vector<std::vector<std::string>>& Launched() const { return launched_; }
+    std::int32_t Spawn(const std::vector<std::string>& argv);
+    const char* Setting(const std::string& key) const;
+
+    // ---- records kept for inspection ----
+    std::map<std::int32_t, AddOn*> modelessWindows;   // reference id -> registering add-on
+    std::vector<RegisteredFileType> fileTypes;        // id = position + 1
+    std::vector<AddOn*> builtInLibraries;             // add-ons that registered their library
+    struct OpenFile {
+        int fd = -1;
+        std::string path;
+    };
+    std::map<std::int64_t, OpenFile> openFiles;       // host file handles
+    std::int64_t nextFileHandle = 1;
+
+    // Fills an add-on's table (done at load; exposed for the in-process case).
+    void FillTable(AddOn& addOn);
+
+private:
+    LoadResult Load(std::unique_ptr<AddOn> addOn);
+    void Forget(AddOn& addOn); // drops what the add-on registered
+    std::string Describe(const std::filesystem::path& path) const;
+
+    HostConfig config_;
+    std::map<std::string, std::string> settings_;
+    std::vector<std::unique_ptr<AddOn>> addOns_;
+    std::vector<RegisteredMenu> menus_;
+    std::int32_t currentResModule_ = 0;
+    std::int32_t nextResModule_ = 1;
+    std::unique_ptr<RunLoop> loop_;
+    DialogManager dialogs_;
+    std::unique_ptr<DialogBackend> backend_;
+    FileFaults faults_;
+    Transcript transcript_;
+    ScriptRunner script_;
+    std::vector<std::vector<std::string>> launched_;
+};
+
+// The host's file system, shared by the table entries (paths are UTF-8 here).
+namespace fs_service {
+std::int32_t ErrnoToCode(int error);
+} // namespace fs_service
+
+} // namespace kfhost

@@ -1,0 +1,22 @@
+// Text helpers of the host: the host keeps texts as UTF-16 (as add-ons hand them over) and prints
+// UTF-8.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace kfhost {
+
+// Ill-formed input is replaced by U+FFFD.
+std::u16string FromUTF8(std::string_view utf8);
+std::string ToUTF8(std::u16string_view utf16);
+// Byte offset (0-based) of the first ill-formed sequence, or nothing when the text is valid.
+std::optional<std::size_t> FindInvalidUTF8(std::string_view utf8);
+// "text" with \" and \\ escaped, as the transcript and scripts write strings.
+std::string Quote(std::string_view utf8);
+std::string Quote(std::u16string_view utf16);
+// 'ABCD' as text; non-printable characters as \xNN.
+std::string FourCCText(std::uint32_t code);
+
+} // namespace kfhost

@@ -1,0 +1,189 @@
+#include "kfhost/qt/Gui.hpp"
+
+#include "kfhost/Host.hpp"
+#include "kfhost/qt/DialogWindow.hpp"
+#include "kfhost/qt/MainWindow.hpp"
+#include "kfhost/qt/QtBackend.hpp"
+#include "kfhost/qt/QtRunLoop.hpp"
+#include "kfhost/qt/Screenshots.hpp"
+#include "kfhost/qt/ScriptPlayer.hpp"
+
+#include <QApplication>
+#include <QEventLoop>
+
+#include <cstdlib>
+#include <iostream>
+#include <streambuf>
+
+namespace kfhost::qt {
+namespace {
+
+// The transcript's echo: each line to the main window's log, and on to standard output.
+class LineSink final : public std::streambuf {
+public:
+    LineSink(std::function<void(const std::string&)> line, std::ostream* also) : line_(std::move(line)), also_(also) {}
+
+protected:
+    int_type overflow(int_type ch) override
+    {
+        if (traits_type::eq_int_type(ch, traits_type::eof()))
+            return traits_type::not_eof(ch);
+        const char c = traits_type::to_char_type(ch);
+        if (also_)
+            also_->put(c);
+        if (c == '\n') {
+            line_(pending_);
+            pending_.clear();
+        } else {
+            pending_ += c;
+        }
+        return ch;
+    }
+    std::streamsize xsputn(const char* s, std::streamsize n) override
+    {
+        for (std::streamsize i = 0; i < n; ++i)
+            overflow(traits_type::to_int_type(s[i]));
+        return n;
+    }
+    int sync() override
+    {
+        if (also_)
+            also_->flush();
+        return 0;
+    }
+
+private:
+    std::function<void(const std::string&)> line_;
+    std::ostream* also_;
+    std::string pending_;
+};
+
+bool Set(const char* name)
+{
+    const char* value = std::getenv(name);
+    return value && *value;
+}
+
+} // namespace
+
+bool DisplayPresent() { return Set("DISPLAY") || Set("WAYLAND_DISPLAY") || Set("QT_QPA_PLATFORM"); }
+
+struct GuiSession::Impl {
+    Impl(Host& h, GuiOptions o) : host(h), options(std::move(o)) {}
+
+    void Capture()
+    {
+        if (!shots)
+            return;
+        backend->Flush();
+        for (DialogWindow* window : backend->Windows()) {
+            if (!window->isVisible() || window->Signature() == window->capturedSignature)
+                continue;
+            std::string why;
+            if (shots->Save(*window, std::to_string(window->ResID()), &why).empty())
+                host.Script().Fail(why);
+            else
+                window->capturedSignature = window->Signature();
+        }
+    }
+
+    Host& host;
+    GuiOptions options;
+    std::unique_ptr<QApplication> app; // when there was none
+    QtBackend* backend = nullptr;      // owned by the host
+    QtRunLoop* loop = nullptr;         // owned by the host
+    std::unique_ptr<MainWindow> window;
+    std::unique_ptr<Screenshots> shots;
+    std::unique_ptr<ScriptPlayer> player;
+    std::unique_ptr<LineSink> sink;
+    std::unique_ptr<std::ostream> echo;
+};
+
+GuiSession::GuiSession(Host& host, GuiOptions options) : impl_(std::make_unique<Impl>(host, std::move(options)))
+{
+    Impl& s = *impl_;
+    if (!QApplication::instance()) {
+        // Qt reads its own options from the arguments; kfhost's are not for it.
+        static int argc = 1;
+        static char name[] = "kfhost";
+        static char* argv[] = {name, nullptr};
+        s.app = std::make_unique<QApplication>(argc, argv);
+    }
+    QApplication::setApplicationName(QStringLiteral("kfhost"));
+    QApplication::setQuitOnLastWindowClosed(false);
+
+    auto loop = std::make_unique<QtRunLoop>();
+    s.loop = loop.get();
+    host.SetRunLoop(std::move(loop));
+    auto backend = std::make_unique<QtBackend>(host);
+    s.backend = backend.get();
+    host.SetDialogBackend(std::move(backend));
+
+    s.window = std::make_unique<MainWindow>(host, s.loop);
+    s.backend->SetAnchor(s.window.get());
+    MainWindow* window = s.window.get();
+    s.backend->SetOnWindowsChanged([window] { window->UpdateStatus(); });
+    s.sink = std::make_unique<LineSink>([window](const std::string& line) { window->AppendLog(QString::fromStdString(line)); },
+                                        s.options.echo ? &std::cout : nullptr);
+    s.echo = std::make_unique<std::ostream>(s.sink.get());
+    host.Log().Echo(s.echo.get());
+
+    if (!s.options.screenshotDir.empty()) {
+        s.shots = std::make_unique<Screenshots>(s.options.screenshotDir);
+        s.backend->SetScreenshots(s.shots.get());
+    }
+    s.player = std::make_unique<ScriptPlayer>(host, *s.backend);
+    s.player->onPause = [&s] { s.Capture(); };
+}
+
+GuiSession::~GuiSession()
+{
+    Impl& s = *impl_;
+    s.host.UnloadAll(); // FreeData and the modeless windows' close while the windows exist
+    s.backend->EndScript();
+    s.host.Log().Echo(s.options.echo ? &std::cout : nullptr);
+    s.host.SetDialogBackend(std::make_unique<HeadlessBackend>(s.host));
+    s.host.SetRunLoop(std::make_unique<PollRunLoop>());
+    s.player.reset();
+    s.window.reset();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    s.app.reset();
+}
+
+void GuiSession::ShowMainWindow()
+{
+    impl_->window->RebuildMenus();
+    impl_->window->UpdateStatus();
+    impl_->window->show();
+}
+
+bool GuiSession::Run(std::string_view script, const std::string& source)
+{
+    Impl& s = *impl_;
+    ShowMainWindow();
+    if (!script.empty()) {
+        s.player->Append(script, source);
+        s.backend->SetScript([&s] { return s.player->Step(); }, s.options.batch);
+        s.player->RunAll();
+        s.backend->EndScript();
+        if (s.shots) {
+            std::string why;
+            if (s.shots->Save(*s.window, "host", &why).empty())
+                s.host.Script().Fail(why);
+        }
+    }
+    if (!s.options.batch) {
+        QEventLoop untilClosed;
+        s.window->onClose = [&untilClosed] { untilClosed.quit(); };
+        if (s.window->isVisible())
+            untilClosed.exec();
+        s.window->onClose = nullptr;
+    }
+    return s.host.Script().Ok();
+}
+
+QtBackend& GuiSession::Backend() { return *impl_->backend; }
+MainWindow& GuiSession::Window() { return *impl_->window; }
+ScriptPlayer& GuiSession::Player() { return *impl_->player; }
+
+} // namespace kfhost::qt

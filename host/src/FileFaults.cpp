@@ -1,0 +1,57 @@
+#include "kfhost/FileFaults.hpp"
+
+#include <fnmatch.h>
+
+#include <array>
+
+namespace kfhost {
+namespace {
+
+constexpr std::array<std::pair<FileOp, std::string_view>, 12> kOps{{
+    {FileOp::Any, "any"},       {FileOp::Create, "create"}, {FileOp::Open, "open"},
+    {FileOp::Read, "read"},     {FileOp::Write, "write"},   {FileOp::Close, "close"},
+    {FileOp::Seek, "seek"},     {FileOp::Length, "length"}, {FileOp::Delete, "delete"},
+    {FileOp::Enumerate, "enumerate"}, {FileOp::Type, "type"}, {FileOp::Folder, "folder"},
+}};
+
+} // namespace
+
+std::optional<FileOp> FileOpFromName(std::string_view name)
+{
+    for (const auto& [op, n] : kOps)
+        if (n == name)
+            return op;
+    return std::nullopt;
+}
+
+std::string_view FileOpName(FileOp op)
+{
+    for (const auto& [o, n] : kOps)
+        if (o == op)
+            return n;
+    return "?";
+}
+
+void FileFaults::Fail(FileOp op, std::string pattern, std::int32_t code, int count)
+{
+    if (count != 0)
+        rules_.push_back(Rule{op, std::move(pattern), code, count});
+}
+
+std::optional<std::int32_t> FileFaults::Check(FileOp op, std::string_view path)
+{
+    const std::string p(path);
+    for (auto it = rules_.begin(); it != rules_.end(); ++it) {
+        if (it->op != FileOp::Any && it->op != op)
+            continue;
+        if (::fnmatch(it->pattern.c_str(), p.c_str(), 0) != 0)
+            continue;
+        const std::int32_t code = it->code;
+        if (it->remaining > 0 && --it->remaining == 0)
+            rules_.erase(it);
+        return code;
+    }
+    return std::nullopt;
+}
+
+} // namespace kfhost

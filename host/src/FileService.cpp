@@ -1,0 +1,319 @@
+// Table entries of the file system: the real one, with the test hook of FileFaults in front.
+#include "Services.hpp"
+#include "kfhost/Text.hpp"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <vector>
+
+namespace kfhost {
+
+std::int32_t fs_service::ErrnoToCode(int error)
+{
+    switch (error) {
+    case EACCES:
+    case EPERM:
+    case EROFS:
+        return KF_IOERR_ACCESSDENIED;
+    case ENOENT:
+    case ENOTDIR:
+        return KF_IOERR_FILENOTFOUND;
+    case ENOSPC:
+    case EDQUOT:
+        return KF_IOERR_DISKFULL;
+    default:
+        return KF_IOERR_ERROR;
+    }
+}
+
+namespace detail {
+namespace {
+
+namespace fs = std::filesystem;
+using fs_service::ErrnoToCode;
+
+std::optional<std::int32_t> Fault(KF_HostContext* c, FileOp op, const std::string& path)
+{
+    return HostOf(c).Faults().Check(op, path);
+}
+
+Host::OpenFile* Handle(KF_HostContext* c, std::int64_t handle)
+{
+    auto& files = HostOf(c).openFiles;
+    const auto it = files.find(handle);
+    return it == files.end() ? nullptr : &it->second;
+}
+
+KF_Err GetSpecialLocation(KF_HostContext* c, std::int32_t folderID, const KF_StringOut* out)
+{
+    fs::path folder;
+    std::error_code ec;
+    switch (folderID) {
+    case 13:
+        folder = HostOf(c).Config().frameworkFolder;
+        fs::create_directories(folder, ec); // a first run finds it in place
+        break;
+    case 1: {
+        const char* home = std::getenv("HOME");
+        folder = home ? fs::path(home) / "Documents" : fs::temp_directory_path(ec);
+        if (!fs::is_directory(folder, ec) && home)
+            folder = home;
+        break;
+    }
+    case 7:
+        folder = fs::temp_directory_path(ec);
+        break;
+    case 10:
+        folder = fs::read_symlink("/proc/self/exe", ec).parent_path();
+        break;
+    default:
+        return KF_APIERR_BADPARS;
+    }
+    if (folder.empty())
+        return KF_IOERR_ERROR;
+    Emit(out, FromUTF8(folder.lexically_normal().string()));
+    return KF_NOERROR;
+}
+
+KF_Err FolderOpen(KF_HostContext* c, const KF_UChar* units, std::int32_t length, std::int32_t createIfMissing)
+{
+    const std::string path = PathOf(units, length);
+    if (path.empty())
+        return KF_IOERR_BADLOCATION;
+    if (const auto code = Fault(c, FileOp::Folder, path))
+        return *code;
+    struct stat st {};
+    if (::stat(path.c_str(), &st) == 0)
+        return S_ISDIR(st.st_mode) ? KF_NOERROR : KF_IOERR_NOTAFOLDER;
+    if (errno != ENOENT || !createIfMissing)
+        return ErrnoToCode(errno);
+    std::error_code ec;
+    fs::create_directories(path, ec);
+    return ec ? ErrnoToCode(ec.value()) : KF_NOERROR;
+}
+
+KF_Err GetEntryType(KF_HostContext* c, const KF_UChar* units, std::int32_t length, std::int32_t* type)
+{
+    const std::string path = PathOf(units, length);
+    if (path.empty() || !type)
+        return KF_IOERR_BADLOCATION;
+    if (const auto code = Fault(c, FileOp::Type, path))
+        return *code;
+    struct stat st {};
+    if (::stat(path.c_str(), &st) != 0)
+        return errno == ENOENT ? KF_IOERR_NAMENOTFOUND : ErrnoToCode(errno);
+    *type = S_ISDIR(st.st_mode) ? 1 : S_ISREG(st.st_mode) ? 0 : 3;
+    return KF_NOERROR;
+}
+
+KF_Err DeleteEntry(KF_HostContext* c, const KF_UChar* units, std::int32_t length)
+{
+    const std::string path = PathOf(units, length);
+    if (path.empty() || path == "/")
+        return KF_IOERR_BADLOCATION;
+    if (const auto code = Fault(c, FileOp::Delete, path))
+        return *code;
+    struct stat st {};
+    if (::lstat(path.c_str(), &st) != 0)
+        return errno == ENOENT ? KF_IOERR_NAMENOTFOUND : ErrnoToCode(errno);
+    std::error_code ec;
+    fs::remove_all(path, ec);
+    return ec ? ErrnoToCode(ec.value()) : KF_NOERROR;
+}
+
+// Entries in name order; a callback answering 0 ends the listing with APIERR_CANCEL.
+KF_Err Enumerate(KF_HostContext* c, const KF_UChar* units, std::int32_t length, KF_EnumProc proc, void* userData)
+{
+    const std::string path = PathOf(units, length);
+    if (path.empty() || !proc)
+        return KF_IOERR_BADLOCATION;
+    if (const auto code = Fault(c, FileOp::Enumerate, path))
+        return *code;
+    DIR* dir = ::opendir(path.c_str());
+    if (!dir)
+        return ErrnoToCode(errno);
+    std::vector<std::string> names;
+    while (const dirent* entry = ::readdir(dir)) {
+        const std::string name = entry->d_name;
+        if (name != "." && name != "..")
+            names.push_back(name);
+    }
+    ::closedir(dir);
+    std::sort(names.begin(), names.end());
+    for (const auto& name : names) {
+        struct stat st {};
+        const std::string full = (path.back() == '/' ? path : path + "/") + name;
+        const bool isFolder = ::stat(full.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+        const std::u16string text = FromUTF8(name);
+        if (!proc(userData, reinterpret_cast<const KF_UChar*>(text.data()), std::int32_t(text.size()),
+                  isFolder ? 1 : 0))
+            return KF_APIERR_CANCEL;
+    }
+    return KF_NOERROR;
+}
+
+KF_Err FileProbe(KF_HostContext* c, const KF_UChar* units, std::int32_t length, std::int32_t createIfMissing)
+{
+    const std::string path = PathOf(units, length);
+    if (path.empty())
+        return KF_IOERR_BADLOCATION;
+    if (const auto code = Fault(c, FileOp::Create, path))
+        return *code;
+    struct stat st {};
+    if (::stat(path.c_str(), &st) == 0)
+        return S_ISDIR(st.st_mode) ? KF_IOERR_ERROR : KF_NOERROR;
+    if (errno != ENOENT || !createIfMissing)
+        return ErrnoToCode(errno);
+    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+    if (fd < 0)
+        return ErrnoToCode(errno);
+    ::close(fd);
+    return KF_NOERROR;
+}
+
+KF_Err FileOpen(KF_HostContext* c, const KF_UChar* units, std::int32_t length, std::int32_t mode, std::int64_t* handle)
+{
+    const std::string path = PathOf(units, length);
+    if (path.empty() || !handle)
+        return KF_IOERR_BADLOCATION;
+    int flags = O_CLOEXEC;
+    switch (mode) {
+    case 0: flags |= O_RDONLY; break;
+    case 1: flags |= O_RDWR; break;
+    case 2: flags |= O_WRONLY | O_TRUNC; break;
+    case 3: flags |= O_RDWR | O_TRUNC; break;
+    case 4: flags |= O_WRONLY | O_APPEND; break;
+    default: return KF_APIERR_BADPARS;
+    }
+    if (const auto code = Fault(c, FileOp::Open, path))
+        return *code;
+    const int fd = ::open(path.c_str(), flags);
+    if (fd < 0)
+        return ErrnoToCode(errno);
+    Host& host = HostOf(c);
+    *handle = host.nextFileHandle++;
+    host.openFiles[*handle] = Host::OpenFile{fd, path};
+    return KF_NOERROR;
+}
+
+KF_Err FileClose(KF_HostContext* c, std::int64_t handle)
+{
+    Host::OpenFile* file = Handle(c, handle);
+    if (!file)
+        return KF_IOERR_NOTOPEN;
+    const Host::OpenFile closing = *file;
+    HostOf(c).openFiles.erase(handle);
+    const bool failed = ::close(closing.fd) != 0;
+    const int error = errno;
+    if (const auto code = Fault(c, FileOp::Close, closing.path))
+        return *code;
+    return failed ? ErrnoToCode(error) : KF_NOERROR;
+}
+
+KF_Err FileGetLength(KF_HostContext* c, std::int64_t handle, std::uint64_t* length)
+{
+    Host::OpenFile* file = Handle(c, handle);
+    if (!file)
+        return KF_IOERR_NOTOPEN;
+    if (const auto code = Fault(c, FileOp::Length, file->path))
+        return *code;
+    struct stat st {};
+    if (::fstat(file->fd, &st) != 0)
+        return ErrnoToCode(errno);
+    if (length)
+        *length = std::uint64_t(st.st_size);
+    return KF_NOERROR;
+}
+
+KF_Err FileSeek(KF_HostContext* c, std::int64_t handle, std::uint64_t position)
+{
+    Host::OpenFile* file = Handle(c, handle);
+    if (!file)
+        return KF_IOERR_NOTOPEN;
+    if (const auto code = Fault(c, FileOp::Seek, file->path))
+        return *code;
+    if (position > std::uint64_t(INT64_MAX) || ::lseek(file->fd, off_t(position), SEEK_SET) < 0)
+        return KF_IOERR_ERROR;
+    return KF_NOERROR;
+}
+
+KF_Err FileRead(KF_HostContext* c, std::int64_t handle, char* buffer, std::uint64_t count, std::uint64_t* read)
+{
+    Host::OpenFile* file = Handle(c, handle);
+    if (read)
+        *read = 0;
+    if (!file)
+        return KF_IOERR_NOTOPEN;
+    if (const auto code = Fault(c, FileOp::Read, file->path))
+        return *code;
+    std::uint64_t done = 0;
+    while (done < count) {
+        const ssize_t n = ::read(file->fd, buffer + done, std::size_t(std::min<std::uint64_t>(count - done, 1u << 30)));
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n < 0) {
+            if (read)
+                *read = done;
+            return ErrnoToCode(errno);
+        }
+        if (n == 0)
+            break;
+        done += std::uint64_t(n);
+    }
+    if (read)
+        *read = done;
+    return done == count ? KF_NOERROR : KF_IOERR_ENDOFFILE;
+}
+
+KF_Err FileWrite(KF_HostContext* c, std::int64_t handle, const char* data, std::uint64_t count, std::uint64_t* written)
+{
+    Host::OpenFile* file = Handle(c, handle);
+    if (written)
+        *written = 0;
+    if (!file)
+        return KF_IOERR_NOTOPEN;
+    if (const auto code = Fault(c, FileOp::Write, file->path))
+        return *code;
+    std::uint64_t done = 0;
+    while (done < count) {
+        const ssize_t n = ::write(file->fd, data + done, std::size_t(std::min<std::uint64_t>(count - done, 1u << 30)));
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n < 0) {
+            if (written)
+                *written = done;
+            return ErrnoToCode(errno);
+        }
+        done += std::uint64_t(n);
+    }
+    if (written)
+        *written = done;
+    return KF_NOERROR;
+}
+
+} // namespace
+
+void FillFileEntries(KF_HostTable& t)
+{
+    t.GetSpecialLocation = GetSpecialLocation;
+    t.FolderOpen = FolderOpen;
+    t.GetEntryType = GetEntryType;
+    t.DeleteEntry = DeleteEntry;
+    t.Enumerate = Enumerate;
+    t.FileProbe = FileProbe;
+    t.FileOpen = FileOpen;
+    t.FileClose = FileClose;
+    t.FileGetLength = FileGetLength;
+    t.FileSeek = FileSeek;
+    t.FileRead = FileRead;
+    t.FileWrite = FileWrite;
+}
+
+} // namespace detail
+} // namespace kfhost

@@ -1,0 +1,400 @@
+#include "kfhost/Host.hpp"
+
+#include "Services.hpp"
+#include "kfhost/Text.hpp"
+
+#include <dlfcn.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+
+extern char** environ;
+
+namespace kfhost {
+
+namespace fs = std::filesystem;
+
+std::filesystem::path DefaultFrameworkFolder()
+{
+    if (const char* data = std::getenv("XDG_DATA_HOME"); data && *data)
+        return fs::path(data) / "kfhost" / "framework";
+    if (const char* home = std::getenv("HOME"); home && *home)
+        return fs::path(home) / ".local" / "share" / "kfhost" / "framework";
+    return fs::temp_directory_path() / "kfhost" / "framework";
+}
+
+bool AddOn::Serves(std::uint32_t cmd, std::int32_t version) const
+{
+    return std::find(services.begin(), services.end(), std::make_pair(cmd, version)) != services.end();
+}
+
+Host::Host(HostConfig config)
+    : config_(std::move(config)), loop_(std::make_unique<PollRunLoop>()), dialogs_(*this), script_(*this)
+{
+    if (config_.frameworkFolder.empty())
+        config_.frameworkFolder = DefaultFrameworkFolder();
+    backend_ = std::make_unique<HeadlessBackend>(*this);
+    dialogs_.SetBackend(backend_.get());
+}
+
+Host::~Host()
+{
+    UnloadAll();
+    for (const auto& [handle, file] : openFiles)
+        ::close(file.fd);
+    // Reap launched programs that have ended; the others go on without us.
+    while (::waitpid(-1, nullptr, WNOHANG) > 0) {
+    }
+}
+
+void Host::SetDialogBackend(std::unique_ptr<DialogBackend> backend)
+{
+    backend_ = std::move(backend);
+    dialogs_.SetBackend(backend_.get());
+}
+
+void Host::SetRunLoop(std::unique_ptr<RunLoop> loop) { loop_ = std::move(loop); }
+
+void Host::FillTable(AddOn& addOn)
+{
+    KF_HostTable& t = addOn.table;
+    t = KF_HostTable{};
+    t.size = sizeof(KF_HostTable);
+    t.version = KF_HOST_TABLE_VERSION;
+    t.context = reinterpret_cast<KF_HostContext*>(&addOn);
+    detail::FillAddOnEntries(t);
+    detail::FillDialogEntries(t);
+    detail::FillFileEntries(t);
+    detail::FillSystemEntries(t);
+    detail::FillLibraryEntries(t);
+    detail::FillProjectEntries(t);
+    detail::FillRenderingEntries(t);
+}
+
+AddOn* Host::FromContext(KF_HostContext* context)
+{
+    for (auto& a : addOns_)
+        if (reinterpret_cast<KF_HostContext*>(a.get()) == context)
+            return a.get();
+    return nullptr;
+}
+
+AddOn* Host::FindAddOn(const std::string& name)
+{
+    for (auto& a : addOns_)
+        if (a->name == name)
+            return a.get();
+    return nullptr;
+}
+
+AddOn* Host::ModuleOwner(std::int32_t resModule)
+{
+    for (auto& a : addOns_)
+        if (a->resModule == resModule)
+            return a.get();
+    return nullptr;
+}
+
+RegisteredMenu* Host::FindMenu(std::int16_t resID, const AddOn* owner)
+{
+    for (auto& m : menus_)
+        if (m.resID == resID && (!owner || m.owner == owner))
+            return &m;
+    return nullptr;
+}
+
+std::string Host::Describe(const fs::path& path) const { return path.string(); }
+
+void Host::Forget(AddOn& addOn)
+{
+    std::erase_if(menus_, [&](const RegisteredMenu& m) { return m.owner == &addOn; });
+    std::erase_if(modelessWindows, [&](const auto& entry) { return entry.second == &addOn; });
+    std::erase(builtInLibraries, &addOn);
+    addOn.menuHandlers.clear();
+    addOn.commandHandlers.clear();
+    addOn.services.clear();
+    for (const auto timer : addOn.timers)
+        loop_->RemoveTimer(timer);
+    for (const auto watch : addOn.watches)
+        loop_->RemoveWatch(watch);
+    addOn.timers.clear();
+    addOn.watches.clear();
+    if (currentResModule_ == addOn.resModule)
+        currentResModule_ = 0;
+}
+
+LoadResult Host::Load(std::unique_ptr<AddOn> owned)
+{
+    AddOn& a = *owned;
+    a.host = this;
+    a.resModule = nextResModule_++;
+    a.moduleID = a.resources.moduleID.value_or(ModuleID{});
+    FillTable(a);
+    addOns_.push_back(std::move(owned));
+    const fs::path path = a.bundlePath;
+
+    auto refuse = [&](const std::string& reason) {
+        Forget(a);
+        dialogs_.CloseAllOf(a);
+        if (a.library)
+            ::dlclose(a.library);
+        std::erase_if(addOns_, [&](const std::unique_ptr<AddOn>& p) { return p.get() == &a; });
+        transcript_.Add("refused " + path.string() + ": " + reason);
+        return LoadResult{path, nullptr, reason};
+    };
+    auto hex = [](std::int32_t code) {
+        char buf[16];
+        std::snprintf(buf, sizeof buf, "0x%08X", static_cast<unsigned>(code));
+        return std::string(buf);
+    };
+
+    if (const KF_Err err = a.entry.setHostTable(&a.table); err != 0)
+        return refuse("it refused host table version " + std::to_string(KF_HOST_TABLE_VERSION) + " (code " +
+                      hex(err) + ")");
+    KF_EnvirRecord envir{};
+    envir.serverInfo.serverApplication = config_.serverApplication;
+    envir.serverInfo.mainVersion = config_.release;
+    envir.serverInfo.releaseVersion = 0;
+    envir.serverInfo.buildNum = 3006;
+    envir.serverInfo.platform = 1;
+    const std::int32_t type = a.entry.checkEnvironment(&envir);
+    a.name = ToUTF8(std::u16string_view(reinterpret_cast<const char16_t*>(envir.name),
+                                        std::size_t(std::clamp(envir.nameLength, 0, KF_ENVIR_NAME_MAX))));
+    a.description = ToUTF8(std::u16string_view(
+        reinterpret_cast<const char16_t*>(envir.description),
+        std::size_t(std::clamp(envir.descriptionLength, 0, KF_ENVIR_DESCRIPTION_MAX))));
+    if (type == 0)
+        return refuse("its environment check answered 0 (it does not register in this host)");
+    if (const KF_Err err = a.entry.registerInterface(); err != 0)
+        return refuse("RegisterInterface answered " + hex(err));
+    if (const KF_Err err = a.entry.initialize(&a); err != 0) {
+        a.entry.freeData();
+        return refuse("Initialize answered " + hex(err));
+    }
+    a.initialized = true;
+    transcript_.Add("loaded " + Quote(a.name) + " from " + path.string());
+    return LoadResult{path, &a, {}};
+}
+
+LoadResult Host::LoadBundle(const fs::path& bundle)
+{
+    auto refuse = [&](const std::string& reason) {
+        transcript_.Add("refused " + bundle.string() + ": " + reason);
+        return LoadResult{bundle, nullptr, reason};
+    };
+    std::error_code ec;
+    if (bundle.extension() != ".bundle" || !fs::is_directory(bundle, ec))
+        return refuse("not a bundle folder (<Name>.bundle)");
+    auto addOn = std::make_unique<AddOn>();
+    addOn->bundlePath = fs::absolute(bundle, ec).lexically_normal();
+    if (addOn->bundlePath.filename().empty())
+        addOn->bundlePath = addOn->bundlePath.parent_path();
+    const std::string name = addOn->bundlePath.stem().string();
+    addOn->libraryPath = addOn->bundlePath / (name + ".so");
+    if (!fs::is_regular_file(addOn->libraryPath, ec))
+        return refuse("no shared library " + name + ".so in the bundle");
+    try {
+        addOn->resources = LoadResourceFolder(addOn->bundlePath / "Resources");
+    } catch (const ResourceError& e) {
+        return refuse(std::string("malformed resources: ") + e.what());
+    }
+    addOn->library = ::dlopen(addOn->libraryPath.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (!addOn->library) {
+        const char* error = ::dlerror();
+        return refuse(std::string("cannot be loaded: ") + (error ? error : "unknown error"));
+    }
+    const std::pair<const char*, void**> symbols[] = {
+        {KF_ADDON_SYMBOL_SETHOSTTABLE, reinterpret_cast<void**>(&addOn->entry.setHostTable)},
+        {KF_ADDON_SYMBOL_CHECKENVIRONMENT, reinterpret_cast<void**>(&addOn->entry.checkEnvironment)},
+        {KF_ADDON_SYMBOL_REGISTERINTERFACE, reinterpret_cast<void**>(&addOn->entry.registerInterface)},
+        {KF_ADDON_SYMBOL_INITIALIZE, reinterpret_cast<void**>(&addOn->entry.initialize)},
+        {KF_ADDON_SYMBOL_FREEDATA, reinterpret_cast<void**>(&addOn->entry.freeData)},
+    };
+    for (const auto& [symbol, slot] : symbols) {
+        *slot = ::dlsym(addOn->library, symbol);
+        if (!*slot) {
+            ::dlclose(addOn->library);
+            return refuse(std::string("missing symbol ") + symbol);
+        }
+    }
+    return Load(std::move(addOn));
+}
+
+std::vector<LoadResult> Host::LoadBundles(std::vector<fs::path> bundles)
+{
+    std::sort(bundles.begin(), bundles.end(), [](const fs::path& a, const fs::path& b) {
+        const auto an = a.lexically_normal().filename().empty() ? a.lexically_normal().parent_path().filename()
+                                                                 : a.lexically_normal().filename();
+        const auto bn = b.lexically_normal().filename().empty() ? b.lexically_normal().parent_path().filename()
+                                                                 : b.lexically_normal().filename();
+        return an < bn || (an == bn && a < b);
+    });
+    std::vector<LoadResult> results;
+    for (const auto& bundle : bundles)
+        results.push_back(LoadBundle(bundle));
+    return results;
+}
+
+std::vector<LoadResult> Host::LoadAddOnsFolder(const fs::path& folder)
+{
+    std::vector<fs::path> bundles;
+    std::error_code ec;
+    for (fs::directory_iterator it(folder, ec), end; !ec && it != end; it.increment(ec))
+        if (it->path().extension() == ".bundle" && it->is_directory())
+            bundles.push_back(it->path());
+    if (ec) {
+        transcript_.Add("refused " + folder.string() + ": cannot list the add-ons folder: " + ec.message());
+        return {LoadResult{folder, nullptr, "cannot list the add-ons folder: " + ec.message()}};
+    }
+    return LoadBundles(std::move(bundles));
+}
+
+LoadResult Host::LoadInProcess(const AddOnEntryPoints& entry, ResourceModule resources, const fs::path& bundlePath)
+{
+    if (!entry.setHostTable || !entry.checkEnvironment || !entry.registerInterface || !entry.initialize ||
+        !entry.freeData)
+        return LoadResult{bundlePath, nullptr, "an entry point is missing"};
+    auto addOn = std::make_unique<AddOn>();
+    addOn->bundlePath = bundlePath;
+    addOn->entry = entry;
+    addOn->resources = std::move(resources);
+    return Load(std::move(addOn));
+}
+
+AddOn& Host::Attach(ResourceModule resources, const fs::path& bundlePath)
+{
+    auto addOn = std::make_unique<AddOn>();
+    addOn->host = this;
+    addOn->bundlePath = bundlePath;
+    addOn->resources = std::move(resources);
+    addOn->resModule = nextResModule_++;
+    addOn->moduleID = addOn->resources.moduleID.value_or(ModuleID{});
+    addOn->initialized = true;
+    FillTable(*addOn);
+    addOns_.push_back(std::move(addOn));
+    return *addOns_.back();
+}
+
+void Host::UnloadAll()
+{
+    while (!addOns_.empty()) {
+        AddOn& a = *addOns_.back();
+        dialogs_.CloseAllOf(a);
+        if (a.initialized && a.entry.freeData)
+            a.entry.freeData();
+        Forget(a);
+        if (a.library)
+            ::dlclose(a.library);
+        addOns_.pop_back();
+    }
+}
+
+std::int32_t Host::MenuCommand(std::int16_t menuResID, std::int32_t itemIndex, bool requireRegistered,
+                               std::string* why, AddOn* only)
+{
+    auto refuse = [&](std::string reason) {
+        if (why)
+            *why = std::move(reason);
+        return KF_APIERR_BADID;
+    };
+    const RegisteredMenu* menu = FindMenu(menuResID, only);
+    AddOn* target = only;
+    if (menu) {
+        if (requireRegistered && (itemIndex < 1 || itemIndex > std::int32_t(menu->items.size())))
+            return refuse("menu " + std::to_string(menuResID) + " has no item " + std::to_string(itemIndex));
+        if (requireRegistered && (menu->items[std::size_t(itemIndex - 1)].flags & 1))
+            return refuse("item " + std::to_string(itemIndex) + " of menu " + std::to_string(menuResID) +
+                          " is disabled");
+        target = menu->owner;
+    } else if (requireRegistered) {
+        return refuse("menu " + std::to_string(menuResID) + " is not registered");
+    }
+    const MenuHandler* handler = nullptr;
+    for (auto& a : addOns_) {
+        if (!a->initialized || (target && a.get() != target))
+            continue;
+        if (const auto it = a->menuHandlers.find(menuResID); it != a->menuHandlers.end()) {
+            handler = &it->second;
+            break;
+        }
+    }
+    if (!handler)
+        return refuse("no handler is installed for menu " + std::to_string(menuResID));
+    const MenuHandler call = *handler; // the handler may install others meanwhile
+    return call.proc(call.cookie, menuResID, itemIndex);
+}
+
+std::int32_t Host::ModuleCommand(std::uint32_t cmd, std::int32_t version, const ModuleID* target, void* params,
+                                 char* resultData, bool silent, std::string* why)
+{
+    auto refuse = [&](std::string reason, std::int32_t code) {
+        if (why)
+            *why = std::move(reason);
+        return code;
+    };
+    bool known = target == nullptr;
+    for (auto& a : addOns_) {
+        if (!a->initialized || (target && !(a->moduleID == *target)))
+            continue;
+        known = true;
+        if (!a->Serves(cmd, version))
+            continue;
+        const auto it = a->commandHandlers.find({cmd, version});
+        if (it == a->commandHandlers.end())
+            continue;
+        const CommandHandler call = it->second;
+        return call.proc(call.cookie, params, resultData, silent ? 1 : 0);
+    }
+    const std::string name = Quote(FourCCText(cmd)) + " version " + std::to_string(version);
+    if (!known)
+        return refuse("no loaded add-on has that module identifier", KF_APIERR_MODULNOTINSTALLED);
+    return refuse("no loaded add-on serves the command " + name, KF_APIERR_MODULCMDNOTSUPPORTED);
+}
+
+bool Host::RunScript(std::string_view text, const std::string& source)
+{
+    script_.Append(text, source);
+    return script_.RunAll();
+}
+
+std::int32_t Host::Spawn(const std::vector<std::string>& argv)
+{
+    if (argv.empty() || argv[0].empty())
+        return KF_APIERR_BADPARS;
+    launched_.push_back(argv);
+    std::string line = "launched";
+    for (const auto& a : argv)
+        line += " " + Quote(a);
+    transcript_.Add(std::move(line));
+    if (!config_.launch)
+        return KF_NOERROR;
+    while (::waitpid(-1, nullptr, WNOHANG) > 0) {
+    }
+    std::vector<char*> args;
+    for (const auto& a : argv)
+        args.push_back(const_cast<char*>(a.c_str()));
+    args.push_back(nullptr);
+    posix_spawnattr_t attr;
+    ::posix_spawnattr_init(&attr);
+    ::posix_spawnattr_setflags(&attr, POSIX_SPAWN_SETSID);
+    pid_t pid = 0;
+    const int error = ::posix_spawnp(&pid, args[0], nullptr, &attr, args.data(), environ);
+    ::posix_spawnattr_destroy(&attr);
+    return error == 0 ? KF_NOERROR : fs_service::ErrnoToCode(error);
+}
+
+const char* Host::Setting(const std::string& key) const
+{
+    if (const auto it = config_.settings.find(key); it != config_.settings.end())
+        return it->second.c_str();
+    if (key == "update-server" && !config_.updateServer.empty())
+        return config_.updateServer.c_str();
+    return nullptr;
+}
+
+} // namespace kfhost

@@ -1,0 +1,21 @@
+#include "GSTextEncoding.hpp"
+
+#include <atomic>
+
+namespace GS {
+
+namespace {
+std::atomic<AppTextEncoding> sAppTextEncoding{AppTextEncoding::UTF8};
+}
+
+AppTextEncoding GetApplicationTextEncoding()
+{
+    return sAppTextEncoding.load(std::memory_order_relaxed);
+}
+
+void SetApplicationTextEncoding(AppTextEncoding encoding)
+{
+    sAppTextEncoding.store(encoding, std::memory_order_relaxed);
+}
+
+} // namespace GS

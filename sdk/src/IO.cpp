@@ -1,0 +1,276 @@
+// IO:: over the host's file system.
+#include "IO.hpp"
+
+#include "SdkDetail.hpp"
+
+#include <algorithm>
+#include <cstring>
+
+namespace IO {
+
+using kfsdk::detail::Length;
+using kfsdk::detail::Units;
+
+namespace {
+
+constexpr GS::uchar_t kSlash = '/';
+
+// Position of the last "/" or -1.
+long LastSlash(const GS::UniString& path)
+{
+    for (long i = long(path.GetLength()) - 1; i >= 0; --i)
+        if (path[USize(i)] == kSlash)
+            return i;
+    return -1;
+}
+
+GS::UniString Child(const GS::UniString& folder, const GS::UniString& name)
+{
+    GS::UniString path = folder;
+    if (path.IsEmpty() || path[path.GetLength() - 1] != kSlash)
+        path.Append(kSlash);
+    path.Append(name);
+    return path;
+}
+
+} // namespace
+
+GSErrCode Location::ToPath(GS::UniString* result) const
+{
+    if (!result)
+        return APIERR_BADPARS;
+    if (path_.IsEmpty())
+        return BadLocation;
+    *result = path_;
+    return NoError;
+}
+
+GSErrCode Location::ToUTF8POSIXPath(char* buffer, UInt32 bufferSize, UInt32* needed) const
+{
+    if (path_.IsEmpty())
+        return BadLocation;
+    const std::string utf8 = path_.ToUTF8();
+    if (needed)
+        *needed = UInt32(utf8.size() + 1);
+    if (!buffer || bufferSize < utf8.size() + 1)
+        return Error;
+    std::memcpy(buffer, utf8.c_str(), utf8.size() + 1);
+    return NoError;
+}
+
+GSErrCode Location::AppendToLocal(const Name& name)
+{
+    if (path_.IsEmpty() || name.IsEmpty())
+        return BadLocation;
+    path_ = Child(path_, name.ToUniString());
+    return NoError;
+}
+
+GSErrCode Location::MoveLastLocalName(Name* lastName)
+{
+    const long slash = LastSlash(path_);
+    if (slash < 0 || USize(slash) + 1 >= path_.GetLength())
+        return BadLocation;
+    const GS::UniString name(path_.ToUStr() + slash + 1, path_.GetLength() - USize(slash) - 1);
+    path_ = slash == 0 ? GS::UniString(path_.ToUStr(), 1) : GS::UniString(path_.ToUStr(), USize(slash));
+    if (lastName)
+        *lastName = Name(name);
+    return NoError;
+}
+
+GSErrCode Location::GetLastLocalName(Name* lastName) const
+{
+    Location copy(*this);
+    return copy.MoveLastLocalName(lastName);
+}
+
+// ---- Folder ----------------------------------------------------------------------------
+
+Folder::Folder(const Location& location, OnNotFound onNotFound) : location_(location)
+{
+    GS::UniString path;
+    if (location.ToPath(&path) != NoError)
+        status_ = BadLocation;
+    else
+        status_ = KFSDK_CALL(FolderOpen, APIERR_GENERAL, Units(path), Length(path), onNotFound == Create ? 1 : 0);
+}
+
+GSErrCode Folder::GetLocation(Location* result) const
+{
+    if (!result)
+        return APIERR_BADPARS;
+    *result = location_;
+    return status_;
+}
+
+GSErrCode Folder::GetType(const Name& entryName, EntryType* type) const
+{
+    if (status_ != NoError)
+        return status_;
+    if (!type || entryName.IsEmpty())
+        return APIERR_BADPARS;
+    GS::UniString folder;
+    location_.ToPath(&folder);
+    const GS::UniString path = Child(folder, entryName.ToUniString());
+    Int32 hostType = UnknownEntry;
+    const GSErrCode err = KFSDK_CALL(GetEntryType, APIERR_GENERAL, Units(path), Length(path), &hostType);
+    if (err == NoError)
+        *type = EntryType(hostType);
+    return err;
+}
+
+GSErrCode Folder::Delete(const Name& entryName, DataSafety, AccessDeniedTreatment)
+{
+    if (status_ != NoError)
+        return status_;
+    if (entryName.IsEmpty())
+        return APIERR_BADPARS;
+    GS::UniString folder;
+    location_.ToPath(&folder);
+    const GS::UniString path = Child(folder, entryName.ToUniString());
+    return KFSDK_CALL(DeleteEntry, APIERR_GENERAL, Units(path), Length(path));
+}
+
+namespace {
+
+struct EnumState {
+    const Folder* folder;
+    Folder::EnumCallback callback;
+    void* userData;
+};
+
+std::int32_t EnumTrampoline(void* data, const KF_UChar* name, std::int32_t length, std::int32_t isFolder)
+{
+    auto* state = static_cast<EnumState*>(data);
+    const Name entry(GS::UniString(reinterpret_cast<const GS::uchar_t*>(name), USize(length)));
+    return state->callback(*state->folder, entry, isFolder != 0, state->userData) ? 1 : 0;
+}
+
+} // namespace
+
+GSErrCode Folder::Enumerate(EnumCallback callback, void* userData) const
+{
+    if (status_ != NoError)
+        return status_;
+    if (!callback)
+        return APIERR_BADPARS;
+    GS::UniString path;
+    location_.ToPath(&path);
+    EnumState state{this, callback, userData};
+    return KFSDK_CALL(Enumerate, APIERR_GENERAL, Units(path), Length(path), &EnumTrampoline, &state);
+}
+
+// ---- File ------------------------------------------------------------------------------
+
+File::File(const Location& location, OnNotFound onNotFound) : location_(location)
+{
+    GS::UniString path;
+    if (location.ToPath(&path) != NoError)
+        status_ = BadLocation;
+    else
+        status_ = KFSDK_CALL(FileProbe, APIERR_GENERAL, Units(path), Length(path), onNotFound == Create ? 1 : 0);
+}
+
+File::~File()
+{
+    if (IsOpen())
+        Close();
+}
+
+GSErrCode File::Open(OpenMode mode, AccessDeniedTreatment)
+{
+    if (status_ != NoError)
+        return status_;
+    if (IsOpen())
+        Close();
+    GS::UniString path;
+    location_.ToPath(&path);
+    Int64 handle = 0;
+    const GSErrCode err = KFSDK_CALL(FileOpen, APIERR_GENERAL, Units(path), Length(path), Int32(mode), &handle);
+    if (err == NoError)
+        handle_ = handle;
+    return err;
+}
+
+GSErrCode File::Close()
+{
+    if (!IsOpen())
+        return NotOpen;
+    const Int64 handle = handle_;
+    handle_ = 0; // closed whatever the host says: the handle is gone either way
+    return KFSDK_CALL(FileClose, APIERR_GENERAL, handle);
+}
+
+GSErrCode File::GetDataLength(UInt64* length) const
+{
+    if (!IsOpen())
+        return NotOpen;
+    if (!length)
+        return APIERR_BADPARS;
+    return KFSDK_CALL(FileGetLength, APIERR_GENERAL, handle_, length);
+}
+
+GSErrCode File::GetDataLength(UInt32* length) const
+{
+    if (!length)
+        return APIERR_BADPARS;
+    UInt64 full = 0;
+    const GSErrCode err = GetDataLength(&full);
+    if (err == NoError)
+        *length = UInt32(std::min<UInt64>(full, 0xFFFFFFFFu));
+    return err;
+}
+
+GSErrCode File::SeekTo(UInt64 position)
+{
+    if (!IsOpen())
+        return NotOpen;
+    return KFSDK_CALL(FileSeek, APIERR_GENERAL, handle_, position);
+}
+
+GSErrCode File::ReadBin(char* buffer, UInt64 count, UInt64* read)
+{
+    if (read)
+        *read = 0;
+    if (!IsOpen())
+        return NotOpen;
+    if (!buffer && count > 0)
+        return APIERR_BADPARS;
+    UInt64 done = 0;
+    const GSErrCode err = KFSDK_CALL(FileRead, APIERR_GENERAL, handle_, buffer, count, &done);
+    if (read)
+        *read = done;
+    return err;
+}
+
+GSErrCode File::WriteBin(const char* data, UInt64 count, UInt64* written)
+{
+    if (written)
+        *written = 0;
+    if (!IsOpen())
+        return NotOpen;
+    if (!data && count > 0)
+        return APIERR_BADPARS;
+    UInt64 done = 0;
+    const GSErrCode err = KFSDK_CALL(FileWrite, APIERR_GENERAL, handle_, data, count, &done);
+    if (written)
+        *written = done;
+    return err;
+}
+
+// The host keeps no error state on an open file: after a failed operation the file stays usable
+// and closes cleanly, so there is nothing to reset.
+void File::ResetErrorStatus() {}
+
+GSErrCode FileSystem::GetSpecialLocation(Int32 folderID, Location* result)
+{
+    if (!result)
+        return APIERR_BADPARS;
+    kfsdk::detail::UniOut out;
+    const GSErrCode err = KFSDK_CALL(GetSpecialLocation, APIERR_GENERAL, folderID, out.Out());
+    if (err == NoError)
+        *result = Location(out.value);
+    return err;
+}
+
+} // namespace IO

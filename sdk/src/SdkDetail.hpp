@@ -1,0 +1,52 @@
+// Internal to the sdk: reaching the host table, and the small conversions every forwarding call needs.
+#pragma once
+
+#include "GSUniString.hpp"
+#include "kfsdk/HostTable.h"
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace kfsdk::detail {
+
+// The table, or null before the host has handed it over.
+const KF_HostTable* Table();
+inline KF_HostContext* Context() { return Table()->context; }
+
+// Collects one answer of the host into a GS::UniString.
+struct UniOut {
+    GS::UniString value;
+    bool answered = false;
+    KF_StringOut out{&UniOut::Sink, this};
+
+    UniOut() = default;
+    UniOut(const UniOut&) = delete;
+    UniOut& operator=(const UniOut&) = delete;
+    const KF_StringOut* Out() const { return &out; }
+
+    static void Sink(void* self, const KF_UChar* units, std::int32_t length)
+    {
+        auto* me = static_cast<UniOut*>(self);
+        me->value = GS::UniString(reinterpret_cast<const GS::uchar_t*>(units), USize(length < 0 ? 0 : length));
+        me->answered = true;
+    }
+};
+
+inline const KF_UChar* Units(const GS::UniString& s) { return reinterpret_cast<const KF_UChar*>(s.ToUStr()); }
+inline std::int32_t Length(const GS::UniString& s) { return std::int32_t(s.GetLength()); }
+
+// 8-bit text in the application text encoding (UTF-8 or Mac OS Roman).
+std::string ToAppBytes(const GS::UniString& text);
+GS::UniString FromAppBytes(std::string_view bytes);
+// Copies bytes into buffer of size bytes with its terminator, never cutting a UTF-8 sequence in
+// two when the application encoding is UTF-8.
+void CopyTerminated(const std::string& bytes, char* buffer, std::size_t size);
+
+} // namespace kfsdk::detail
+
+// Calls a table entry, or answers fallback when the table (or the entry) is not there.
+#define KFSDK_CALL(entry, fallback, ...)                                                                  \
+    (::kfsdk::detail::Table() && ::kfsdk::detail::Table()->entry                                        \
+         ? ::kfsdk::detail::Table()->entry(::kfsdk::detail::Context() __VA_OPT__(, ) __VA_ARGS__)        \
+         : (fallback))

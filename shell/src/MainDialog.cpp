@@ -1,0 +1,71 @@
+// The main dialog: what the add-on is, how to reach its maker, and the way to the language dialog.
+#include "Shell.hpp"
+#include "ShellTexts.hpp"
+
+#include "DG.hpp"
+#include "KF/KF_AddonConstants.hpp"
+#include "KF/KF_Language.hpp"
+
+namespace {
+
+constexpr short kCloseButton = 2;
+constexpr short kLanguageButton = 12;
+constexpr short kVersionItem = 9;
+
+struct ItemText {
+    short item;
+    long stringIndex;
+};
+
+// Filled in this order; the version label (item 9) follows them.
+constexpr ItemText kItemTexts[] = {
+    {kCloseButton, 2}, {kLanguageButton, 17}, {3, 5}, {4, 6}, {5, 7}, {6, 8}, {7, 9}, {8, 10},
+};
+
+} // namespace
+
+GS::UniString Shell_ToUniString(const KF_String& text)
+{
+    if (text.IsNullOrEmpty())
+        return GS::UniString();
+    return GS::UniString(text.Units(), text.GetLength());
+}
+
+short MainDialog_Handler(short message, short dialID, short item, long long /*userData*/,
+                         long long /*msgData*/)
+{
+    switch (message) {
+    case DG_MSG_INIT: {
+        DGSetFocus(dialID, DG_NO_ITEM);
+        DGSetDialogTitle(dialID, Shell_ToUniString(KF_String(sett_ADDON_NAME)));
+        DGSetDialogSize(dialID, DG_CLIENT, 356, 500, DG_TOPLEFT, true);
+        short const strings = static_cast<short>(kShell_StringsBase + gKF_Language);
+        for (ItemText const& entry : kItemTexts)
+            DGSetItemText(dialID, entry.item,
+                          Shell_ToUniString(KF_Resource_GetString(strings, entry.stringIndex, true)));
+        DGSetItemText(dialID, kVersionItem, Shell_ToUniString(KF_String(kShell_VersionLabel)));
+        return 0;
+    }
+    case DG_MSG_CLICK:
+        return (item == kCloseButton || item == kLanguageButton) ? item : 0;
+    case DG_MSG_CLOSE:
+        return item;
+    default:
+        return 0;
+    }
+}
+
+void ShowMainDialog()
+{
+    for (;;) {
+        GSResModule const previous = ACAPI_UseOwnResModule();
+        short const result = DGModalDialog(ACAPI_GetOwnResModule(), kShell_MainDialogID,
+                                           ACAPI_GetOwnResModule(), MainDialog_Handler, 0);
+        ACAPI_ResetResModule(previous);
+        if (result == kCloseButton)
+            return;
+        // The language button: ask, then show the dialog again so that it comes up in the
+        // language just chosen.
+        KF_Dlg_Language(KF_String(kShell_VersionLine));
+    }
+}

@@ -1,0 +1,22 @@
+// What the probe add-on saw, for tests that link it into the test program.
+#pragma once
+
+#include <string>
+
+namespace probe {
+
+struct State {
+    int release = 0;
+    int initialized = 0;
+    int freed = 0;
+    int unregisteredMenuCalls = 0;
+    int commandCalls = 0;
+    int timerFired = 0;
+    short lastModalResult = 0;
+    short modelessID = 0;
+    std::string lastChoice; // folder or file chosen, "" after a cancel
+};
+
+State& Get();
+
+} // namespace probe

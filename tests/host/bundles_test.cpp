@@ -1,0 +1,130 @@
+// Bundles through the real dlopen path: load order, refusals with their reasons, menus and module
+// commands between two loaded bundles.
+#include "kfhost/Host.hpp"
+#include "kftest/InProcessHost.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+const fs::path kAddOns = KF_TEST_ADDONS;
+const fs::path kBroken = KF_BROKEN_ADDONS;
+
+bool Has(const kfhost::Host& host, const std::string& line)
+{
+    const auto& lines = const_cast<kfhost::Host&>(host).Log().Lines();
+    return std::find(lines.begin(), lines.end(), line) != lines.end();
+}
+
+kfhost::HostConfig Config(const kftest::TempFolder& temp)
+{
+    kfhost::HostConfig config;
+    config.frameworkFolder = temp.Path() / "fw";
+    return config;
+}
+
+TEST(Bundles, LoadInNameOrderAndBrokenOnesAreRefusedWithTheirReasons)
+{
+    kftest::TempFolder temp;
+    kfhost::Host host(Config(temp));
+    const auto results = host.LoadBundles({kAddOns / "ProbeB.bundle", kBroken / "OldTable.bundle",
+                                           kAddOns / "ProbeA.bundle", kBroken / "NoEntries.bundle",
+                                           temp.Path() / "Missing.bundle"});
+    ASSERT_EQ(results.size(), 5u);
+    EXPECT_EQ(results[0].path.filename(), "Missing.bundle");
+    EXPECT_NE(results[0].reason.find("not a bundle folder"), std::string::npos);
+    EXPECT_EQ(results[1].path.filename(), "NoEntries.bundle");
+    EXPECT_EQ(results[1].reason, "missing symbol KFAddOn_CheckEnvironment");
+    EXPECT_EQ(results[2].path.filename(), "OldTable.bundle");
+    EXPECT_EQ(results[2].reason, "it refused host table version 1 (code 0x81060010)");
+    ASSERT_TRUE(results[3].Loaded());
+    ASSERT_TRUE(results[4].Loaded());
+    EXPECT_EQ(results[3].addOn->name, "Probe A");
+    EXPECT_EQ(results[4].addOn->name, "Probe B");
+    EXPECT_EQ(results[3].addOn->bundlePath, kAddOns / "ProbeA.bundle");
+    ASSERT_EQ(host.AddOns().size(), 2u);
+    EXPECT_TRUE(Has(host, "refused " + (kBroken / "NoEntries.bundle").string() +
+                              ": missing symbol KFAddOn_CheckEnvironment"));
+    EXPECT_TRUE(Has(host, "loaded \"Probe A\" from " + (kAddOns / "ProbeA.bundle").string()));
+}
+
+TEST(Bundles, MalformedResourcesAreRefusedWhileTheOthersLoad)
+{
+    kftest::TempFolder temp;
+    const fs::path addOns = temp.Path() / "Add-Ons";
+    fs::create_directories(addOns);
+    fs::copy(kAddOns / "ProbeB.bundle", addOns / "ProbeB.bundle", fs::copy_options::recursive);
+    fs::copy(kAddOns / "ProbeA.bundle", addOns / "Bad.bundle", fs::copy_options::recursive);
+    fs::rename(addOns / "Bad.bundle" / "ProbeA.so", addOns / "Bad.bundle" / "Bad.so");
+    kftest::WriteFile(addOns / "Bad.bundle" / "Resources" / "zz.res", "strings 7\n  x \"no number\"\nend\n");
+
+    kfhost::Host host(Config(temp));
+    const auto results = host.LoadAddOnsFolder(addOns);
+    ASSERT_EQ(results.size(), 2u);
+    EXPECT_FALSE(results[0].Loaded());
+    EXPECT_EQ(results[0].reason, "malformed resources: " + (addOns / "Bad.bundle" / "Resources" / "zz.res").string() +
+                                     ":2:3: expected a string index, found 'x'");
+    EXPECT_TRUE(results[1].Loaded());
+}
+
+TEST(Bundles, AnAddOnThatDoesNotRegisterInThisHostIsNotLoaded)
+{
+    kftest::TempFolder temp;
+    kfhost::HostConfig config = Config(temp);
+    config.serverApplication = 2;
+    kfhost::Host host(config);
+    const auto result = host.LoadBundle(kAddOns / "ProbeA.bundle");
+    EXPECT_FALSE(result.Loaded());
+    EXPECT_NE(result.reason.find("environment check answered 0"), std::string::npos);
+    EXPECT_TRUE(host.AddOns().empty());
+    EXPECT_TRUE(host.Menus().empty()) << "nothing of a refused add-on stays registered";
+}
+
+TEST(Bundles, ModuleCommandsPassBetweenLoadedBundles)
+{
+    kftest::TempFolder temp;
+    kfhost::Host host(Config(temp));
+    host.LoadAddOnsFolder(kAddOns);
+    ASSERT_EQ(host.AddOns().size(), 2u);
+
+    // Probe A's menu item 10 tests and calls Probe B by its module identifier.
+    EXPECT_EQ(host.MenuCommand(32500, 10), 0);
+    EXPECT_TRUE(Has(host, "alert \"\" \"test: 0x00000000\" \"\" buttons \"OK\""));
+    EXPECT_TRUE(Has(host, "alert \"\" \"call: 0x00000000 pong\" \"\" buttons \"OK\""));
+
+    // Menus of the same number are per add-on.
+    const bool ok = host.RunScript("expect alert \"test: 0x00000000\"\nexpect alert \"call: 0x00000000 pong\"\n"
+                                   "menu 32500 3 \"Probe B\"\nexpect alert \"Probe alert text\"\n",
+                                   "t");
+    EXPECT_TRUE(ok) << host.Log().Text();
+
+    const kfhost::ModuleID nobody{0x50524F42, 99};
+    std::string why;
+    EXPECT_EQ(host.ModuleCommand(0x50524245u, 1, &nobody, nullptr, nullptr, false, &why),
+              KF_APIERR_MODULNOTINSTALLED);
+    EXPECT_EQ(host.ModuleCommand(0x50524245u, 2, nullptr, nullptr, nullptr, false, &why),
+              KF_APIERR_MODULCMDNOTSUPPORTED);
+}
+
+TEST(Bundles, DisabledAndUnregisteredMenusAreNotDelivered)
+{
+    kftest::TempFolder temp;
+    kfhost::Host host(Config(temp));
+    host.LoadBundle(kAddOns / "ProbeA.bundle");
+    std::string why;
+    EXPECT_EQ(host.MenuCommand(32500, 11, true, &why), KF_APIERR_BADID);
+    EXPECT_EQ(why, "item 11 of menu 32500 is disabled");
+    EXPECT_EQ(host.MenuCommand(32500, 12, true, &why), KF_APIERR_BADID);
+    EXPECT_EQ(why, "menu 32500 has no item 12");
+    EXPECT_EQ(host.MenuCommand(32501, 1, true, &why), KF_APIERR_BADID);
+    EXPECT_EQ(why, "menu 32501 is not registered");
+    EXPECT_EQ(host.MenuCommand(32501, 1, false, &why), 0) << "the handler is installed all the same";
+    EXPECT_EQ(host.MenuCommand(32502, 1, false, &why), KF_APIERR_BADID);
+    EXPECT_EQ(why, "no handler is installed for menu 32502");
+}
+
+} // namespace

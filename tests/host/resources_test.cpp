@@ -1,0 +1,166 @@
+// The resource text format: what a good file gives, and how a malformed one is refused.
+#include "kfhost/Resources.hpp"
+#include "kftest/InProcessHost.hpp"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using kfhost::ItemKind;
+using kfhost::ParseResourceText;
+using kfhost::ResourceError;
+using kfhost::ResourceModule;
+
+TEST(Resources, ReadsEveryKindOfResource)
+{
+    ResourceModule m;
+    ParseResourceText(R"(# a comment
+module 0x4B460001 42
+strings 32530   # trailing comment
+  1 "Chiudi"
+  17 "Lingua \"it\" \\ ü"
+end
+dialog 32500 "Main" size 356 500 cancel 2
+  1 button 10 460 100 24 "OK"
+  2 static -5 0 300 20 "" hidden disabled
+  3 list 10 40 300 200
+  4 icon 1 2 32 32 32758
+  5 checkbox 1 2 3 4 "Check" checked
+  6 edit 1 2 3 4 "x"
+end
+menu 32501 "Tools"
+  "First"
+  "Second" checked disabled
+end
+)",
+                      "main.res", m);
+    ASSERT_TRUE(m.moduleID);
+    EXPECT_EQ(m.moduleID->developerID, 0x4B460001u);
+    EXPECT_EQ(m.moduleID->localID, 42u);
+    ASSERT_NE(m.String(32530, 17), nullptr);
+    EXPECT_EQ(*m.String(32530, 17), u"Lingua \"it\" \\ ü");
+    EXPECT_EQ(m.String(32530, 2), nullptr);
+    EXPECT_EQ(m.String(32531, 1), nullptr);
+
+    const kfhost::DialogTemplate* d = m.Dialog(32500);
+    ASSERT_NE(d, nullptr);
+    EXPECT_EQ(d->title, u"Main");
+    EXPECT_EQ(d->width, 356);
+    EXPECT_EQ(d->cancelItem, 2);
+    ASSERT_EQ(d->items.size(), 6u);
+    EXPECT_EQ(d->items[0].kind, ItemKind::Button);
+    EXPECT_EQ(d->items[1].rect.left, -5);
+    EXPECT_TRUE(d->items[1].hidden && d->items[1].disabled);
+    EXPECT_EQ(d->items[2].kind, ItemKind::ListBox);
+    EXPECT_EQ(d->items[3].iconResID, 32758);
+    EXPECT_TRUE(d->items[4].checked);
+
+    const kfhost::MenuTemplate* menu = m.Menu(32501);
+    ASSERT_NE(menu, nullptr);
+    ASSERT_EQ(menu->items.size(), 2u);
+    EXPECT_TRUE(menu->items[1].checked && menu->items[1].disabled);
+    EXPECT_FALSE(menu->items[0].checked);
+}
+
+struct Malformed {
+    const char* text;
+    int line;
+    int column;
+    const char* message; // a part of the message
+};
+
+TEST(Resources, RefusesMalformedTextWithItsPosition)
+{
+    const Malformed cases[] = {
+        {"strings 32530\n  1 \"open\n", 2, 5, "unterminated string"},
+        {"strings 32530\n  1 \"a\"\n  1 \"b\"\nend\n", 3, 3, "defined twice"},
+        {"strings 32530\n  1 \"a\"\n", 2, 1, "missing 'end' of strings 32530 opened at line 1"},
+        {"dialog 1 \"T\" size 10 10\n  1 buton 0 0 1 1\nend\n", 2, 5, "unknown item kind 'buton'"},
+        {"dialog 1 \"T\" size 10 10\n  1 button 0 0 1 1\n  3 button 0 0 1 1\nend\n", 3, 3, "expected item 2"},
+        {"dialog 1 \"T\" size 10 10 cancel 3\n  1 button 0 0 1 1\nend\n", 3, 1, "cancel item 3"},
+        {"dialog 1 \"T\" 10 10\nend\n", 1, 14, "expected 'size'"},
+        {"strings 40000\nend\n", 1, 9, "out of range"},
+        {"strings 0x\nend\n", 1, 9, "malformed number"},
+        {"menu 5 \"M\"\n  Item\nend\n", 2, 3, "in double quotes"},
+        {"end\n", 1, 1, "'end' without an open block"},
+        {"bitmap 3\n", 1, 1, "unknown resource kind 'bitmap'"},
+        {"strings 1\n  1 \"\xC3\x28\"\nend\n", 2, 6, "invalid UTF-8"},
+        {"strings 1\n  1 \"a\" \"b\"\nend\n", 2, 9, "unexpected"},
+        {"strings 1\n  1 \"a\\q\"\nend\n", 2, 7, "unknown escape"},
+        {"module 1\n", 1, 9, "expected a local id"},
+    };
+    for (const Malformed& c : cases) {
+        SCOPED_TRACE(c.text);
+        ResourceModule m;
+        try {
+            ParseResourceText(c.text, "bad.res", m);
+            ADD_FAILURE() << "accepted";
+        } catch (const ResourceError& e) {
+            EXPECT_EQ(e.Line(), c.line) << e.what();
+            EXPECT_EQ(e.Column(), c.column) << e.what();
+            EXPECT_NE(e.Message().find(c.message), std::string::npos) << e.what();
+            EXPECT_EQ(std::string(e.what()).rfind("bad.res:" + std::to_string(c.line) + ":" +
+                                                      std::to_string(c.column) + ": ",
+                                                  0),
+                      0u);
+        }
+    }
+}
+
+TEST(Resources, ColumnsCountCharactersNotBytes)
+{
+    ResourceModule m;
+    try {
+        ParseResourceText("menu 1 \"é\"  bogus\nend\n", "m.res", m);
+        FAIL();
+    } catch (const ResourceError& e) {
+        EXPECT_EQ(e.Column(), 13);
+    }
+}
+
+TEST(Resources, FolderMergesFilesAndRefusesDuplicatesAcrossThem)
+{
+    kftest::TempFolder temp;
+    kftest::WriteFile(temp.Path() / "a.res", "strings 1\n  1 \"one\"\nend\n");
+    kftest::WriteFile(temp.Path() / "lang" / "b.res", "strings 2\n  1 \"two\"\nend\n");
+    kftest::WriteFile(temp.Path() / "notes.txt", "not a resource");
+    ResourceModule m = kfhost::LoadResourceFolder(temp.Path());
+    EXPECT_NE(m.String(1, 1), nullptr);
+    EXPECT_NE(m.String(2, 1), nullptr);
+
+    kftest::WriteFile(temp.Path() / "c.res", "\n\nstrings 1\nend\n");
+    try {
+        kfhost::LoadResourceFolder(temp.Path());
+        FAIL();
+    } catch (const ResourceError& e) {
+        EXPECT_EQ(e.File(), (temp.Path() / "c.res").string());
+        EXPECT_EQ(e.Line(), 3);
+        EXPECT_NE(e.Message().find("first at " + (temp.Path() / "a.res").string() + ":1"), std::string::npos);
+    }
+}
+
+TEST(Resources, IconsArePngFilesNamedByNumber)
+{
+    kftest::TempFolder temp;
+    const auto probeIcon = std::filesystem::path(KF_PROBE_RESOURCES) / "common" / "icons" / "32758.png";
+    std::filesystem::create_directories(temp.Path() / "icons");
+    std::filesystem::copy_file(probeIcon, temp.Path() / "icons" / "145.png");
+    ResourceModule m = kfhost::LoadResourceFolder(temp.Path());
+    ASSERT_EQ(m.icons.count(145), 1u);
+    EXPECT_EQ(m.icons[145].width, 16u);
+    EXPECT_EQ(m.icons[145].height, 16u);
+
+    kftest::WriteFile(temp.Path() / "icons" / "146.png", "GIF89a not a png at all");
+    EXPECT_THROW(kfhost::LoadResourceFolder(temp.Path()), ResourceError);
+    std::filesystem::remove(temp.Path() / "icons" / "146.png");
+
+    kftest::WriteFile(temp.Path() / "icons" / "logo.png", kftest::ReadFile(probeIcon));
+    try {
+        kfhost::LoadResourceFolder(temp.Path());
+        FAIL();
+    } catch (const ResourceError& e) {
+        EXPECT_NE(e.Message().find("resource number"), std::string::npos);
+    }
+}
+
+} // namespace

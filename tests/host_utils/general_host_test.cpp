@@ -1,0 +1,111 @@
+// The project's title and the rendering engine, as the host tells them.
+#include "libs_fixture.hpp"
+
+#include "KF/KF_General.hpp"
+#include "kfsdk/HostTable.h"
+
+using namespace libs_test;
+
+namespace {
+
+using ProjectTest = HostTest;
+
+std::pair<std::string, bool> Title(bool expectOk = true)
+{
+    KF_String title(K("stale"));
+    bool untitled = false;
+    EXPECT_EQ(KF_General::HostProjectTitle(title, &untitled), expectOk);
+    return {U8(title), untitled};
+}
+
+TEST_F(ProjectTest, AnUntitledProjectHasTheEmptyTitle)
+{
+    Start();
+    EXPECT_EQ(Title(), std::make_pair(std::string(), true));
+    KF_String title;
+    EXPECT_TRUE(KF_General::HostProjectTitle(title, nullptr));
+}
+
+TEST_F(ProjectTest, TheTitleIsTheFileNameCutAt255Characters)
+{
+    kfhost::HostConfig config;
+    config.project = "/projects/Office Tower.pln";
+    Start(config);
+    EXPECT_EQ(Title(), std::make_pair(std::string("Office Tower.pln"), false));
+
+    for (auto const& [length, expected] : {std::pair{255, 255}, {256, 255}, {300, 255}}) {
+        std::string name;
+        for (int i = 0; i < length; ++i)
+            name += char('a' + i % 26);
+        Host().Host().MutableConfig().project = "/p/" + name;
+        EXPECT_EQ(Title().first, name.substr(0, std::size_t(expected))) << length;
+    }
+    long const before = LiveBlocks();
+    Title();
+    EXPECT_EQ(LiveBlocks(), before) << "both project locations are deleted";
+}
+
+TEST_F(ProjectTest, WithoutTheHostNothingIsAnswered)
+{
+    kfsdk::InstallHostTable(nullptr);
+    EXPECT_EQ(Title(false), std::make_pair(std::string(), true));
+    EXPECT_EQ(KF_General::CheckCurrentRenderingEngine(K("x")), -1);
+    EXPECT_FALSE(KF_General::SetRenderingEngine(K("x")));
+}
+
+class RenderingTest : public HostTest {
+protected:
+    void Start(const char* engines, const char* current)
+    {
+        kfhost::HostConfig config;
+        config.settings["rendering-engines"] = engines;
+        config.settings["rendering-current"] = current;
+        HostTest::Start(config);
+    }
+    size_t Changes() const
+    {
+        size_t count = 0;
+        for (const std::string& line : host_->Transcript())
+            count += line.rfind("rendering engine ", 0) == 0;
+        return count;
+    }
+};
+
+TEST_F(RenderingTest, TheCurrentEngineIsMatchedAnywhereInItsMenuTextIgnoringCase)
+{
+    Start("Basic Shading\nSketch Line Renderer\nSKETCH lines pro\n", "1");
+    EXPECT_EQ(KF_General::CheckCurrentRenderingEngine(K("shading")), 1);
+    EXPECT_EQ(KF_General::CheckCurrentRenderingEngine(K("ASIC SHAD")), 1);
+    EXPECT_EQ(KF_General::CheckCurrentRenderingEngine(K("sketch")), 0);
+}
+
+TEST_F(RenderingTest, NoCurrentEngineMatchesNothing)
+{
+    Start("Basic Shading\n", "0");
+    EXPECT_EQ(KF_General::CheckCurrentRenderingEngine(K("shading")), 0);
+}
+
+TEST_F(RenderingTest, TheLowestMatchingEngineIsChosenAndAChoiceIsSentOnlyWhenItChanges)
+{
+    Start("Basic Shading\nSketch Line Renderer\nSKETCH lines pro\n", "1");
+    EXPECT_TRUE(KF_General::SetRenderingEngine(K("sketch")));
+    EXPECT_TRUE(TranscriptHas("rendering engine 2 \"Sketch Line Renderer\""));
+    EXPECT_EQ(KF_General::CheckCurrentRenderingEngine(K("line renderer")), 1);
+    EXPECT_TRUE(KF_General::SetRenderingEngine(K("SKETCH")));
+    EXPECT_EQ(Changes(), 1u);
+    EXPECT_TRUE(KF_General::SetRenderingEngine(K("pro")));
+    EXPECT_EQ(Changes(), 2u);
+    EXPECT_FALSE(KF_General::SetRenderingEngine(K("ray tracer")));
+    EXPECT_EQ(Changes(), 2u);
+}
+
+TEST_F(RenderingTest, TheHostHasEnginesOfItsOwn)
+{
+    HostTest::Start();
+    EXPECT_EQ(EXPGetRendNum(), 3);
+    EXPECT_EQ(KF_General::CheckCurrentRenderingEngine(K("engine")), 1);
+    EXPECT_TRUE(KF_General::SetRenderingEngine(K("sketch")));
+    EXPECT_EQ(KF_General::CheckCurrentRenderingEngine(K("sketch")), 1);
+}
+
+} // namespace

@@ -1,0 +1,107 @@
+// Opening documents, folders and web addresses: what is handed to the desktop's opener, and that
+// no shell ever reads it.
+#include "libs_fixture.hpp"
+
+#include "KF/KF_General.hpp"
+
+#include <chrono>
+#include <cstdlib>
+#include <thread>
+
+using namespace libs_test;
+
+namespace {
+
+using Argv = std::vector<std::string>;
+
+class LaunchTest : public HostTest {
+protected:
+    void SetUp() override
+    {
+        HostTest::SetUp();
+        Start();
+    }
+    Argv Last() const { return host_->Launched().empty() ? Argv{} : host_->Launched().back(); }
+};
+
+TEST_F(LaunchTest, ADocumentIsOpenedByItsExactPath)
+{
+    fs::path const doc = files_.Path() / "it's \"$(touch pwned)\"; rm -rf x.txt";
+    kftest::WriteFile(doc, "text");
+    EXPECT_TRUE(KF_General::LaunchDocByPath(K(doc.string())));
+    EXPECT_EQ(Last(), (Argv{"xdg-open", doc.string()}));
+    EXPECT_TRUE(KF_General::LaunchDocByLoc(KF_Location(K(doc.string()))));
+    EXPECT_EQ(Last(), (Argv{"xdg-open", doc.string()}));
+    EXPECT_EQ(Host().Launched().size(), 2u);
+}
+
+TEST_F(LaunchTest, ColonsInThePathBecomeSlashes)
+{
+    fs::path const doc = files_.Path() / "Plans:Level 1.txt";
+    kftest::WriteFile(doc, "text");
+    EXPECT_TRUE(KF_General::LaunchDocByPath(K(doc.string())));
+    EXPECT_EQ(Last(), (Argv{"xdg-open", (files_.Path() / "Plans" / "Level 1.txt").string()}));
+}
+
+TEST_F(LaunchTest, NothingThatIsNotThereIsLaunched)
+{
+    fs::path const folder = files_.Path() / "Folder";
+    fs::create_directories(folder);
+    kftest::WriteFile(folder / "file.txt", "text");
+    EXPECT_FALSE(KF_General::LaunchDocByPath(K((folder / "missing.txt").string())));
+    EXPECT_FALSE(KF_General::LaunchDocByLoc(KF_Location(K((folder / "missing.txt").string()))));
+    KF_Location file(K((folder / "file.txt").string()));
+    EXPECT_FALSE(KF_General::OpenFolderByLoc(file));
+    EXPECT_TRUE(Host().Launched().empty());
+
+    KF_Location shown(K(folder.string() + "/"));
+    EXPECT_TRUE(KF_General::OpenFolderByLoc(shown));
+    EXPECT_EQ(Last(), (Argv{"xdg-open", folder.string()}));
+}
+
+TEST_F(LaunchTest, AWebAddressIsCutAt255Bytes)
+{
+    std::string const address = "https://www.orvella.example/update_plugins/updates.htm?acver=17&lang=int";
+    EXPECT_TRUE(KF_General::LaunchURLByPath(K(address)));
+    EXPECT_EQ(Last(), (Argv{"xdg-open", address}));
+    std::string const longAddress = "https://x.example/" + std::string(300 - 18, 'q');
+    EXPECT_TRUE(KF_General::LaunchURLByPath(K(longAddress)));
+    EXPECT_EQ(Last(), (Argv{"xdg-open", longAddress.substr(0, 255)}));
+    EXPECT_FALSE(KF_General::LaunchURLByPath(KF_String()));
+}
+
+// With launching on, the opener really runs: a stand-in opener on PATH writes down the
+// arguments it got; a shell that read the path would have created the file "pwned".
+TEST(LaunchForReal, TheOpenerGetsThePathAsOneArgument)
+{
+    gKF_Language = KF_Language_Int;
+    kftest::TempFolder files;
+    fs::path const bin = files.Path() / "bin";
+    fs::path const record = files.Path() / "argv.txt";
+    kftest::WriteFile(bin / "xdg-open", "#!/bin/sh\nfor a in \"$@\"; do printf '%s\\n' \"$a\"; done > \"" +
+                                            record.string() + ".tmp\"\nmv \"" + record.string() + ".tmp\" \"" +
+                                            record.string() + "\"\n");
+    fs::permissions(bin / "xdg-open", fs::perms::owner_all);
+    std::string const path = std::getenv("PATH") ? std::getenv("PATH") : "";
+    ::setenv("PATH", (bin.string() + ":" + path).c_str(), 1);
+
+    fs::path const doc = files.Path() / "a'b; touch pwned '.txt";
+    kftest::WriteFile(doc, "text");
+    {
+        kfhost::HostConfig config;
+        config.launch = true;
+        kftest::InProcessHost host(config);
+        host.AddResourceText(kStrings);
+        host.Attach("Test");
+        fs::current_path(files.Path());
+        EXPECT_TRUE(KF_General::LaunchDocByPath(K(doc.string())));
+        for (int i = 0; i < 500 && !fs::exists(record); ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    ::setenv("PATH", path.c_str(), 1);
+    EXPECT_EQ(kftest::ReadFile(record), doc.string() + "\n");
+    EXPECT_FALSE(fs::exists(files.Path() / "pwned"));
+    fs::current_path("/");
+}
+
+} // namespace

@@ -1,0 +1,138 @@
+// The loaded libraries, loading the suite library beside the add-on, asking the user for one, and
+// the look-ups that tell the user when a part cannot be had.
+#include "libs_fixture.hpp"
+
+#include "BM.hpp"
+#include "KF/KF_General.hpp"
+#include "KF/KF_LibPart.hpp"
+
+using namespace libs_test;
+
+namespace {
+
+std::vector<std::string> Paths(const KF_List<KF_Location>& list)
+{
+    std::vector<std::string> paths;
+    for (const KF_Location& l : list)
+        paths.push_back(U8(l.path));
+    return paths;
+}
+
+std::vector<std::string> Loaded()
+{
+    KF_List<KF_Location> list;
+    EXPECT_TRUE(KF_Library::Libraries(list));
+    return Paths(list);
+}
+
+using LibrariesTest = HostTest;
+
+TEST_F(LibrariesTest, TheLibraryTheHostNamesComesFirst)
+{
+    fs::path const a = Library("A", {}), b = Library("B", {}), c = Library("C", {});
+    kfhost::HostConfig config;
+    config.libraries = {a, b};
+    config.settings["embedded-library"] = c.string(); // position 2 of A, B, C
+    Start(config);
+    long const handles = BMTesting::LiveHandleCount();
+    EXPECT_EQ(Loaded(), (std::vector<std::string>{c.string(), a.string(), b.string()}));
+    EXPECT_EQ(BMTesting::LiveHandleCount(), handles);
+
+    // Added libraries follow in the order they came.
+    fs::path const d = Library("D", {});
+    IO::Location folder(GS::UniString::FromUTF8(d.string()));
+    ASSERT_EQ(ACAPI_Environment(APIEnv_AddLibrariesID, &folder), NoError);
+    EXPECT_EQ(Loaded(), (std::vector<std::string>{c.string(), a.string(), b.string(), d.string()}));
+
+    long const before = LiveBlocks();
+    Loaded();
+    EXPECT_EQ(LiveBlocks(), before);
+}
+
+TEST_F(LibrariesTest, ASuiteLibraryLoadedAnywhereIsRecognisedByItsLastName)
+{
+    fs::path const elsewhere = Library("x/TAVOLO_LIBRARY", {});
+    kfhost::HostConfig config;
+    config.libraries = {Library("A", {}), elsewhere};
+    Start(config);
+    Library(SuiteFolder(), {{"Chair.gsm", "Object"}});
+    EXPECT_TRUE(KF_Library::Load(true));
+    EXPECT_EQ(Loaded().size(), 2u);
+    EXPECT_FALSE(TranscriptHas("library added"));
+    // Without the check the folder beside the add-on is loaded.
+    EXPECT_TRUE(KF_Library::Load(false));
+    EXPECT_EQ(Loaded().back(), SuiteFolder().string());
+    EXPECT_GT(KF_LibPart::Index(K("Chair"), API_ObjectID), 0);
+}
+
+TEST_F(LibrariesTest, AMissingSuiteFolderIsNotAnError)
+{
+    Start();
+    EXPECT_TRUE(KF_Library::Load(true));
+    EXPECT_TRUE(KF_Library::Load(false));
+    EXPECT_TRUE(Loaded().empty());
+    EXPECT_FALSE(TranscriptHas("library"));
+}
+
+TEST_F(LibrariesTest, APartMissingEverywhereIsLookedForBesideTheAddOnThenAskedFor)
+{
+    Start();
+    fs::path const picked = Library("Picked", {{"Stool.gsm", "Object"}});
+    Library(SuiteFolder(), {{"Chair.gsm", "Object"}});
+
+    long index = 0;
+    EXPECT_TRUE(KF_General::GetLPIdxFullLib(K("Chair"), index, true, K(""), API_ObjectID));
+    EXPECT_GT(index, 0);
+    EXPECT_FALSE(TranscriptHas("folder dialog"));
+
+    ASSERT_TRUE(Host().Run("answer folder \"" + picked.string() + "/\""));
+    EXPECT_GT(KF_LibPart::IndexFullLib(K("Stool"), API_ObjectID), 0);
+    EXPECT_TRUE(TranscriptHas("folder dialog \"Test Add-On: Pick the library folder\" -> "));
+    EXPECT_EQ(Loaded().back(), picked.string());
+
+    // Cancelled, a folder without the part, a folder that is not there: still not found.
+    ASSERT_TRUE(Host().Run("answer cancel\nanswer folder \"" + picked.string() + "\"\nanswer folder \"/no/such\""));
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(KF_LibPart::IndexFullLib(K("Sofa"), API_ObjectID), -1);
+    EXPECT_EQ(Host().PendingLines(), 0u);
+    EXPECT_TRUE(Host().ScriptOk());
+}
+
+TEST_F(LibrariesTest, OnlyTheUncheckedLookUpLoadsTheSuiteFolderWhenASuiteLibraryIsLoaded)
+{
+    kfhost::HostConfig config;
+    config.libraries = {Library("old/Tavolo_Library", {})};
+    Start(config);
+    Library(SuiteFolder(), {{"Chair.gsm", "Object"}});
+    ASSERT_TRUE(Host().Run("answer cancel"));
+    EXPECT_EQ(KF_LibPart::IndexFullLib(K("Chair"), API_ObjectID), -1);
+    EXPECT_GT(KF_LibPart::IndexFullLibNoCheckLibs(K("Chair"), API_ObjectID), 0);
+}
+
+TEST_F(LibrariesTest, TheAlertTellsWhatCannotBeFound)
+{
+    Start();
+    ASSERT_TRUE(Host().Run("answer cancel\nanswer cancel\nanswer cancel\nanswer cancel"));
+    long index = 0;
+    EXPECT_FALSE(KF_General::GetLPIdxFullLib(K("Sofa"), index, false, K(""), API_ObjectID));
+    EXPECT_EQ(index, -1);
+    EXPECT_FALSE(TranscriptHas("alert"));
+    EXPECT_FALSE(KF_General::GetLPIdxFullLib(K("Sofa"), index, true, K(""), API_ObjectID));
+    EXPECT_FALSE(KF_General::GetLPIdxFullLibNoCheckLibs(K("Sofa"), index, true, K("Sofa is gone"), API_ObjectID));
+    // A null text is not the empty text: it is shown as it is.
+    EXPECT_FALSE(KF_General::GetLPIdxFullLib(K("Sofa"), index, true, KF_String(), API_ObjectID));
+    EXPECT_TRUE(Host().Run("expect alert \"No such part\"\nexpect alert \"Sofa is gone\"\nexpect alert \"\""));
+    EXPECT_TRUE(TranscriptHas("alert \"\" \"No such part\" \"\" buttons \"OK\""));
+}
+
+TEST_F(LibrariesTest, ABuiltInLibraryIsSearchedButNotListed)
+{
+    Start();
+    Library(Host().BundlePath("Test") / "library", {{"Bolt.gsm", "Object"}});
+    EXPECT_EQ(KF_LibPart::Index(K("Bolt"), API_ObjectID), -1);
+    ASSERT_EQ(ACAPI_Register_BuiltInLibrary(), NoError);
+    EXPECT_GT(KF_LibPart::Index(K("Bolt"), API_ObjectID), 0);
+    EXPECT_TRUE(Loaded().empty());
+}
+
+} // namespace

@@ -1,0 +1,120 @@
+// Finding library parts by file, name and index: the name rules, missing definitions and who
+// deletes the host's locations.
+#include "libs_fixture.hpp"
+
+#include "KF/KF_LibPart.hpp"
+
+using namespace libs_test;
+
+namespace {
+
+class PartsTest : public HostTest {
+protected:
+    void SetUp() override
+    {
+        HostTest::SetUp();
+        library_ = Library("Lib", {{"Wall Lamp.gsm", "Lamp"}, {"Lamp.gsm", "Lamp"}, {"a.b.gsm", "Object"},
+                                   {"a.b.c.gsm", "Object"}, {"sub/Desk", "Object"}});
+        kftest::WriteFile(library_ / "library.index", "Object Ghost Chair\nLamp Lamp\n");
+        kfhost::HostConfig config;
+        config.libraries = {library_};
+        Start(config);
+    }
+    // The name the host answered for a search through LibPart.
+    static std::string Found(bool ok, API_LibPart& part)
+    {
+        std::string const name = ok ? U8(part.docu_UName) : "<none>";
+        delete part.location;
+        return name;
+    }
+    fs::path library_;
+};
+
+TEST_F(PartsTest, NamesComeFromTheLastSlashAndTheLastDot)
+{
+    API_LibPart part;
+    EXPECT_EQ(Found(KF_LibPart::LibPart(KF_Location(K("/L/Wall Lamp.gsm")), API_LampID, part), part), "Wall Lamp");
+    EXPECT_EQ(Found(KF_LibPart::LibPart(KF_Location(K("Lamp.gsm")), API_LampID, part), part), "Lamp");
+    // A "." in a folder name leaves the empty name, which is searched as such: no part "Lamp".
+    EXPECT_EQ(Found(KF_LibPart::LibPart(KF_Location(K("/L/Set 1.0/Lamp")), API_LampID, part), part), "<none>");
+    EXPECT_EQ(Found(KF_LibPart::LibPart(K("Lamp.gsm"), API_LampID, part), part), "Lamp");
+    EXPECT_EQ(Found(KF_LibPart::LibPart(K("a.b.c"), API_ObjectID, part), part), "a.b");
+    EXPECT_EQ(Found(KF_LibPart::LibPart(K("a.b.c.gsm"), API_ObjectID, part), part), "a.b.c");
+    EXPECT_EQ(Found(KF_LibPart::LibPart(K("Desk"), API_ObjectID, part), part), "Desk");
+}
+
+TEST_F(PartsTest, SearchesIgnoreCaseAndHonourTheType)
+{
+    long const lamp = KF_LibPart::Index(K("Wall Lamp"), API_LampID);
+    ASSERT_GT(lamp, 0);
+    EXPECT_EQ(KF_LibPart::Index(K("wALL lAMP"), API_LampID), lamp);
+    EXPECT_EQ(KF_LibPart::Index(K("Wall Lamp"), API_ZombieLibID), lamp);
+    EXPECT_EQ(KF_LibPart::Index(K("Wall Lamp"), API_DoorID), -1);
+    EXPECT_EQ(KF_LibPart::Index(K("Wall"), API_LampID), -1);
+    // Listed in the index as well as defined: the definition is what is found.
+    API_LibPart part;
+    EXPECT_EQ(KF_LibPart::Search(K("Lamp"), API_LampID, part), NoError);
+    EXPECT_FALSE(part.missingDef);
+    delete part.location;
+}
+
+TEST_F(PartsTest, AMissingDefinitionAnswersMinus7003AndKeepsNoLocation)
+{
+    API_LibPart part;
+    EXPECT_EQ(KF_LibPart::Search(K("Ghost Chair"), API_ObjectID, part), -7003);
+    EXPECT_EQ(part.location, nullptr);
+    long const ghost = part.index;
+    ASSERT_GT(ghost, 0);
+    EXPECT_FALSE(KF_LibPart::LibPart(ghost, part));
+    EXPECT_EQ(part.location, nullptr);
+    EXPECT_EQ(KF_LibPart::Index(K("Ghost Chair"), API_ObjectID), -1);
+
+    KF_Location out(K("/unchanged"));
+    EXPECT_FALSE(KF_LibPart::Location(ghost, out));
+    EXPECT_FALSE(KF_LibPart::Location(KF_Location(K("/x/Ghost Chair.gsm")), API_ObjectID, out));
+    EXPECT_FALSE(KF_LibPart::Location(long(99999), out));
+    EXPECT_EQ(U8(out.path), "/unchanged");
+}
+
+TEST_F(PartsTest, LocationsNameThePartFiles)
+{
+    KF_Location out;
+    ASSERT_TRUE(KF_LibPart::Location(KF_Location(K("/elsewhere/Desk.txt")), API_ObjectID, out));
+    EXPECT_EQ(U8(out.path), (library_ / "sub" / "Desk").string());
+    long const lamp = KF_LibPart::Index(K("Wall Lamp"), API_LampID);
+    ASSERT_TRUE(KF_LibPart::Location(lamp, out));
+    EXPECT_EQ(U8(out.path), (library_ / "Wall Lamp.gsm").string());
+    API_LibPart part;
+    ASSERT_TRUE(KF_LibPart::LibPart(lamp, part));
+    EXPECT_EQ(U8(part.docu_UName), "Wall Lamp");
+    EXPECT_EQ(part.typeID, API_LampID);
+    delete part.location;
+}
+
+TEST_F(PartsTest, HostLocationsAreDeletedExceptWhereTheCallerOwnsThem)
+{
+    // Warm up: the host builds its index on first use.
+    ASSERT_GT(KF_LibPart::Index(K("Desk"), API_ObjectID), 0);
+    long const lamp = KF_LibPart::Index(K("Wall Lamp"), API_LampID);
+    API_LibPart part;
+    long const before = LiveBlocks();
+    {
+        KF_LibPart::Index(K("Desk"), API_ObjectID);
+        KF_LibPart::Index(K("Ghost Chair"), API_ObjectID);
+        KF_LibPart::Index(K("nothing at all"), API_ObjectID);
+        KF_LibPart::Search(K("Ghost Chair"), API_ObjectID, part);
+        KF_LibPart::LibPart(part.index, part);
+        KF_Location out;
+        KF_LibPart::Location(lamp, out);
+        KF_LibPart::Location(KF_Location(K("/x/Desk")), API_ObjectID, out);
+    }
+    EXPECT_EQ(LiveBlocks(), before);
+
+    ASSERT_EQ(KF_LibPart::Search(K("Desk"), API_ObjectID, part), NoError);
+    ASSERT_NE(part.location, nullptr);
+    EXPECT_GT(LiveBlocks(), before) << "the found part's location is the caller's";
+    delete part.location;
+    EXPECT_EQ(LiveBlocks(), before);
+}
+
+} // namespace

@@ -1,0 +1,47 @@
+#include "libs_fixture.hpp"
+
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+namespace {
+std::atomic<long> sLive{0};
+}
+
+void* operator new(std::size_t size)
+{
+    void* block = std::malloc(size != 0 ? size : 1);
+    if (block == nullptr)
+        throw std::bad_alloc();
+    ++sLive;
+    return block;
+}
+void* operator new[](std::size_t size) { return ::operator new(size); }
+void operator delete(void* block) noexcept
+{
+    if (block != nullptr) {
+        --sLive;
+        std::free(block);
+    }
+}
+void operator delete[](void* block) noexcept { ::operator delete(block); }
+void operator delete(void* block, std::size_t) noexcept { ::operator delete(block); }
+void operator delete[](void* block, std::size_t) noexcept { ::operator delete(block); }
+
+namespace libs_test {
+
+long LiveBlocks() { return sLive.load(); }
+
+std::string U8(const KF_String& text)
+{
+    KF_CString const bytes = text.ToCStr(KF_String::Enc_UTF8);
+    return bytes.bytes != nullptr ? std::string(bytes.bytes, ::strnlen(bytes.bytes, bytes.length)) : std::string();
+}
+
+std::string U8(const unsigned short* units)
+{
+    return U8(KF_String(units));
+}
+
+} // namespace libs_test

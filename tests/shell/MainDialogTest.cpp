@@ -1,0 +1,70 @@
+// The main dialog's texts in every language, the language button, and the fall-backs for
+// missing strings.
+#include "ShellHarness.hpp"
+
+#include <gtest/gtest.h>
+
+namespace shelltest {
+namespace {
+
+// Item -> string index of the add-on's own list.
+const std::vector<std::pair<int, int>> kItemStrings = {{2, 2}, {12, 17}, {3, 5}, {4, 6},
+                                                       {5, 7}, {6, 8},   {7, 9}, {8, 10}};
+
+std::string Expect(int item, const std::string& text)
+{
+    return "expect text " + std::to_string(item) + " \"" + text + "\"";
+}
+
+TEST(MainDialog, ShowsEachLanguagesOwnTextsAndTheFixedVersionLabel)
+{
+    const BundleStrings strings(ForgeBundle());
+    for (int language = 0; language < 7; ++language) {
+        SCOPED_TRACE(kSuffixes[size_t(language)]);
+        Workspace w;
+        StoreLanguage(w, kSuffixes[size_t(language)]);
+        std::vector<std::string> lines = {"menu 32501 1", "expect dialog 32500", "expect title \"Orvella Forge\""};
+        for (const auto& [item, index] : kItemStrings) {
+            const std::string text = strings.Get(32530 + language, index);
+            ASSERT_FALSE(text.empty()) << "string " << index << " of " << 32530 + language;
+            lines.push_back(Expect(item, text));
+        }
+        lines.push_back(Expect(9, "1.1.1.2001"));
+        lines.push_back("click 2");
+        const HostRun run = w.Run({ForgeBundle()}, w.WriteScript("language.kfs", lines));
+        EXPECT_EQ(run.status, 0) << run.transcript;
+    }
+}
+
+TEST(MainDialog, LanguageButtonReopensInTheChosenLanguage)
+{
+    Workspace w;
+    StoreLanguage(w, "ita");
+    const HostRun run = w.Run({ForgeBundle()}, "language-button.kfs");
+    EXPECT_EQ(run.status, 0) << run.transcript;
+    EXPECT_EQ(Count(run.transcript, "dialog 32500 title"), 3) << run.transcript;
+    EXPECT_EQ(StoredLanguage(w), "jap");
+}
+
+TEST(MainDialog, MissingStringFallsBackToEnglishThenToTheMarker)
+{
+    Workspace w;
+    const fs::path bundle = w.CopyBundle(ForgeBundle());
+    RemoveString(bundle, 32533, 7);   // German only: English is shown
+    RemoveString(bundle, 32533, 8);   // German and English: the marker
+    RemoveString(bundle, 32531, 8);
+    const BundleStrings strings(bundle);
+    ASSERT_FALSE(strings.Has(32533, 7));
+    StoreLanguage(w, "ger");
+
+    const HostRun run = w.Run({bundle}, w.WriteScript("missing.kfs", {
+        "menu 32501 1", "expect dialog 32500",
+        Expect(3, strings.Get(32533, 5)),
+        Expect(5, strings.Get(32531, 7)),
+        Expect(6, "_ERR_NO_"),
+        "click 2"}));
+    EXPECT_EQ(run.status, 0) << run.transcript;
+}
+
+} // namespace
+} // namespace shelltest

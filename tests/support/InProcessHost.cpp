@@ -1,0 +1,151 @@
+#include "kftest/InProcessHost.hpp"
+
+#include "kfsdk/HostTable.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <unistd.h>
+
+namespace kftest {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+fs::path MakeTemp()
+{
+    std::string pattern = (fs::temp_directory_path() / "kftest-XXXXXX").string();
+    if (!::mkdtemp(pattern.data()))
+        throw std::runtime_error("cannot create a temporary folder");
+    return pattern;
+}
+
+} // namespace
+
+TempFolder::TempFolder() : path_(MakeTemp()) {}
+
+TempFolder::~TempFolder()
+{
+    std::error_code ec;
+    fs::remove_all(path_, ec);
+}
+
+std::string ReadFile(const fs::path& file)
+{
+    std::ifstream in(file, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+void WriteFile(const fs::path& file, std::string_view content)
+{
+    fs::create_directories(file.parent_path());
+    std::ofstream out(file, std::ios::binary | std::ios::trunc);
+    out.write(content.data(), std::streamsize(content.size()));
+}
+
+InProcessHost::InProcessHost(kfhost::HostConfig config) : temp_(MakeTemp())
+{
+    if (config.frameworkFolder.empty()) {
+        config.frameworkFolder = temp_ / "Framework";
+        ownsFramework_ = true;
+    }
+    fs::create_directories(config.frameworkFolder);
+    host_ = std::make_unique<kfhost::Host>(std::move(config));
+}
+
+InProcessHost::~InProcessHost()
+{
+    Unload();
+    host_.reset();
+    std::error_code ec;
+    fs::remove_all(temp_, ec);
+}
+
+fs::path InProcessHost::BundlePath(const std::string& name) const { return temp_ / "Add-Ons" / (name + ".bundle"); }
+
+void InProcessHost::AddResourceText(std::string_view text, const std::string& fileName)
+{
+    kfhost::ParseResourceText(text, fileName, resources_);
+}
+
+void InProcessHost::AddResourceFolder(const fs::path& folder)
+{
+    kfhost::ResourceModule loaded = kfhost::LoadResourceFolder(folder);
+    // Merge, refusing what is defined twice as the host's own loader does.
+    for (auto& [key, origin] : loaded.origins)
+        if (resources_.origins.count(key))
+            throw kfhost::ResourceError(origin, 1, 1, key + " is defined twice");
+    resources_.origins.merge(loaded.origins);
+    if (loaded.moduleID)
+        resources_.moduleID = loaded.moduleID;
+    resources_.strings.merge(loaded.strings);
+    resources_.dialogs.merge(loaded.dialogs);
+    resources_.menus.merge(loaded.menus);
+    resources_.icons.merge(loaded.icons);
+}
+
+kfhost::AddOn& InProcessHost::Attach(const std::string& bundleName)
+{
+    if (addOn_)
+        throw std::logic_error("the in-process add-on is already there");
+    const fs::path bundle = BundlePath(bundleName);
+    fs::create_directories(bundle);
+    addOn_ = &host_->Attach(resources_, bundle);
+    if (kfsdk::InstallHostTable(&addOn_->table) != KF_NOERROR)
+        throw std::logic_error("the sdk refused the host table");
+    return *addOn_;
+}
+
+kfhost::LoadResult InProcessHost::Load(const kfhost::AddOnEntryPoints& entry, const std::string& bundleName)
+{
+    if (addOn_)
+        throw std::logic_error("the in-process add-on is already there");
+    const fs::path bundle = BundlePath(bundleName);
+    fs::create_directories(bundle);
+    kfhost::LoadResult result = host_->LoadInProcess(entry, resources_, bundle);
+    addOn_ = result.addOn;
+    loaded_ = result.Loaded();
+    if (!loaded_)
+        kfsdk::InstallHostTable(nullptr);
+    return result;
+}
+
+void InProcessHost::Unload()
+{
+    if (!addOn_)
+        return;
+    host_->UnloadAll();
+    kfsdk::InstallHostTable(nullptr);
+    addOn_ = nullptr;
+    loaded_ = false;
+}
+
+std::int32_t InProcessHost::Menu(std::int16_t menuResID, std::int32_t itemIndex, bool requireRegistered)
+{
+    return host_->MenuCommand(menuResID, itemIndex, requireRegistered);
+}
+
+std::int32_t InProcessHost::Command(std::uint32_t cmd, std::int32_t version, std::optional<kfhost::ModuleID> target,
+                                    void* params, char* resultData, bool silent)
+{
+    return host_->ModuleCommand(cmd, version, target ? &*target : nullptr, params, resultData, silent);
+}
+
+void InProcessHost::Queue(std::string_view lines) { host_->Script().Append(lines, "queued"); }
+
+bool InProcessHost::Run(std::string_view lines) { return host_->RunScript(lines, "script"); }
+
+std::size_t InProcessHost::PendingLines() const { return host_->Script().PendingCount(); }
+bool InProcessHost::ScriptOk() const { return host_->Script().Ok(); }
+const std::vector<std::string>& InProcessHost::Failures() const { return host_->Script().Failures(); }
+void InProcessHost::RunLoop(double seconds) { host_->Loop().RunFor(seconds); }
+kfhost::Dialog* InProcessHost::CurrentDialog() { return host_->Dialogs().Current(); }
+const std::vector<std::string>& InProcessHost::Transcript() const { return host_->Log().Lines(); }
+std::string InProcessHost::TranscriptText() const { return host_->Log().Text(); }
+void InProcessHost::ClearTranscript() { host_->Log().Clear(); }
+const std::vector<std::vector<std::string>>& InProcessHost::Launched() const { return host_->Launched(); }
+kfhost::FileFaults& InProcessHost::Faults() { return host_->Faults(); }
+
+} // namespace kftest

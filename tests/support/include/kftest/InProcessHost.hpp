@@ -1,0 +1,113 @@
+// A host running inside the test program: a temporary framework folder, release 17, the headless
+// dialog backend, and the sdk of the test program linked to it. Framework code without entry
+// points is hosted with Attach(); an add-on whose entry points are linked into the test (with
+// kf_sdk_linkage) is loaded with Load(LinkedEntryPoints()).
+//
+// One in-process host at a time: the sdk of a program keeps one host table.
+#pragma once
+
+#include "kfhost/Host.hpp"
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+extern "C" {
+KF_Err KFAddOn_SetHostTable(const KF_HostTable* table);
+std::int32_t KFAddOn_CheckEnvironment(KF_EnvirRecord* envir);
+KF_Err KFAddOn_RegisterInterface(void);
+KF_Err KFAddOn_Initialize(void* client);
+KF_Err KFAddOn_FreeData(void);
+}
+
+namespace kftest {
+
+// The exported wrappers linked into this program (needs kf_sdk_linkage and the add-on's entry
+// points; only programs that call it need them).
+inline kfhost::AddOnEntryPoints LinkedEntryPoints()
+{
+    return kfhost::AddOnEntryPoints{&KFAddOn_SetHostTable, &KFAddOn_CheckEnvironment, &KFAddOn_RegisterInterface,
+                                    &KFAddOn_Initialize, &KFAddOn_FreeData};
+}
+
+class InProcessHost {
+public:
+    // config.frameworkFolder empty: a fresh temporary folder (removed at the end).
+    explicit InProcessHost(kfhost::HostConfig config = {});
+    ~InProcessHost();
+    InProcessHost(const InProcessHost&) = delete;
+    InProcessHost& operator=(const InProcessHost&) = delete;
+
+    kfhost::Host& Host() { return *host_; }
+    // Scratch folder of this host, removed at the end; the framework folder is inside it unless given.
+    const std::filesystem::path& TempDir() const { return temp_; }
+    const std::filesystem::path& FrameworkFolder() const { return host_->Config().frameworkFolder; }
+    // Where the add-on believes it lives: TempDir()/Add-Ons/<name>.bundle (created).
+    std::filesystem::path BundlePath(const std::string& name = "Test") const;
+
+    // ---- resources of the in-process add-on (before Attach or Load) ----
+    // Throws kfhost::ResourceError on malformed text.
+    void AddResourceText(std::string_view text, const std::string& fileName = "test.res");
+    void AddResourceFolder(const std::filesystem::path& folder);
+    kfhost::ResourceModule& Resources() { return resources_; }
+
+    // ---- bringing the add-on in ----
+    // Installs the table in this program's sdk without calling any entry point.
+    kfhost::AddOn& Attach(const std::string& bundleName = "Test");
+    // Runs the load sequence on the wrappers linked into this program.
+    kfhost::LoadResult Load(const kfhost::AddOnEntryPoints& entry, const std::string& bundleName = "Test");
+    kfhost::AddOn* AddOn() { return addOn_; }
+    // FreeData and forget the add-on (also done at the end).
+    void Unload();
+
+    // ---- driving it ----
+    std::int32_t Menu(std::int16_t menuResID, std::int32_t itemIndex, bool requireRegistered = true);
+    std::int32_t Command(std::uint32_t cmd, std::int32_t version, std::optional<kfhost::ModuleID> target = {},
+                         void* params = nullptr, char* resultData = nullptr, bool silent = false);
+    // Lines that modal dialogs (and alerts, system dialogs) consume when they come up.
+    void Queue(std::string_view lines);
+    // Runs lines now, as kfhost --script does; answers whether every expectation held.
+    bool Run(std::string_view lines);
+    std::size_t PendingLines() const;
+    bool ScriptOk() const;
+    const std::vector<std::string>& Failures() const;
+    void RunLoop(double seconds);
+
+    // ---- reading what happened ----
+    kfhost::Dialog* CurrentDialog();
+    const std::vector<std::string>& Transcript() const;
+    std::string TranscriptText() const;
+    void ClearTranscript();
+    const std::vector<std::vector<std::string>>& Launched() const;
+    kfhost::FileFaults& Faults();
+
+private:
+    std::filesystem::path temp_;
+    bool ownsFramework_ = false;
+    std::unique_ptr<kfhost::Host> host_;
+    kfhost::ResourceModule resources_;
+    kfhost::AddOn* addOn_ = nullptr;
+    bool loaded_ = false;
+};
+
+// A fresh temporary folder, removed when the object goes.
+class TempFolder {
+public:
+    TempFolder();
+    ~TempFolder();
+    TempFolder(const TempFolder&) = delete;
+    TempFolder& operator=(const TempFolder&) = delete;
+    const std::filesystem::path& Path() const { return path_; }
+
+private:
+    std::filesystem::path path_;
+};
+
+// Whole-file helpers for tests.
+std::string ReadFile(const std::filesystem::path& file);
+void WriteFile(const std::filesystem::path& file, std::string_view content);
+
+} // namespace kftest

@@ -1,0 +1,113 @@
+// The sdk pieces under the text foundation: memory handles and the host's Unicode string.
+#include "BM.hpp"
+#include "GSUniString.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+TEST(BMHandles, ReallocationKeepsBytesAndReportsExactSize)
+{
+    GSHandle h = BMAllocateHandle(4, BMFlagClear, 0);
+    ASSERT_NE(h, nullptr);
+    EXPECT_EQ(BMGetHandleSize(h), 4);
+    EXPECT_EQ(std::memcmp(*h, "\0\0\0\0", 4), 0);
+    std::memcpy(*h, "abcd", 4);
+    for (GSSize size = 5; size < 5000; size += 7) {
+        h = BMReallocHandle(h, size, BMFlagClear, 0);
+        ASSERT_NE(h, nullptr);
+        ASSERT_EQ(BMGetHandleSize(h), size);
+        ASSERT_EQ(std::memcmp(*h, "abcd", 4), 0);
+        ASSERT_EQ((*h)[size - 1], 0) << "grown bytes are cleared";
+    }
+    h = BMReallocHandle(h, 2, 0, 0);
+    EXPECT_EQ(BMGetHandleSize(h), 2);
+    EXPECT_EQ(std::memcmp(*h, "ab", 2), 0);
+    BMKillHandle(&h);
+    EXPECT_EQ(h, nullptr);
+    BMKillHandle(&h);  // a second kill of the cleared handle does nothing
+}
+
+TEST(BMHandles, LockStateIsSavedAndRestored)
+{
+    GSHandle h = BMAllocateHandle(0, 0, 0);
+    ASSERT_NE(h, nullptr);
+    EXPECT_EQ(BMhGetState(h), 0u);
+    BMhLock(h);
+    GSFlags const locked = BMhGetState(h);
+    EXPECT_NE(locked & BMLockedState, 0u);
+    BMhUnlock(h);
+    EXPECT_EQ(BMhGetState(h) & BMLockedState, 0u);
+    BMhSetState(h, locked);
+    EXPECT_EQ(BMhGetState(h), locked);
+    BMKillHandle(&h);
+}
+
+TEST(BMHandles, FailureHookFailsTheChosenCallsOnly)
+{
+    long const live = BMTesting::LiveHandleCount();
+    BMTesting::FailNthAllocation(2);
+    GSHandle a = BMAllocateHandle(8, 0, 0);
+    GSHandle b = BMAllocateHandle(8, 0, 0);
+    GSHandle c = BMAllocateHandle(8, 0, 0);
+    EXPECT_NE(a, nullptr);
+    EXPECT_EQ(b, nullptr);
+    EXPECT_NE(c, nullptr);
+
+    BMTesting::FailAllocationsFromSize(100);
+    EXPECT_EQ(BMReallocHandle(a, 100, 0, 0), nullptr);
+    EXPECT_EQ(BMGetHandleSize(a), 8) << "a failed reallocation leaves the old block as it was";
+    EXPECT_EQ(BMReallocHandle(a, 99, 0, 0), a);
+    BMTesting::ResetFailures();
+    EXPECT_NE(BMReallocHandle(a, 100, 0, 0), nullptr);
+
+    EXPECT_EQ(BMAllocateHandle(-1, 0, 0), nullptr);
+    BMKillHandle(&a);
+    BMKillHandle(&c);
+    EXPECT_EQ(BMTesting::LiveHandleCount(), live);
+}
+
+TEST(UniString, NullEmptyAndCountedConstruction)
+{
+    GS::UniString const none(static_cast<GS::uchar_t const*>(nullptr));
+    EXPECT_TRUE(none.IsEmpty());
+    EXPECT_EQ(none.ToUStr()[0], 0);
+    GS::uchar_t const units[] = {'a', 0, 'b', 0};
+    GS::UniString const terminated(units);
+    EXPECT_EQ(terminated.GetLength(), 1u);
+    GS::UniString const counted(units, 3);
+    EXPECT_EQ(counted.GetLength(), 3u);
+    EXPECT_EQ(counted[2], 'b');
+    EXPECT_EQ(counted.ToUStr()[3], 0);
+    EXPECT_NE(terminated, counted);
+}
+
+TEST(UniString, AppendAndMoveKeepTheTerminator)
+{
+    GS::UniString s = GS::UniString::FromUTF8("ab");
+    s.Append(s);
+    EXPECT_EQ(s.ToUTF8(), "abab");
+    GS::UniString moved(std::move(s));
+    EXPECT_EQ(moved.ToUTF8(), "abab");
+    EXPECT_TRUE(s.IsEmpty());  // NOLINT(bugprone-use-after-move): the moved-from state is specified
+    EXPECT_EQ(s.ToUStr()[0], 0);
+    EXPECT_LT(GS::UniString::FromUTF8("a"), GS::UniString::FromUTF8("b"));
+}
+
+TEST(UniString, Utf8RoundTripAndRepairs)
+{
+    std::string const text = "x\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80";  // x e-acute euro emoji
+    GS::UniString const s = GS::UniString::FromUTF8(text);
+    ASSERT_EQ(s.GetLength(), 5u);
+    EXPECT_EQ(s[3], 0xD83D);
+    EXPECT_EQ(s[4], 0xDE00);
+    EXPECT_EQ(s.ToUTF8(), text);
+    // Each maximal ill-formed subpart becomes one U+FFFD.
+    GS::UniString const bad = GS::UniString::FromUTF8("a\xE2\x82" "b\xFF");
+    ASSERT_EQ(bad.GetLength(), 4u);
+    EXPECT_EQ(bad[1], 0xFFFD);
+    EXPECT_EQ(bad[2], 'b');
+    EXPECT_EQ(bad[3], 0xFFFD);
+    GS::uchar_t const lone[] = {0xD800, 'z'};
+    EXPECT_EQ(GS::UniString(lone, 2).ToUTF8(), "\xEF\xBF\xBDz");
+}

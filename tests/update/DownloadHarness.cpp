@@ -1,0 +1,157 @@
+#include "DownloadHarness.hpp"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstring>
+#include <fstream>
+
+namespace kfupdate_test {
+
+int Recorder::CallBack(KF_URL_Message message, double progress, void* userData)
+{
+    auto* recorder = static_cast<Recorder*>(userData);
+    recorder->events.push_back({message, progress});
+    if (message == KF_URL_Opened) {
+        recorder->targetExistedAtOpening = std::filesystem::exists(recorder->target);
+        return recorder->openedAnswer;
+    }
+    return 0;
+}
+
+bool Recorder::Ended() const
+{
+    return !events.empty() && (events.back().message == KF_URL_Done || events.back().message == KF_URL_Failed);
+}
+
+std::string Recorder::Story() const
+{
+    static char const* const kNames[] = {"Opened", "Failed", "Data", "Done", "Close"};
+    std::string story;
+    for (std::size_t i = 0; i < events.size(); ++i) {
+        if (i > 0 && events[i].message == KF_URL_Data && events[i - 1].message == KF_URL_Data)
+            continue;
+        if (!story.empty())
+            story += ' ';
+        story += kNames[events[i].message];
+    }
+    return story;
+}
+
+long Recorder::Count(KF_URL_Message message) const
+{
+    long n = 0;
+    for (Event const& e : events)
+        n += e.message == message ? 1 : 0;
+    return n;
+}
+
+ResettingServer::ResettingServer(std::size_t announced, std::size_t sent)
+{
+    listener_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    if (::bind(listener_, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
+        ::listen(listener_, 4) != 0 ||
+        ::getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &length) != 0)
+        throw std::runtime_error("cannot listen on loopback");
+    port_ = ntohs(address.sin_port);
+    thread_ = std::thread([this, announced, sent] {
+        int const client = ::accept(listener_, nullptr, nullptr);
+        if (client < 0)
+            return;
+        char request[4096];
+        (void)::recv(client, request, sizeof request, 0);
+        std::string const head = "HTTP/1.1 200 OK\r\nContent-Type: application/octet-stream\r\nContent-Length: " +
+                                 std::to_string(announced) + "\r\n\r\n";
+        std::string const body(sent, 'r');
+        (void)::send(client, head.data(), head.size(), MSG_NOSIGNAL);
+        (void)::send(client, body.data(), body.size(), MSG_NOSIGNAL);
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        // A zero linger time turns the close into a reset.
+        linger const abort{1, 0};
+        ::setsockopt(client, SOL_SOCKET, SO_LINGER, &abort, sizeof abort);
+        ::close(client);
+    });
+}
+
+ResettingServer::~ResettingServer()
+{
+    ::shutdown(listener_, SHUT_RDWR);
+    ::close(listener_);
+    if (thread_.joinable())
+        thread_.join();
+}
+
+namespace {
+
+kfhost::HostConfig ConfigWithLimit(double seconds)
+{
+    kfhost::HostConfig config;
+    config.settings["download-limit"] = std::to_string(seconds);
+    return config;
+}
+
+} // namespace
+
+DownloadTest::DownloadTest(double limitSeconds)
+    : host_(std::make_unique<kftest::InProcessHost>(ConfigWithLimit(limitSeconds)))
+{
+    host_->Attach();
+    kfupd::ServerOptions options;
+    options.root = served_.Path();
+    options.testRoutes = true;
+    server_ = std::make_unique<kfupd::UpdateServer>(options);
+    if (server_->Start() < 0)
+        throw std::runtime_error("the loopback server did not start");
+}
+
+DownloadTest::~DownloadTest()
+{
+    // Whatever a test left running ends with the host's loop; stop the server first so that
+    // nothing hangs on it.
+    server_->Stop();
+    host_->RunLoop(2.0);
+}
+
+std::filesystem::path DownloadTest::ServedFile(const std::string& relative, const std::string& content)
+{
+    std::filesystem::path const file = served_.Path() / relative;
+    kftest::WriteFile(file, content);
+    return file;
+}
+
+Recorder& DownloadTest::NewRecorder(int openedAnswer)
+{
+    recorders_.emplace_back();
+    recorders_.back().openedAnswer = openedAnswer;
+    return recorders_.back();
+}
+
+std::filesystem::path DownloadTest::Target(const std::string& name) const { return host_->TempDir() / name; }
+
+bool DownloadTest::Start(const std::string& url, Recorder& recorder, const std::string& targetName)
+{
+    recorder.target = Target(targetName);
+    return KF_General::URLDownload(KF_String(url.c_str(), KF_String::Enc_UTF8),
+                                   KF_Location(KF_String(recorder.target.c_str(), KF_String::Enc_UTF8)),
+                                   &Recorder::CallBack, &recorder);
+}
+
+bool DownloadTest::RunUntil(const std::function<bool()>& pred, double seconds)
+{
+    auto const until = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+    while (!pred()) {
+        if (std::chrono::steady_clock::now() >= until)
+            return false;
+        host_->RunLoop(0.02);
+    }
+    return true;
+}
+
+} // namespace kfupdate_test

@@ -1,0 +1,77 @@
+// What the downloader tests share: an in-process host whose run loop drives the downloads, a
+// loopback update server with test routes, and a recorder of the callback's events.
+#pragma once
+
+#include "KF/KF_General.hpp"
+#include "UpdateServer.hpp"
+#include "kftest/InProcessHost.hpp"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+#include <list>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace kfupdate_test {
+
+struct Event {
+    KF_URL_Message message;
+    double progress;
+};
+
+// Records every event; answers openedAnswer to KF_URL_Opened.
+struct Recorder {
+    std::vector<Event> events;
+    int openedAnswer = 0;
+    std::filesystem::path target;
+    bool targetExistedAtOpening = false;
+
+    static int CallBack(KF_URL_Message message, double progress, void* userData);
+    bool Ended() const;
+    // The messages alone, Data runs collapsed to one entry: "Opened Data Done".
+    std::string Story() const;
+    long Count(KF_URL_Message message) const;
+};
+
+// A server that answers with a length header, sends part of the body and resets the connection.
+class ResettingServer {
+public:
+    explicit ResettingServer(std::size_t announced, std::size_t sent);
+    ~ResettingServer();
+    int Port() const { return port_; }
+
+private:
+    int listener_ = -1;
+    int port_ = 0;
+    std::thread thread_;
+};
+
+class DownloadTest : public ::testing::Test {
+protected:
+    // limitSeconds: the host's "download-limit" (the product's is 60 s).
+    explicit DownloadTest(double limitSeconds = 1.0);
+    ~DownloadTest() override;
+
+    std::filesystem::path ServedFile(const std::string& relative, const std::string& content);
+    std::filesystem::path Target(const std::string& name = "download.bin") const;
+    std::string Url(const std::string& path) const { return server_->BaseUrl() + path; }
+
+    // Recorders live as long as the fixture, so that a download a failing test leaves running
+    // never calls into a recorder that is gone.
+    Recorder& NewRecorder(int openedAnswer = 0);
+    // Starts a download with the recorder; false when it did not start.
+    bool Start(const std::string& url, Recorder& recorder, const std::string& targetName = "download.bin");
+    // Runs the host's loop until pred holds or seconds pass; whether it held.
+    bool RunUntil(const std::function<bool()>& pred, double seconds = 10.0);
+
+    std::unique_ptr<kftest::InProcessHost> host_;
+    kftest::TempFolder served_;
+    std::unique_ptr<kfupd::UpdateServer> server_;
+    std::list<Recorder> recorders_;
+};
+
+} // namespace kfupdate_test

@@ -1,0 +1,274 @@
+// The downloader over real HTTP on loopback, driven by the host's run loop.
+#include "DownloadHarness.hpp"
+#include "VersionsParse.hpp"
+
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <thread>
+
+using namespace kfupdate_test;
+using kftest::ReadFile;
+
+namespace {
+
+std::string Pattern(std::size_t size)
+{
+    std::string s(size, '\0');
+    for (std::size_t i = 0; i < size; ++i)
+        s[i] = static_cast<char>('a' + i % 23);  // the server's /test/bytes pattern
+    return s;
+}
+
+double Seconds(std::chrono::steady_clock::time_point since)
+{
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - since).count();
+}
+
+class URLDownload : public DownloadTest {};
+
+class URLDownloadLimit : public DownloadTest {
+protected:
+    URLDownloadLimit() : DownloadTest(1.0) {}
+};
+
+} // namespace
+
+TEST_F(URLDownload, FetchesAFileWithOpenedThenDataThenDone)
+{
+    std::string const content = "OBT 1.2.1.0 (AC170) 02/09/2013\n# text\n";
+    ServedFile("update_plugins/versions16.txt", content);
+    Recorder& r = NewRecorder();
+    ASSERT_TRUE(Start(Url("/update_plugins/versions16.txt"), r));
+    EXPECT_TRUE(r.events.empty()) << "nothing is reported before the run loop runs";
+    ASSERT_TRUE(RunUntil([&] { return r.Ended(); }));
+
+    EXPECT_EQ(r.Story(), "Opened Data Done");
+    EXPECT_FALSE(r.targetExistedAtOpening) << "the file is created only after the opening";
+    for (Event const& e : r.events)
+        EXPECT_DOUBLE_EQ(e.progress, e.message == KF_URL_Data ? 0.5 : 0.0);
+    EXPECT_EQ(ReadFile(r.target), content);
+    host_->RunLoop(0.3);
+    EXPECT_EQ(r.events.size(), 3u) << "nothing follows the end";
+}
+
+TEST_F(URLDownload, WritesLargeFilesInBlocksOfAtMost16KiB)
+{
+    constexpr std::size_t kSize = 300000;
+    Recorder& r = NewRecorder();
+    ASSERT_TRUE(Start(Url("/test/bytes/" + std::to_string(kSize)), r));
+    ASSERT_TRUE(RunUntil([&] { return r.Ended(); }));
+    EXPECT_EQ(r.Story(), "Opened Data Done");
+    EXPECT_GE(r.Count(KF_URL_Data), static_cast<long>((kSize + 16383) / 16384));
+    EXPECT_EQ(ReadFile(r.target), Pattern(kSize));
+}
+
+TEST_F(URLDownload, ZeroLengthFileLeavesAnEmptyFile)
+{
+    ServedFile("empty.txt", "");
+    Recorder& r = NewRecorder();
+    ASSERT_TRUE(Start(Url("/empty.txt"), r));
+    ASSERT_TRUE(RunUntil([&] { return r.Ended(); }));
+    EXPECT_EQ(r.Story(), "Opened Done");
+    ASSERT_TRUE(std::filesystem::exists(r.target));
+    EXPECT_EQ(std::filesystem::file_size(r.target), 0u);
+}
+
+TEST_F(URLDownload, ReplacesWhatTheTargetHeldBefore)
+{
+    ServedFile("short.txt", "new");
+    Recorder& r = NewRecorder();
+    kftest::WriteFile(Target(), "an older and much longer content");
+    ASSERT_TRUE(Start(Url("/short.txt"), r));
+    ASSERT_TRUE(RunUntil([&] { return r.Ended(); }));
+    EXPECT_EQ(ReadFile(r.target), "new");
+}
+
+TEST_F(URLDownload, FollowsARedirectChainWithoutTellingTheClient)
+{
+    ServedFile("files/final.txt", "arrived");
+    Recorder& r = NewRecorder();
+    ASSERT_TRUE(Start(Url("/test/redirect/4?to=/files/final.txt"), r));
+    ASSERT_TRUE(RunUntil([&] { return r.Ended(); }));
+    EXPECT_EQ(r.Story(), "Opened Data Done");
+    EXPECT_EQ(r.Count(KF_URL_Opened), 1);
+    EXPECT_EQ(ReadFile(r.target), "arrived");
+    std::vector<std::string> const seen = server_->RequestTargets();
+    ASSERT_EQ(seen.size(), 6u);
+    EXPECT_EQ(seen.back(), "/files/final.txt");
+}
+
+TEST_F(URLDownload, ErrorPageIsWrittenAndEndsDoneParsingToNothing)
+{
+    Recorder& r = NewRecorder();
+    ASSERT_TRUE(Start(Url("/test/status/404"), r));
+    ASSERT_TRUE(RunUntil([&] { return r.Ended(); }));
+    EXPECT_EQ(r.Story(), "Opened Data Done");
+    std::string const page = ReadFile(r.target);
+    EXPECT_NE(page.find("<html>"), std::string::npos);
+    Parsed const parsed = Parse(page);
+    EXPECT_TRUE(parsed.addons.empty());
+    EXPECT_TRUE(parsed.libraries.empty());
+    EXPECT_TRUE(parsed.messages.empty());
+}
+
+TEST_F(URLDownload, EscapesAreDecodedThenEscapedOnce)
+{
+    ServedFile("files/a b.txt", "blank");
+    ServedFile("files/ü.txt", "umlaut");
+    Recorder& escaped = NewRecorder();
+    Recorder& raw = NewRecorder();
+    Recorder& unicode = NewRecorder();
+    ASSERT_TRUE(Start(Url("/files/a%20b.txt"), escaped, "escaped.txt"));
+    ASSERT_TRUE(RunUntil([&] { return escaped.Ended(); }));
+    ASSERT_TRUE(Start(Url("/files/a b.txt"), raw, "raw.txt"));
+    ASSERT_TRUE(RunUntil([&] { return raw.Ended(); }));
+    ASSERT_TRUE(Start(Url("/files/%C3%BC.txt"), unicode, "unicode.txt"));
+    ASSERT_TRUE(RunUntil([&] { return unicode.Ended(); }));
+
+    EXPECT_EQ(ReadFile(escaped.target), "blank");
+    EXPECT_EQ(ReadFile(raw.target), "blank");
+    EXPECT_EQ(ReadFile(unicode.target), "umlaut");
+    EXPECT_EQ(server_->RequestTargets(),
+              (std::vector<std::string>{"/files/a%20b.txt", "/files/a%20b.txt", "/files/%C3%BC.txt"}));
+}
+
+TEST_F(URLDownload, CancelAtTheOpeningEndsEverythingWithoutAFile)
+{
+    ServedFile("big.bin", Pattern(200000));
+    Recorder& r = NewRecorder(1);
+    ASSERT_TRUE(Start(Url("/big.bin"), r));
+    ASSERT_TRUE(RunUntil([&] { return !r.events.empty(); }));
+    host_->RunLoop(0.5);
+    EXPECT_EQ(r.Story(), "Opened");
+    EXPECT_FALSE(std::filesystem::exists(r.target));
+}
+
+TEST_F(URLDownload, WithoutACallbackTheFileIsStillWritten)
+{
+    ServedFile("quiet.txt", Pattern(40000));
+    std::filesystem::path const target = Target("quiet.txt");
+    ASSERT_TRUE(KF_General::URLDownload(KF_String(Url("/quiet.txt").c_str()),
+                                        KF_Location(KF_String(target.c_str())), nullptr, nullptr));
+    ASSERT_TRUE(RunUntil([&] {
+        return std::filesystem::exists(target) && std::filesystem::file_size(target) == 40000u;
+    }));
+    EXPECT_EQ(ReadFile(target), Pattern(40000));
+}
+
+TEST_F(URLDownload, SeveralDownloadsRunSideBySide)
+{
+    ServedFile("one.txt", "first");
+    Recorder& a = NewRecorder();
+    Recorder& b = NewRecorder();
+    ASSERT_TRUE(Start(Url("/one.txt"), a, "a.txt"));
+    ASSERT_TRUE(Start(Url("/test/bytes/70000"), b, "b.txt"));
+    ASSERT_TRUE(RunUntil([&] { return a.Ended() && b.Ended(); }));
+    EXPECT_EQ(a.Story(), "Opened Data Done");
+    EXPECT_EQ(b.Story(), "Opened Data Done");
+    EXPECT_EQ(ReadFile(a.target), "first");
+    EXPECT_EQ(ReadFile(b.target), Pattern(70000));
+}
+
+TEST_F(URLDownload, RefusesToStartWhatItCannotFetch)
+{
+    Recorder& r = NewRecorder();
+    EXPECT_FALSE(Start("", r));
+    EXPECT_FALSE(Start("not a url", r));
+    EXPECT_FALSE(Start("ftp://127.0.0.1/file.txt", r));
+    EXPECT_FALSE(Start("file:///etc/hostname", r));
+    EXPECT_FALSE(Start(Url("/bad%zzescape"), r));
+    EXPECT_FALSE(Start(Url("/half%C3"), r)) << "escapes must decode to UTF-8";
+    host_->RunLoop(0.2);
+    EXPECT_TRUE(r.events.empty()) << "a download that did not start never calls back";
+    EXPECT_TRUE(server_->RequestTargets().empty());
+}
+
+TEST_F(URLDownload, AConnectionThatIsRefusedFailsWithoutOpening)
+{
+    int port = 0;
+    {
+        kfupd::ServerOptions options;
+        options.root = served_.Path();
+        kfupd::UpdateServer gone(options);
+        port = gone.Start();
+        gone.Stop();
+    }
+    Recorder& r = NewRecorder();
+    ASSERT_TRUE(Start("http://127.0.0.1:" + std::to_string(port) + "/x", r));
+    ASSERT_TRUE(RunUntil([&] { return r.Ended(); }));
+    EXPECT_EQ(r.Story(), "Failed");
+    EXPECT_FALSE(std::filesystem::exists(r.target));
+}
+
+TEST_F(URLDownload, AResetInTheMiddleOfTheBodyFails)
+{
+    ResettingServer resetting(100000, 20000);
+    Recorder& r = NewRecorder();
+    ASSERT_TRUE(Start("http://127.0.0.1:" + std::to_string(resetting.Port()) + "/reset", r));
+    ASSERT_TRUE(RunUntil([&] { return r.Ended(); }));
+    EXPECT_EQ(r.Story(), "Opened Data Failed");
+    EXPECT_EQ(r.events.back().progress, 0.0);
+    EXPECT_EQ(std::filesystem::file_size(r.target), 20000u) << "what arrived stays on disk";
+}
+
+TEST_F(URLDownload, HttpsChecksTheServersCertificate)
+{
+    // A TLS server on loopback with a certificate nobody vouches for: the handshake is made, the
+    // certificate refused, and no request reaches the server.
+    std::filesystem::path const key = host_->TempDir() / "key.pem";
+    std::filesystem::path const cert = host_->TempDir() / "cert.pem";
+    std::string const make = "openssl req -x509 -newkey rsa:2048 -nodes -days 1 -subj /CN=127.0.0.1 -keyout '" +
+                             key.string() + "' -out '" + cert.string() + "' >/dev/null 2>&1";
+    if (std::system(make.c_str()) != 0)
+        GTEST_SKIP() << "openssl cannot make a test certificate here";
+    httplib::SSLServer tls(cert.c_str(), key.c_str());
+    std::atomic<int> served{0};
+    tls.Get("/x", [&](httplib::Request const&, httplib::Response& response) {
+        ++served;
+        response.set_content("secret", "text/plain");
+    });
+    int const port = tls.bind_to_any_port("127.0.0.1");
+    ASSERT_GT(port, 0);
+    std::thread serving([&] { tls.listen_after_bind(); });
+
+    Recorder& r = NewRecorder();
+    ASSERT_TRUE(Start("https://127.0.0.1:" + std::to_string(port) + "/x", r));
+    bool const ended = RunUntil([&] { return r.Ended(); });
+    tls.stop();
+    serving.join();
+    ASSERT_TRUE(ended);
+    EXPECT_EQ(r.Story(), "Failed");
+    EXPECT_EQ(served.load(), 0);
+    EXPECT_FALSE(std::filesystem::exists(r.target));
+}
+
+TEST_F(URLDownloadLimit, AServerThatNeverAnswersFailsAtTheLimit)
+{
+    Recorder& r = NewRecorder();
+    auto const started = std::chrono::steady_clock::now();
+    ASSERT_TRUE(Start(Url("/test/hang"), r));
+    ASSERT_TRUE(RunUntil([&] { return r.Ended(); }, 10.0));
+    double const took = Seconds(started);
+    EXPECT_EQ(r.Story(), "Opened Failed");
+    EXPECT_GE(took, 0.9);
+    EXPECT_LT(took, 3.0);
+    ASSERT_TRUE(std::filesystem::exists(r.target)) << "the file was created at the opening";
+    EXPECT_EQ(std::filesystem::file_size(r.target), 0u);
+}
+
+TEST_F(URLDownloadLimit, TheLimitCoversTheWholeTransferEvenWhileDataFlows)
+{
+    Recorder& r = NewRecorder();
+    auto const started = std::chrono::steady_clock::now();
+    ASSERT_TRUE(Start(Url("/test/trickle?bytes=100000&interval_ms=40"), r));
+    ASSERT_TRUE(RunUntil([&] { return r.Ended(); }, 10.0));
+    double const took = Seconds(started);
+    EXPECT_EQ(r.Story(), "Opened Data Failed");
+    EXPECT_GE(took, 0.9);
+    EXPECT_LT(took, 3.0);
+    std::uintmax_t const kept = std::filesystem::file_size(r.target);
+    EXPECT_GT(kept, 5u) << "the partial file stays";
+    EXPECT_LT(kept, 100u);
+    EXPECT_EQ(ReadFile(r.target), Pattern(kept));
+}

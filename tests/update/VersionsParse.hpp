@@ -1,0 +1,37 @@
+// Parses versions-file text into plain values that tests can compare.
+#pragma once
+
+#include "KF_VersionsFile.hpp"
+
+#include <string>
+#include <vector>
+
+namespace kfupdate_test {
+
+std::string Utf8(KF_String const& s);
+
+struct Message {
+    std::string firstDate, secondDate, text, url;
+};
+struct Library {
+    std::string name, date, dateText, text;
+};
+struct Addon {
+    std::string code, versionText;
+    std::vector<unsigned> version;
+    unsigned hostVersion = 0;
+    std::string date, dateText, text;
+    std::vector<short> languages;
+};
+
+struct Parsed {
+    std::vector<Message> messages;
+    std::vector<Addon> addons;
+    std::vector<Library> libraries;
+};
+
+Parsed Convert(KF_List<KF_AddonUpdate_Message> const& messages, KF_List<KF_AddonUpdate_Addon> const& addons,
+               KF_List<KF_AddonUpdate_Library> const& libraries);
+Parsed Parse(std::string const& bytes);
+
+} // namespace kfupdate_test
