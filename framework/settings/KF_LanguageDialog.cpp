@@ -128,6 +128,10 @@ short KF_Dlg_Language_CallBack(short message, short dialID, short item, DGUserDa
         }
         return 0;
     case DG_MSG_CLOSE:
+        // Closed other than by accepting (the close box too): the preview is undone.
+        if (item != kAcceptItem) {
+            gKF_Language = record->languageAtOpening;
+        }
         return item;
     default:
         return 0;

@@ -42,9 +42,12 @@ constexpr long kTooSmall = -2;  // the whole source is valid but does not fit
 
 // A decoding table of a single-byte encoding, derived once from the platform converter.
 struct SingleByteTable {
-    std::uint16_t toUnit[256];   // 0xFFFF: the byte is not a character of the encoding
+    std::uint32_t toUnit[256];          // the unit, or 0x10000 when the byte is no character
     std::uint16_t const* fromUnit[256]; // per high byte of a BMP unit: the byte, 0xFFFF unmapped
-    bool usable;                  // false when the encoding does not fit this scheme
+    std::uint8_t fixFirst;              // the bytes that do not decode to their own value lie in
+    std::uint8_t fixLast;               // fixFirst..fixLast (fixFirst > fixLast: there are none)
+    bool allValid;                      // every byte is a character
+    bool usable;                        // false when the encoding does not fit this scheme
 };
 // Null when the encoding has no usable table.
 SingleByteTable const* TableFor(Codec codec);
@@ -58,6 +61,13 @@ long SingleByteToUtf16(SingleByteTable const& table, std::uint8_t const* src, st
                        std::uint8_t* out, std::size_t outCap);
 long Utf16ToSingleByte(SingleByteTable const& table, std::uint8_t const* src, std::size_t units,
                        std::uint8_t* out, std::size_t outCap, bool lossy);
+
+// UTF-8 check and UTF-16 unit count with vector instructions (KF_TextUtf8Vector.cpp); kNoVector
+// when the processor has none, -1 when ill-formed.
+constexpr long kNoVector = -100;
+long MeasureUtf8Vector(std::uint8_t const* src, std::size_t n, bool& sawMultibyte);
+bool VectorPathsEnabled();
+void SetVectorPathsEnabled(bool enabled);  // for tests: the scalar fast path must agree too
 
 // Index of the first zero unit among n units, or n.
 std::size_t FindZeroUnit(std::uint16_t const* units, std::size_t n);

@@ -19,16 +19,9 @@ struct Loop {
     std::vector<std::pair<std::uint64_t, KF_CurlTransfer*>> transfers;
     std::uint64_t nextSerial = 1;
 
-    ~Loop() { Shutdown(); }
     // At unload: nothing of this library may be called by the run loop afterwards.
-    void Shutdown()
+    ~Loop()
     {
-        if (timer != 0)
-            MainLoop::RemoveTimer(timer);
-        timer = 0;
-        for (auto const& [fd, watch] : watches)
-            MainLoop::RemoveWatch(watch);
-        watches.clear();
         auto running = std::move(transfers);
         transfers.clear();
         for (auto const& [serial, transfer] : running) {
@@ -37,9 +30,21 @@ struct Loop {
             if (transfer->discard != nullptr)
                 transfer->discard(transfer);
         }
+        Release();
+    }
+    // With no transfer left the multi handle goes, idle connections with it, so that nothing of
+    // ours stays on the host's loop between downloads.
+    void Release()
+    {
         if (multi != nullptr)
             curl_multi_cleanup(multi);
         multi = nullptr;
+        if (timer != 0)
+            MainLoop::RemoveTimer(timer);
+        timer = 0;
+        for (auto const& [fd, watch] : watches)
+            MainLoop::RemoveWatch(watch);
+        watches.clear();
     }
 };
 
@@ -166,11 +171,13 @@ bool KF_CurlLoop_Add(KF_CurlTransfer* transfer)
     transfer->finished = false;
     transfer->serial = sLoop.nextSerial++;
     sLoop.timerRefused = false;
-    if (curl_multi_add_handle(sLoop.multi, transfer->easy) != CURLM_OK)
-        return false;
+    bool const added = curl_multi_add_handle(sLoop.multi, transfer->easy) == CURLM_OK;
     // A host without a run loop cannot drive the transfer.
-    if (sLoop.timerRefused) {
-        curl_multi_remove_handle(sLoop.multi, transfer->easy);
+    if (!added || sLoop.timerRefused) {
+        if (added)
+            curl_multi_remove_handle(sLoop.multi, transfer->easy);
+        if (sLoop.transfers.empty())
+            sLoop.Release();
         return false;
     }
     sLoop.transfers.emplace_back(transfer->serial, transfer);
@@ -186,6 +193,8 @@ void KF_CurlLoop_Remove(KF_CurlTransfer* transfer)
     sLoop.transfers.erase(it);
     if (sLoop.multi != nullptr)
         curl_multi_remove_handle(sLoop.multi, transfer->easy);
+    if (sLoop.transfers.empty())
+        sLoop.Release();
 }
 
 } // namespace detail

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <vector>
 
@@ -297,10 +298,23 @@ KF_Err FileWrite(KF_HostContext* c, std::int64_t handle, const char* data, std::
     return KF_NOERROR;
 }
 
+KF_Err MoveOver(KF_HostContext* c, const KF_UChar* source, std::int32_t sourceLength, const KF_UChar* target,
+                std::int32_t targetLength)
+{
+    const std::string from = PathOf(source, sourceLength);
+    const std::string to = PathOf(target, targetLength);
+    if (from.empty() || to.empty())
+        return KF_IOERR_BADLOCATION;
+    if (const auto code = Fault(c, FileOp::Move, to))
+        return *code;
+    return ::rename(from.c_str(), to.c_str()) == 0 ? KF_NOERROR : ErrnoToCode(errno);
+}
+
 } // namespace
 
 void FillFileEntries(KF_HostTable& t)
 {
+    t.MoveOver = MoveOver;
     t.GetSpecialLocation = GetSpecialLocation;
     t.FolderOpen = FolderOpen;
     t.GetEntryType = GetEntryType;

@@ -138,7 +138,8 @@ int main(int argc, char** argv)
     } else
 #endif
     if (!script.empty()) {
-        const bool ok = host.RunScript(scriptText, script == "-" ? std::string("-") : script);
+        host.RunScript(scriptText, script == "-" ? std::string("-") : script);
+        const bool ok = host.Script().Ok();
         for (const auto& failure : host.Script().Failures())
             std::cerr << "kfhost: " << failure << "\n";
         if (!ok)

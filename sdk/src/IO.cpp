@@ -273,4 +273,13 @@ GSErrCode FileSystem::GetSpecialLocation(Int32 folderID, Location* result)
     return err;
 }
 
+GSErrCode FileSystem::MoveOver(const Location& source, const Location& target)
+{
+    GS::UniString from;
+    GS::UniString to;
+    if (source.ToPath(&from) != NoError || target.ToPath(&to) != NoError)
+        return BadLocation;
+    return KFSDK_CALL(MoveOver, APIERR_GENERAL, Units(from), Length(from), Units(to), Length(to));
+}
+
 } // namespace IO

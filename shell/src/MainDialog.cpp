@@ -62,7 +62,8 @@ void ShowMainDialog()
         short const result = DGModalDialog(ACAPI_GetOwnResModule(), kShell_MainDialogID,
                                            ACAPI_GetOwnResModule(), MainDialog_Handler, 0);
         ACAPI_ResetResModule(previous);
-        if (result == kCloseButton)
+        // 0 is no item: the host could not show the dialog, and asking again would never end.
+        if (result == kCloseButton || result == 0)
             return;
         // The language button: ask, then show the dialog again so that it comes up in the
         // language just chosen.

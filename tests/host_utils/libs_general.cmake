@@ -7,7 +7,7 @@ add_executable(test_libs_general
   general_host_test.cpp
   general_launch_test.cpp)
 target_include_directories(test_libs_general PRIVATE ${PROJECT_SOURCE_DIR}/host/src/services)
-target_link_libraries(test_libs_general PRIVATE kf_test_support KF::framework GTest::gtest_main)
+target_link_libraries(test_libs_general PRIVATE KF::framework kf_test_support GTest::gtest_main)
 kf_set_warnings(test_libs_general)
 gtest_discover_tests(test_libs_general TEST_PREFIX "libs." DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 60)
 

@@ -49,7 +49,7 @@ TEST_F(PartsTest, SearchesIgnoreCaseAndHonourTheType)
     ASSERT_GT(lamp, 0);
     EXPECT_EQ(KF_LibPart::Index(K("wALL lAMP"), API_LampID), lamp);
     EXPECT_EQ(KF_LibPart::Index(K("Wall Lamp"), API_ZombieLibID), lamp);
-    EXPECT_EQ(KF_LibPart::Index(K("Wall Lamp"), API_DoorID), -1);
+    EXPECT_EQ(KF_LibPart::Index(K("Wall Lamp"), APISpec_DoorID), -1);
     EXPECT_EQ(KF_LibPart::Index(K("Wall"), API_LampID), -1);
     // Listed in the index as well as defined: the definition is what is found.
     API_LibPart part;

@@ -66,5 +66,22 @@ TEST(MainDialog, MissingStringFallsBackToEnglishThenToTheMarker)
     EXPECT_EQ(run.status, 0) << run.transcript;
 }
 
+TEST(MainDialog, MissingDialogResourceEndsTheCommandInsteadOfAskingForever)
+{
+    Workspace w;
+    const fs::path bundle = w.CopyBundle(ForgeBundle());
+    const fs::path dialogs = bundle / "Resources" / "dialogs.res";
+    std::string text = ReadFile(dialogs);
+    const std::size_t from = text.find("dialog 32500 ");
+    ASSERT_NE(from, std::string::npos);
+    text.erase(from, text.find("end\n", from) + 4 - from);
+    WriteFile(dialogs, text);
+    StoreLanguage(w, "int");
+
+    const HostRun run = w.Run({bundle}, w.WriteScript("gone.kfs", {"menu 32501 1", "expect no-dialog"}));
+    EXPECT_EQ(run.status, 0) << run.transcript;
+    EXPECT_EQ(Count(run.transcript, "no dialog resource 32500"), 1) << run.transcript;
+}
+
 } // namespace
 } // namespace shelltest

@@ -1,8 +1,10 @@
-// Misbehaving routes for tests of the downloader: every way a server can let a client down
-// short of a reset (tests make that one with a raw socket).
+// Misbehaving routes for tests of the downloader and the update check: every way a server can
+// let a client down short of a reset (tests make that one with a raw socket).
 #include "UpdateServer.hpp"
 
 #include <algorithm>
+#include <fstream>
+#include <iterator>
 #include <string>
 
 namespace kfupd {
@@ -24,7 +26,7 @@ char PatternByte(std::size_t offset) { return static_cast<char>('a' + offset % 2
 
 } // namespace
 
-void AddTestRoutes(httplib::Server& server, const StopSignal& stop)
+void AddTestRoutes(httplib::Server& server, const std::filesystem::path& root, const StopSignal& stop)
 {
     // /test/redirect/N?to=PATH: N hops, then PATH (default: the versions file).
     server.Get(R"(/test/redirect/(\d+))", [](const httplib::Request& request, httplib::Response& response) {
@@ -42,7 +44,7 @@ void AddTestRoutes(httplib::Server& server, const StopSignal& stop)
         response.status = std::stoi(request.matches[1]);
         response.set_content("<html>\n<head><title>Error " + std::string(request.matches[1]) +
                                  "</title></head>\n<body>\n<h1>Something went wrong</h1>\n"
-                                 "<p>MESSAGE 01/01/2012 is not a message here.</p>\n</body>\n</html>\n",
+                                 "<p>The page 01/01/2012 (AC170) is not here.</p>\n</body>\n</html>\n",
                              "text/html");
     });
 
@@ -77,8 +79,32 @@ void AddTestRoutes(httplib::Server& server, const StopSignal& stop)
             });
     });
 
-    // /test/hang: reads the request and never answers.
-    server.Get("/test/hang", [&stop](const httplib::Request&, httplib::Response& response) {
+    // /test/slow/PATH?chunk=N&interval_ms=M: the file PATH of the root, N bytes every M ms
+    // (16 and 30), so that a client can be caught in the middle of a download.
+    server.Get(R"(/test/slow/(.+))", [root, &stop](const httplib::Request& request, httplib::Response& response) {
+        std::filesystem::path const relative = std::filesystem::path(std::string(request.matches[1])).lexically_normal();
+        std::ifstream in(root / relative, std::ios::binary);
+        if (relative.empty() || *relative.begin() == ".." || !in) {
+            response.status = 404;
+            return;
+        }
+        auto body = std::make_shared<std::string>(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+        const std::size_t chunk = std::max<std::size_t>(1, ParamOr(request, "chunk", 16));
+        const auto interval = std::chrono::milliseconds(ParamOr(request, "interval_ms", 30));
+        response.set_chunked_content_provider(
+            "text/plain", [&stop, body, chunk, interval](std::size_t offset, httplib::DataSink& sink) {
+                if (offset >= body->size()) {
+                    sink.done();
+                    return true;
+                }
+                if (stop.WaitFor(interval))
+                    return false;
+                return sink.write(body->data() + offset, std::min(chunk, body->size() - offset));
+            });
+    });
+
+    // /test/hang[/...]: reads the request and never answers.
+    server.Get(R"(/test/hang(/.*)?)", [&stop](const httplib::Request&, httplib::Response& response) {
         while (!stop.WaitFor(std::chrono::milliseconds(200))) {
         }
         response.status = 503;

@@ -27,14 +27,14 @@ bool StopSignal::WaitFor(std::chrono::milliseconds for_) const
 
 UpdateServer::UpdateServer(ServerOptions options) : options_(std::move(options))
 {
-    // A stopped test must not wait for idle keep-alive connections for long.
-    server_.set_keep_alive_timeout(1);
+    // One request per connection: a stopping server then never waits for an idle client.
+    server_.set_keep_alive_max_count(1);
     server_.set_pre_routing_handler([this](const httplib::Request& request, httplib::Response&) {
         Record(request);
         return httplib::Server::HandlerResponse::Unhandled;
     });
     if (options_.testRoutes)
-        AddTestRoutes(server_, stop_);
+        AddTestRoutes(server_, options_.root, stop_);
     AddFileRoutes(server_, options_.root);
 }
 
@@ -55,8 +55,13 @@ int UpdateServer::Start()
 {
     if (Bind() < 0)
         return -1;
-    if (!thread_.joinable())
+    if (!thread_.joinable()) {
         thread_ = std::thread([this] { server_.listen_after_bind(); });
+        // A stop before the loop runs would be lost and leave it waiting in accept for good.
+        auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+        while (!server_.is_running() && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
     return port_;
 }
 

@@ -67,6 +67,6 @@ private:
 
 // Route installers (one file each).
 void AddFileRoutes(httplib::Server& server, const std::filesystem::path& root);
-void AddTestRoutes(httplib::Server& server, const StopSignal& stop);
+void AddTestRoutes(httplib::Server& server, const std::filesystem::path& root, const StopSignal& stop);
 
 } // namespace kfupd

@@ -21,7 +21,7 @@ int main(int argc, char** argv)
         ->check(CLI::Range(0, 65535));
     app.add_option("--host", options.host, "Address to listen on");
     app.add_flag("--test-routes", options.testRoutes,
-                 "Add /test/redirect/N, /test/status/N, /test/bytes/N, /test/trickle, /test/hang");
+                 "Add /test/redirect/N, /test/status/N, /test/bytes/N, /test/trickle, /test/slow/PATH, /test/hang");
     CLI11_PARSE(app, argc, argv);
     if (options.root.empty()) {
         std::cerr << "kfupdateserver: --root is required\n";

@@ -1,7 +1,9 @@
-// The example's menu: check now, switch automatic checking, and check by itself on first use.
+// The example's menu: check now, switch automatic checking, tell the release; and a check of
+// its own accord on first use.
 #include "UpdateExample.hpp"
 
 #include "KF/KF_AddonUpdate.hpp"
+#include "KF/KF_Dialog.hpp"
 #include "KF/KF_Language.hpp"
 
 namespace {
@@ -27,6 +29,9 @@ GSErrCode UpdateExample_MenuHandler(const API_MenuParams* params)
         break;
     case kUpdateExample_AutoCheckItem:
         KF_AddonUpdate_SwitchAutoUpdateValue(kUpdateExample_FirstMenuID, kUpdateExample_AutoCheckItem);
+        break;
+    case kUpdateExample_AboutItem:
+        KF_Dialog::ShowAlert(-1, KF_String(""), versionLine, libraryName);
         break;
     default:
         break;

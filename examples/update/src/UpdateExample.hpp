@@ -9,6 +9,7 @@ constexpr short kUpdateExample_FirstMenuID = 32600;
 constexpr short kUpdateExample_RegisteredMenuID = 32601;
 constexpr short kUpdateExample_CheckNowItem = 1;
 constexpr short kUpdateExample_AutoCheckItem = 2;
+constexpr short kUpdateExample_AboutItem = 3;
 
 // This release as the versions file would list it, and the library that comes with it.
 extern const char kUpdateExample_VersionLine[];

@@ -10,13 +10,13 @@
 
 namespace kfhost {
 
-enum class FileOp { Any, Create, Open, Read, Write, Close, Seek, Length, Delete, Enumerate, Type, Folder };
+enum class FileOp { Any, Create, Open, Read, Write, Close, Seek, Length, Delete, Enumerate, Type, Folder, Move };
 std::optional<FileOp> FileOpFromName(std::string_view name);
 std::string_view FileOpName(FileOp op);
 
 class FileFaults {
 public:
-    // The next `count` operations op on a path matching pattern (a glob where * also crosses "/")
+    // The next `count` operations op on a path (for Move: the target) matching pattern (a glob where * also crosses "/")
     // fail with code; count < 0 means every such operation from now on.
     void Fail(FileOp op, std::string pattern, std::int32_t code, int count = 1);
     void Clear() { rules_.clear(); }

@@ -33,7 +33,7 @@ public:
 
     // Runs one line; false when there is none left.
     bool Step();
-    // Runs every pending line; answers whether every expectation so far held.
+    // Runs every pending line; answers whether nothing failed meanwhile.
     bool RunAll();
 
     bool Ok() const { return failures_.empty(); }

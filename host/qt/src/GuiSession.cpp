@@ -58,6 +58,21 @@ private:
     std::string pending_;
 };
 
+// The offscreen platform warns of every window it cannot raise or resize, and Qt of a missing
+// runtime folder it does not need: noise in a transcript, not faults.
+QtMessageHandler sNextHandler = nullptr;
+
+void QuietHandler(QtMsgType type, const QMessageLogContext& context, const QString& message)
+{
+    if (type == QtWarningMsg && (message.startsWith(QLatin1String("This plugin does not support")) ||
+                                 message.startsWith(QLatin1String("QStandardPaths: XDG_RUNTIME_DIR"))))
+        return;
+    if (sNextHandler)
+        sNextHandler(type, context, message);
+    else
+        std::cerr << qPrintable(qFormatLogMessage(type, context, message)) << '\n';
+}
+
 bool Set(const char* name)
 {
     const char* value = std::getenv(name);
@@ -102,6 +117,11 @@ struct GuiSession::Impl {
 GuiSession::GuiSession(Host& host, GuiOptions options) : impl_(std::make_unique<Impl>(host, std::move(options)))
 {
     Impl& s = *impl_;
+    static const bool quiet = [] {
+        sNextHandler = qInstallMessageHandler(QuietHandler);
+        return true;
+    }();
+    (void)quiet;
     if (!QApplication::instance()) {
         // Qt reads its own options from the arguments; kfhost's are not for it.
         static int argc = 1;

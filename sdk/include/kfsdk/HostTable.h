@@ -253,6 +253,10 @@ typedef struct KF_HostTable {
 
     /* optional services by name; null when this host has none */
     void* (*GetService)(KF_HostContext*, const char* name);
+
+    /* renames source over target in one step (replacing target atomically) */
+    KF_Err (*MoveOver)(KF_HostContext*, const KF_UChar* source, int32_t sourceLength, const KF_UChar* target,
+                       int32_t targetLength);
 } KF_HostTable;
 
 /* The symbols a bundle exports (everything else is hidden). */

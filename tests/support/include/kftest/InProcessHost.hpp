@@ -69,7 +69,7 @@ public:
                          void* params = nullptr, char* resultData = nullptr, bool silent = false);
     // Lines that modal dialogs (and alerts, system dialogs) consume when they come up.
     void Queue(std::string_view lines);
-    // Runs lines now, as kfhost --script does; answers whether every expectation held.
+    // Runs lines now, as kfhost --script does; answers whether none of them failed.
     bool Run(std::string_view lines);
     std::size_t PendingLines() const;
     bool ScriptOk() const;

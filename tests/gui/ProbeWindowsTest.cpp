@@ -1,0 +1,275 @@
+// The host's probe add-on in real windows: its menu in the menu bar, its modal dialog (list with tab
+// fields and icons, live hide/show and enable/disable, a nested modal dialog, the close box), its
+// modeless window, alerts, system dialogs and a timer on Qt's loop, all worked by mouse clicks.
+#include "Driver.hpp"
+#include "TempFolder.hpp"
+
+#include "kfhost/qt/Gui.hpp"
+#include "kfhost/qt/MainWindow.hpp"
+#include "kfhost/qt/QtRunLoop.hpp"
+#include "kfhost/qt/ScriptPlayer.hpp"
+
+#include <QAction>
+#include <QApplication>
+#include <QCheckBox>
+#include <QFileDialog>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMessageBox>
+#include <QPlainTextEdit>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+namespace {
+
+using kfgui::Do;
+using kfgui::Logged;
+
+kfhost::HostConfig Config(const std::filesystem::path& folder)
+{
+    kfhost::HostConfig config;
+    config.frameworkFolder = folder;
+    return config;
+}
+
+class ProbeWindows : public ::testing::Test {
+protected:
+    ProbeWindows() : host(Config(temp.Path())), session(host, kfhost::qt::GuiOptions{{}, true, false})
+    {
+        loaded = host.LoadBundle(KF_GUI_PROBE_BUNDLE);
+        session.ShowMainWindow();
+    }
+
+    void SetUp() override { ASSERT_TRUE(loaded.Loaded()) << loaded.reason; }
+
+    QAction* MenuItem(int index)
+    {
+        QMenu* menu = session.Window().Menu(32500);
+        if (!menu || index < 1 || index > menu->actions().size())
+            return nullptr;
+        return menu->actions()[index - 1];
+    }
+
+    std::function<void()> Choose(int index)
+    {
+        return [this, index] {
+            QAction* action = MenuItem(index);
+            ASSERT_NE(action, nullptr);
+            action->trigger();
+        };
+    }
+
+    kfgui::TempFolder temp;
+    kfhost::Host host;
+    kfhost::qt::GuiSession session;
+    kfgui::Driver drive{host, session.Backend()};
+    kfhost::LoadResult loaded;
+};
+
+TEST_F(ProbeWindows, MenuBarShowsTheRegisteredMenuWithItemFlags)
+{
+    QMenu* menu = session.Window().Menu(32500);
+    ASSERT_NE(menu, nullptr);
+    EXPECT_EQ(menu->title(), "Probe");
+    ASSERT_EQ(menu->actions().size(), 11);
+    EXPECT_EQ(menu->actions()[0]->text(), "Modal dialog");
+    EXPECT_TRUE(menu->actions()[0]->isEnabled());
+    EXPECT_FALSE(menu->actions()[10]->isEnabled()) << "declared disabled";
+    EXPECT_EQ(session.Window().Menu(32501), nullptr) << "a handler alone is no menu";
+
+    // Flags the add-on sets later show the next time the menu opens.
+    host.FindMenu(32500)->items[1].flags = 2;
+    host.FindMenu(32500)->items[0].flags = 1;
+    emit menu->aboutToShow();
+    EXPECT_TRUE(menu->actions()[1]->isCheckable());
+    EXPECT_TRUE(menu->actions()[1]->isChecked());
+    EXPECT_FALSE(menu->actions()[0]->isEnabled());
+
+    EXPECT_TRUE(session.Window().LogView().toPlainText().contains("loaded \"Probe A\""));
+}
+
+TEST_F(ProbeWindows, ModalDialogIsWorkedThroughItsWidgets)
+{
+    drive.Run(Choose(1), {
+        drive.Shows(32600),
+        Do([&] {
+            kfhost::qt::DialogWindow* top = drive.Top();
+            ASSERT_NE(top, nullptr);
+            EXPECT_EQ(top->ResID(), 32600);
+            EXPECT_EQ(top->windowTitle(), "Probe dialog") << "the title the add-on set";
+            EXPECT_EQ(top->size(), QSize(300, 200));
+            EXPECT_EQ(top->windowModality(), Qt::ApplicationModal);
+            EXPECT_TRUE(top->isVisible());
+            kfhost::qt::RowList* list = drive.List(3);
+            ASSERT_NE(list, nullptr);
+            ASSERT_EQ(list->count(), 3);
+            EXPECT_EQ(list->RowTexts(1), (QStringList{"", "Beta", "tab"}));
+            ASSERT_EQ(list->Tabs().size(), 2u);
+            EXPECT_EQ(list->Tabs()[1].begPos, 150);
+            for (int row = 0; row < 3; ++row)
+                EXPECT_FALSE(list->item(row)->data(Qt::DecorationRole).value<QPixmap>().isNull()) << row;
+            EXPECT_EQ(list->SelectedRow(), 1);
+            EXPECT_EQ(drive.Text(4), "Alpha");
+            EXPECT_FALSE(drive.Item(5)->isVisible()) << "declared hidden";
+            drive.SelectRow(3, 2);
+        }),
+        Do([&] {
+            EXPECT_EQ(drive.Text(4), "Beta") << "the change message reached the add-on";
+            EXPECT_EQ(host.Dialogs().Current()->Item(3)->FirstSelected(), 2);
+            drive.SelectRow(3, 3);
+        }),
+        Do([&] {
+            EXPECT_FALSE(drive.Item(1)->isEnabled()) << "disabled live on the third row";
+            drive.Click(1); // a click on a disabled button does nothing
+            drive.Click(6);
+        }),
+        Do([&] {
+            ASSERT_NE(drive.Top(), nullptr);
+            EXPECT_EQ(drive.Top()->ResID(), 32600);
+            EXPECT_TRUE(drive.Item(5)->isVisible()) << "shown live by the check box";
+            EXPECT_TRUE(qobject_cast<QCheckBox*>(drive.Item(6))->isChecked());
+            drive.Click(7); // blocks in the nested dialog; the next steps run inside it
+        }),
+        drive.Shows(32602),
+        Do([&] {
+            ASSERT_NE(drive.Top(), nullptr);
+            EXPECT_EQ(drive.Top()->ResID(), 32602);
+            EXPECT_EQ(drive.Top()->windowTitle(), "Nested");
+            drive.Top()->close(); // the window's close box
+        }),
+        drive.Shows(32600),
+        Do([&] {
+            ASSERT_NE(drive.Top(), nullptr);
+            EXPECT_EQ(drive.Top()->ResID(), 32600);
+            drive.SelectRow(3, 1);
+        }),
+        Do([&] { drive.Click(1); }),
+    });
+    EXPECT_EQ(host.Dialogs().ModalDepth(), 0);
+    EXPECT_TRUE(session.Backend().Windows().empty());
+    EXPECT_TRUE(Logged(host, "closed 32602 with 1")) << "the close box closes with the cancel item";
+    EXPECT_TRUE(Logged(host, "closed 32600 with 1"));
+    EXPECT_FALSE(Logged(host, "closed 32600 with 2"));
+}
+
+TEST_F(ProbeWindows, EscapeIsTheCloseBox)
+{
+    drive.Run(Choose(1), {drive.Shows(32600), Do([&] { QTest::keyClick(drive.Top(), Qt::Key_Escape); })});
+    EXPECT_TRUE(Logged(host, "closed 32600 with 2"));
+}
+
+TEST_F(ProbeWindows, ModelessWindowStandsBesideTheMainWindow)
+{
+    drive.Run(Choose(2), {
+        [&] { return drive.WindowOf(32601) != nullptr; },
+        Do([&] {
+            kfhost::qt::DialogWindow* window = drive.WindowOf(32601);
+            EXPECT_EQ(window->windowModality(), Qt::NonModal);
+            EXPECT_TRUE(window->isVisible());
+            EXPECT_GE(window->x(), session.Window().frameGeometry().right()) << "beside, not over, the work";
+            EXPECT_EQ(host.modelessWindows.size(), 1u);
+            EXPECT_TRUE(session.Window().StatusLabel().text().contains("1 dialog open"));
+            QTest::mouseClick(window->ItemWidget(1), Qt::LeftButton);
+        }),
+        Do([&] {
+            EXPECT_EQ(drive.WindowOf(32601), nullptr);
+            EXPECT_TRUE(host.modelessWindows.empty()) << "unregistered on close";
+        }),
+        // Again, closed by its close box: no cancel item, so the item is -1 and the add-on answers 1.
+        Do([&] { MenuItem(2)->trigger(); }),
+        [&] { return drive.WindowOf(32601) != nullptr; },
+        Do([&] { drive.WindowOf(32601)->close(); }),
+    });
+    EXPECT_TRUE(Logged(host, "closed 32601 with 1"));
+    EXPECT_TRUE(Logged(host, "closed 32601 with -1 result 1"));
+    EXPECT_EQ(drive.WindowOf(32601), nullptr);
+}
+
+TEST_F(ProbeWindows, TimerRunsOnQtsLoopAndItsAlertIsAMessageBox)
+{
+    drive.Run(Choose(6), {
+        Do([&] {
+            auto* loop = dynamic_cast<kfhost::qt::QtRunLoop*>(&host.Loop());
+            ASSERT_NE(loop, nullptr);
+            EXPECT_EQ(loop->TimerCount(), 1u);
+        }),
+        [&] { return qobject_cast<QMessageBox*>(QApplication::activeModalWidget()) != nullptr; },
+        Do([&] {
+            auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+            EXPECT_EQ(box->text(), "timer fired");
+            QAbstractButton* ok = kfgui::Driver::ModalButton("OK");
+            ASSERT_NE(ok, nullptr) << "the button text the add-on gave";
+            QTest::mouseClick(ok, Qt::LeftButton);
+        }),
+    });
+    EXPECT_TRUE(Logged(host, "alert \"\" \"timer fired\" \"\" buttons \"OK\""));
+}
+
+TEST_F(ProbeWindows, FileAndFolderDialogsAreQtFileDialogs)
+{
+    const auto file = temp.Path() / "notes.txt";
+    std::ofstream(file) << "x";
+    const QString path = QString::fromStdString(file.string());
+    drive.Run(Choose(5), {
+        [&] { return qobject_cast<QFileDialog*>(QApplication::activeModalWidget()) != nullptr; },
+        Do([&] {
+            auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+            EXPECT_EQ(dialog->windowTitle(), "Pick a file");
+            EXPECT_EQ(dialog->nameFilters(), QStringList{"Text file (*.txt)"}) << "from the registered file type";
+            dialog->selectFile(path);
+            static_cast<QDialog*>(dialog)->accept();
+        }),
+        [&] { return kfgui::Driver::ModalButton("OK") != nullptr; },
+        Do([&] { QTest::mouseClick(kfgui::Driver::ModalButton("OK"), Qt::LeftButton); }),
+        Do([&] { MenuItem(4)->trigger(); }),
+        [&] { return qobject_cast<QFileDialog*>(QApplication::activeModalWidget()) != nullptr; },
+        Do([&] {
+            auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+            EXPECT_EQ(dialog->windowTitle(), "Pick a folder");
+            EXPECT_EQ(dialog->fileMode(), QFileDialog::Directory);
+            static_cast<QDialog*>(dialog)->reject();
+        }),
+        [&] { return kfgui::Driver::ModalButton("OK") != nullptr; },
+        Do([&] { QTest::mouseClick(kfgui::Driver::ModalButton("OK"), Qt::LeftButton); }),
+    });
+    EXPECT_TRUE(Logged(host, "file dialog \"Pick a file\" -> \"" + file.string() + "\""));
+    EXPECT_TRUE(Logged(host, "alert \"\" \"file: " + file.string() + "\" \"\" buttons \"OK\""));
+    EXPECT_TRUE(Logged(host, "folder dialog \"Pick a folder\" -> cancel"));
+    EXPECT_TRUE(Logged(host, "alert \"\" \"cancelled\" \"\" buttons \"OK\""));
+}
+
+TEST_F(ProbeWindows, ScriptClicksGoToTheWidgetsAndRefusalsAreTheHeadlessOnes)
+{
+    const bool ok = session.Run("menu 32500 1\n"
+                                "select 3 3\n"
+                                "expect disabled 1\n"
+                                "click 1\n"
+                                "click 2\n",
+                                "gui.kfs");
+    EXPECT_FALSE(ok);
+    ASSERT_EQ(host.Script().Failures().size(), 1u);
+    EXPECT_EQ(host.Script().Failures()[0], "gui.kfs:4: click 1: item 1 is disabled");
+    EXPECT_TRUE(Logged(host, "> select 3 3"));
+    EXPECT_TRUE(Logged(host, "closed 32600 with 2"));
+}
+
+TEST_F(ProbeWindows, WindowThatDiffersFromTheModelIsCaught)
+{
+    drive.Run(Choose(1), {drive.Shows(32600), Do([&] {
+        kfhost::qt::DialogWindow* top = drive.Top();
+        const kfhost::Dialog& dialog = *host.Dialogs().Current();
+        EXPECT_EQ(top->Disagreement(dialog), "");
+        qobject_cast<QLabel*>(top->ItemWidget(4))->setText("Other");
+        EXPECT_EQ(top->Disagreement(dialog), "dialog 32600 item 4 shows \"Other\"");
+        top->ItemWidget(5)->show();
+        EXPECT_EQ(top->Disagreement(dialog), "dialog 32600 item 5 is visible");
+        top->Sync(dialog);
+        EXPECT_EQ(top->Disagreement(dialog), "");
+        drive.Click(2);
+    })});
+}
+
+} // namespace

@@ -1,0 +1,153 @@
+// The link to the host: the table's version check, calls before the table, the run loop and the
+// operating-system services.
+#include "ACAPI.hpp"
+#include "DG.hpp"
+#include "KFHostServices.hpp"
+#include "MainLoop.hpp"
+#include "kftest/InProcessHost.hpp"
+
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <thread>
+
+namespace {
+
+TEST(HostLink, RefusesATableOfAnotherVersionOrTooSmall)
+{
+    kftest::InProcessHost host;
+    kfhost::AddOn& addOn = host.Host().Attach({}, host.BundlePath());
+    KF_HostTable table = addOn.table;
+    table.version = KF_HOST_TABLE_VERSION + 1;
+    EXPECT_EQ(kfsdk::InstallHostTable(&table), KF_APIERR_BADTABLEVERSION);
+    table.version = KF_HOST_TABLE_VERSION;
+    table.size = sizeof(KF_HostTable) - sizeof(void*);
+    EXPECT_EQ(kfsdk::InstallHostTable(&table), KF_APIERR_BADTABLEVERSION);
+    EXPECT_EQ(kfsdk::CurrentHostTable(), nullptr);
+    table.size = sizeof(KF_HostTable) + 64; // a newer host with more entries is fine
+    EXPECT_EQ(kfsdk::InstallHostTable(&table), KF_NOERROR);
+    EXPECT_NE(kfsdk::CurrentHostTable(), nullptr);
+    kfsdk::InstallHostTable(nullptr);
+}
+
+TEST(HostLink, CallsBeforeTheTableAnswerNeutrally)
+{
+    ASSERT_EQ(kfsdk::CurrentHostTable(), nullptr);
+    IO::File file(IO::Location(GS::UniString::FromUTF8("/tmp/x")), IO::File::Create);
+    EXPECT_EQ(file.GetStatus(), APIERR_GENERAL);
+    IO::Location location;
+    EXPECT_EQ(IO::FileSystem::GetSpecialLocation(13, &location), APIERR_GENERAL);
+    API_ServerApplicationInfo info;
+    EXPECT_EQ(ACAPI_GetReleaseNumber(&info), APIERR_GENERAL);
+    EXPECT_EQ(ACAPI_Environment(APIEnv_ProjectID, nullptr), APIERR_BADPARS);
+    API_RenderingSets sets;
+    EXPECT_EQ(ACAPI_Environment(APIEnv_GetRenderingSetsID, &sets), APIERR_GENERAL);
+    EXPECT_EQ(DGModalDialog(1, 32500, 1, nullptr, 0), 0);
+    EXPECT_EQ(MainLoop::AddTimer(1, [](MainLoop::TimerID, void*) {}, nullptr), 0);
+    EXPECT_EQ(KFHost::GetSetting("update-server"), nullptr);
+    EXPECT_FALSE(DG::FolderDialog().Invoke());
+}
+
+TEST(HostLink, UnknownServicesAreRefusedAndTheBuiltInLibraryIsRecorded)
+{
+    kftest::InProcessHost host;
+    host.Attach();
+    API_RenderingSets sets;
+    EXPECT_EQ(ACAPI_Environment(GS::FourCC("XXXX"), &sets), APIERR_NOTSUPPORTED);
+    EXPECT_EQ(ACAPI_Interface(GS::FourCC("XXXX"), &sets), APIERR_NOTSUPPORTED);
+    EXPECT_EQ(ACAPI_Register_BuiltInLibrary(), NoError);
+    EXPECT_EQ(host.Host().builtInLibraries.size(), 1u);
+}
+
+void Count(MainLoop::TimerID, void* userData) { ++*static_cast<int*>(userData); }
+
+TEST(HostLink, TimersAndWatchesRunOnTheHostsLoop)
+{
+    kftest::InProcessHost host;
+    host.Attach();
+    int fired = 0;
+    const double before = MainLoop::Now();
+    MainLoop::AddTimer(0.02, Count, &fired);
+    const MainLoop::TimerID removed = MainLoop::AddTimer(0.01, Count, &fired);
+    MainLoop::RemoveTimer(removed);
+    host.RunLoop(2);
+    EXPECT_EQ(fired, 1);
+    EXPECT_GE(MainLoop::Now() - before, 0.02);
+
+    int fds[2];
+    ASSERT_EQ(::pipe(fds), 0);
+    struct Seen {
+        int fd = -1;
+        UInt32 events = 0;
+    } seen;
+    const MainLoop::WatchID watch = MainLoop::AddWatch(
+        fds[0], MainLoop::Readable,
+        [](MainLoop::WatchID id, int fd, UInt32 events, void* data) {
+            *static_cast<Seen*>(data) = Seen{fd, events};
+            MainLoop::RemoveWatch(id);
+        },
+        &seen);
+    EXPECT_NE(watch, 0);
+    ASSERT_EQ(::write(fds[1], "x", 1), 1);
+    host.RunLoop(2);
+    EXPECT_EQ(seen.fd, fds[0]);
+    EXPECT_EQ(seen.events, UInt32(MainLoop::Readable));
+    EXPECT_FALSE(host.Host().Loop().HasPending());
+    ::close(fds[0]);
+    ::close(fds[1]);
+}
+
+TEST(HostLink, TimersOfAnUnloadedAddOnNeverFire)
+{
+    kftest::InProcessHost host;
+    host.Attach();
+    int fired = 0;
+    MainLoop::AddTimer(0, Count, &fired);
+    host.Unload();
+    host.RunLoop(0.1);
+    EXPECT_EQ(fired, 0);
+}
+
+TEST(HostLink, LaunchesAreRecordedAndRunOnlyWhenAsked)
+{
+    kftest::TempFolder temp;
+    const std::string marker = (temp.Path() / "it ran; echo no").string();
+    const char* argv[] = {"touch", marker.c_str(), nullptr};
+    {
+        kftest::InProcessHost host;
+        host.Attach();
+        EXPECT_EQ(KFHost::SpawnDetached(argv), NoError);
+        ASSERT_EQ(host.Launched().size(), 1u);
+        EXPECT_EQ(host.Launched()[0], (std::vector<std::string>{"touch", marker}));
+        EXPECT_FALSE(std::filesystem::exists(marker));
+    }
+    kfhost::HostConfig config;
+    config.launch = true;
+    kftest::InProcessHost host(config);
+    host.Attach();
+    EXPECT_EQ(KFHost::SpawnDetached(argv), NoError);
+    for (int i = 0; i < 200 && !std::filesystem::exists(marker); ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_TRUE(std::filesystem::exists(marker)) << "started with the argument vector, not through a shell";
+    const char* missing[] = {"/nonexistent/program", nullptr};
+    EXPECT_NE(KFHost::SpawnDetached(missing), NoError);
+}
+
+TEST(HostLink, SettingsComeFromTheHostsConfiguration)
+{
+    kfhost::HostConfig config;
+    config.updateServer = "127.0.0.1:8080";
+    config.settings["download-limit"] = "5";
+    kftest::InProcessHost host(config);
+    host.Attach();
+    ASSERT_NE(KFHost::GetSetting("update-server"), nullptr);
+    EXPECT_STREQ(KFHost::GetSetting("update-server"), "127.0.0.1:8080");
+    EXPECT_STREQ(KFHost::GetSetting("download-limit"), "5");
+    EXPECT_EQ(KFHost::GetSetting("nothing"), nullptr);
+    API_ServerApplicationInfo info;
+    ASSERT_EQ(ACAPI_GetReleaseNumber(&info), NoError);
+    EXPECT_EQ(info.mainVersion, 17);
+}
+
+} // namespace

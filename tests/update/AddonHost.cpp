@@ -1,0 +1,180 @@
+#include "AddonHost.hpp"
+
+#include <chrono>
+#include <fstream>
+#include <sstream>
+
+namespace kfupdate_test {
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string Swap(std::string bytes)
+{
+    for (char& c : bytes) {
+        auto const u = static_cast<unsigned char>(c);
+        c = static_cast<char>(((u & 0x0F) << 4) | (u >> 4));
+    }
+    return bytes;
+}
+
+} // namespace
+
+void WriteSettingsFile(fs::path const& file, std::map<std::string, std::string> const& entries)
+{
+    std::string plain;
+    for (auto const& [name, value] : entries)
+        plain += "$" + name + ": " + value + "\n";
+    kftest::WriteFile(file, Swap(plain));
+}
+
+std::map<std::string, std::string> ReadSettingsFile(fs::path const& file)
+{
+    std::map<std::string, std::string> entries;
+    std::istringstream lines(Swap(kftest::ReadFile(file)));
+    std::string line;
+    while (std::getline(lines, line)) {
+        std::size_t const colon = line.find(": ");
+        if (line.size() > 1 && line[0] == '$' && colon != std::string::npos)
+            entries[line.substr(1, colon - 1)] = line.substr(colon + 2);
+    }
+    return entries;
+}
+
+std::string ToUtf8(std::u16string const& text)
+{
+    std::string out;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        char32_t c = text[i];
+        if (c >= 0xD800 && c < 0xDC00 && i + 1 < text.size())
+            c = 0x10000 + ((c - 0xD800) << 10) + (text[++i] - 0xDC00);
+        if (c < 0x80) {
+            out += static_cast<char>(c);
+        } else if (c < 0x800) {
+            out += static_cast<char>(0xC0 | (c >> 6));
+            out += static_cast<char>(0x80 | (c & 0x3F));
+        } else if (c < 0x10000) {
+            out += static_cast<char>(0xE0 | (c >> 12));
+            out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+            out += static_cast<char>(0x80 | (c & 0x3F));
+        } else {
+            out += static_cast<char>(0xF0 | (c >> 18));
+            out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
+            out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+            out += static_cast<char>(0x80 | (c & 0x3F));
+        }
+    }
+    return out;
+}
+
+AddonHost::AddonHost() : resources_(kfhost::LoadResourceFolder(KF_UPDATE_EXAMPLE_RESOURCES))
+{
+    kfupd::ServerOptions options;
+    options.root = served_.Path();
+    options.testRoutes = true;
+    server_ = std::make_unique<kfupd::UpdateServer>(options);
+    if (server_->Start() < 0)
+        throw std::runtime_error("the loopback server did not start");
+}
+
+AddonHost::~AddonHost()
+{
+    server_->Stop();
+    if (host_)
+        host_->RunLoop(2.0);
+    host_.reset();
+}
+
+void AddonHost::Load(std::string const& updateServer)
+{
+    kfhost::HostConfig config;
+    config.updateServer = updateServer.empty() ? server_->BaseUrl() : updateServer;
+    config.settings["download-limit"] = "1";
+    // Settings written before the load sit in the folder the host will use.
+    config.frameworkFolder = framework_.Path();
+    host_ = std::make_unique<kftest::InProcessHost>(config);
+    kfhost::LoadResult const loaded = host_->Host().LoadBundle(KF_UPDATE_EXAMPLE_BUNDLE);
+    ASSERT_TRUE(loaded.Loaded()) << loaded.reason;
+}
+
+void AddonHost::ServeVersions(std::string const& text)
+{
+    kftest::WriteFile(served_.Path() / "update_plugins" / "versions16.txt", text);
+}
+
+void AddonHost::WriteOwnSettings(std::map<std::string, std::string> const& entries)
+{
+    WriteSettingsFile(framework_.Path() / "Orvella Beam Tools_10.cfg", entries);
+}
+
+std::map<std::string, std::string> AddonHost::OwnSettings() const
+{
+    return ReadSettingsFile(framework_.Path() / "Orvella Beam Tools_10.cfg");
+}
+
+void AddonHost::WriteSharedSettings(std::map<std::string, std::string> const& entries)
+{
+    WriteSettingsFile(framework_.Path() / "Quadrelle.cfg", entries);
+}
+
+fs::path AddonHost::VersionsCopy() const { return framework_.Path() / "__updcf__.tmp"; }
+
+bool AddonHost::MenuChecked(short item)
+{
+    kfhost::RegisteredMenu const* menu = host_->Host().FindMenu(kMenu);
+    return menu != nullptr && static_cast<std::size_t>(item) <= menu->items.size() &&
+           (menu->items[static_cast<std::size_t>(item - 1)].flags & 2u) != 0;
+}
+
+bool AddonHost::RunUntil(std::function<bool()> const& pred, double seconds)
+{
+    auto const until = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+    while (!pred()) {
+        if (std::chrono::steady_clock::now() >= until)
+            return false;
+        host_->RunLoop(0.02);
+    }
+    return true;
+}
+
+kfhost::Dialog* AddonHost::OpenResults()
+{
+    for (kfhost::Dialog* dialog : host_->Host().Dialogs().OpenDialogs())
+        if (dialog->resID == 32755)
+            return dialog;
+    return nullptr;
+}
+
+kfhost::Dialog* AddonHost::ShownResults()
+{
+    kfhost::Dialog* dialog = OpenResults();
+    return dialog != nullptr && dialog->visible ? dialog : nullptr;
+}
+
+std::string AddonHost::Text(int index, int language) const
+{
+    std::u16string const* text = resources_.String(static_cast<std::int16_t>(32710 + language),
+                                                   static_cast<std::int16_t>(index));
+    return text != nullptr ? ToUtf8(*text) : std::string("<missing>");
+}
+
+std::string AddonHost::ItemText(kfhost::Dialog const& dialog, short item) const
+{
+    kfhost::DialogItem const* it = dialog.Item(item);
+    return it != nullptr ? ToUtf8(it->text) : std::string("<no item>");
+}
+
+bool AddonHost::AlertShown(std::string const& text)
+{
+    std::string escaped;
+    for (char c : text) {
+        if (c == '"' || c == '\\')
+            escaped += '\\';
+        escaped += c;
+    }
+    return host_->Run("expect alert \"" + escaped + "\"");
+}
+
+bool AddonHost::NoAlert() { return host_->Run("expect no-alert"); }
+
+} // namespace kfupdate_test

@@ -1,0 +1,69 @@
+// The example add-on in an in-process host, its update server on loopback, and the files it keeps
+// in the framework folder.
+#pragma once
+
+#include "UpdateServer.hpp"
+#include "kftest/InProcessHost.hpp"
+
+#include <gtest/gtest.h>
+
+#include <ctime>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+
+namespace kfupdate_test {
+
+// Settings files are name-value lines with the halves of every byte swapped.
+void WriteSettingsFile(std::filesystem::path const& file, std::map<std::string, std::string> const& entries);
+std::map<std::string, std::string> ReadSettingsFile(std::filesystem::path const& file);
+
+std::string ToUtf8(std::u16string const& text);
+
+class AddonHost : public ::testing::Test {
+protected:
+    static constexpr short kMenu = 32601;
+    static constexpr short kCheckNow = 1;
+    static constexpr short kAutoCheck = 2;
+    static constexpr short kAbout = 3;
+
+    AddonHost();
+    ~AddonHost() override;
+
+    // Loads the example bundle; updateServer empty: the loopback server.
+    void Load(std::string const& updateServer = {});
+    void ServeVersions(std::string const& text);
+    void WriteOwnSettings(std::map<std::string, std::string> const& entries);
+    std::map<std::string, std::string> OwnSettings() const;
+    void WriteSharedSettings(std::map<std::string, std::string> const& entries);
+    std::filesystem::path VersionsCopy() const;
+
+    std::int32_t Menu(short item) { return host_->Host().MenuCommand(kMenu, item); }
+    bool MenuChecked(short item);
+    bool RunUntil(std::function<bool()> const& pred, double seconds = 5.0);
+    // The results dialog when it is open and shown.
+    kfhost::Dialog* ShownResults();
+    // The results dialog while open, shown or not.
+    kfhost::Dialog* OpenResults();
+    // String index of the example's framework strings in a language (1: international).
+    std::string Text(int index, int language = 1) const;
+    std::string ItemText(kfhost::Dialog const& dialog, short item) const;
+    bool AlertShown(std::string const& text);
+    bool NoAlert();
+
+    static std::string LastCheckKey() { return "LastUpdateCheck_170"; }
+    static std::string DaysAgo(double days)
+    {
+        return std::to_string(static_cast<long>(std::time(nullptr)) - static_cast<long>(days * 86400.0));
+    }
+
+    kftest::TempFolder served_;
+    kftest::TempFolder framework_;
+    std::unique_ptr<kfupd::UpdateServer> server_;
+    std::unique_ptr<kftest::InProcessHost> host_;
+    kfhost::ResourceModule resources_;
+};
+
+} // namespace kfupdate_test
