@@ -101,6 +101,7 @@ else
   script="$DEMO/first-run.kfs"
   say "no display: playing ${script#"$ROOT/"} (first run: no language stored yet)"
 fi
+say "the language list shows flags, rows 1 to 7: Italian, English, French, German, Spanish, Japanese, Russian"
 set +e
 "$HOST" "${common[@]}" --script "$script"
 status=$?

@@ -36,7 +36,7 @@ const Libraries& LibrariesOf(int parts, int partsPerLibrary)
                 fs::create_directories(slot->folders.back());
             }
             std::string const name = "Part " + std::to_string(i);
-            kftest::WriteFile(slot->folders.back() / (name + ".gsm"), "type Object\n");
+            kftest::WriteFile(slot->folders.back() / (name + ".part"), "type Object\n");
             slot->names.push_back(name);
         }
     }

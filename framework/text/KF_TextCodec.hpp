@@ -46,6 +46,8 @@ struct SingleByteTable {
     std::uint16_t const* fromUnit[256]; // per high byte of a BMP unit: the byte, 0xFFFF unmapped
     std::uint8_t fixFirst;              // the bytes that do not decode to their own value lie in
     std::uint8_t fixLast;               // fixFirst..fixLast (fixFirst > fixLast: there are none)
+    std::uint32_t const* pairs;         // when every byte is a character and some are not their own
+                                        // unit: the two units of each byte pair (indexed little-endian)
     bool allValid;                      // every byte is a character
     bool usable;                        // false when the encoding does not fit this scheme
 };

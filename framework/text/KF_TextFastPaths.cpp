@@ -584,6 +584,13 @@ SingleByteTable* BuildTable(Codec codec)
     }
     table->fixFirst = std::uint8_t(fixFirst > 255 ? 255 : fixFirst);
     table->fixLast = std::uint8_t(fixLast < 0 ? 0 : fixLast);
+    if (table->allValid && fixFirst <= fixLast) {
+        auto* pairs = new std::uint32_t[65536];
+        for (std::uint32_t p = 0; p < 65536; ++p) {
+            pairs[p] = table->toUnit[p & 0xFF] | (table->toUnit[p >> 8] << 16);
+        }
+        table->pairs = pairs;
+    }
     // The converter's own answer for every unit that some byte decodes to; every other unit is
     // assumed unmappable (the tests check the whole BMP against the converter).
     std::string bytes;
@@ -654,17 +661,26 @@ long SingleByteToUtf16(SingleByteTable const& table, std::uint8_t const* src, st
     std::uint32_t seen = 0;  // collects kNoCharacter
     std::size_t i = 0;
 #if KF_TEXT_SSE2
-    // Every byte is first widened as if it were its own unit; the few that are not are then
-    // looked up one by one.
     __m128i const zero = _mm_setzero_si128();
     __m128i const first = _mm_set1_epi8(char(table.fixFirst));
     __m128i const span = _mm_set1_epi8(char(table.fixLast - table.fixFirst));
     bool const anyFix = table.fixFirst <= table.fixLast;
     for (; n - i >= 16; i += 16) {
         __m128i const v = _mm_loadu_si128(reinterpret_cast<__m128i const*>(src + i));
+        if (table.pairs != nullptr && _mm_movemask_epi8(v) != 0) {
+            // Two bytes per look-up, a fixed eight look-ups per block: no branch on the data.
+            auto pair = [&](std::size_t k) { return int(table.pairs[src[k] | (src[k + 1] << 8)]); };
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 2 * i),
+                             _mm_setr_epi32(pair(i), pair(i + 2), pair(i + 4), pair(i + 6)));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 2 * i + 16),
+                             _mm_setr_epi32(pair(i + 8), pair(i + 10), pair(i + 12), pair(i + 14)));
+            continue;
+        }
+        // Every byte is widened as if it were its own unit; the few that are not (only when there
+        // is no pair table) are then looked up one by one.
         _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 2 * i), _mm_unpacklo_epi8(v, zero));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 2 * i + 16), _mm_unpackhi_epi8(v, zero));
-        if (!anyFix) {
+        if (!anyFix || table.pairs != nullptr) {
             continue;
         }
         __m128i const offset = _mm_sub_epi8(v, first);

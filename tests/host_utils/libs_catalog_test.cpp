@@ -28,18 +28,18 @@ protected:
 
 TEST_F(CatalogTest, OnlyFilesThatDeclareAKnownTypeOnTheirFirstLineAreParts)
 {
-    Write("L/Chair.gsm", "type Object\n...");
-    Write("L/Door.gsm", "\xEF\xBB\xBFTYPE door\r\n...");
+    Write("L/Chair.part", "type Object\n...");
+    Write("L/Door.part", "\xEF\xBB\xBFTYPE door\r\n...");
     Write("L/deep/er/Lamp", "  type\tLamp  ");
     Write("L/Notes.txt", "some notes\ntype Object\n");
-    Write("L/Odd.gsm", "type Object and more\n");
-    Write("L/Weird.gsm", "type Sofa\n");
-    Write("L/.Hidden.gsm", "type Object\n");
-    Write("L/.git/Inside.gsm", "type Object\n");
+    Write("L/Odd.part", "type Object and more\n");
+    Write("L/Weird.part", "type Sofa\n");
+    Write("L/.Hidden.part", "type Object\n");
+    Write("L/.git/Inside.part", "type Object\n");
     ASSERT_EQ(catalog_.Add(Folder("L"), true, &warnings_), AddResult::Added);
     EXPECT_EQ(catalog_.PartCount(), 3u);
-    EXPECT_EQ(Find(u"Chair", Object), "L/Chair.gsm");
-    EXPECT_EQ(Find(u"Door", Door), "L/Door.gsm");
+    EXPECT_EQ(Find(u"Chair", Object), "L/Chair.part");
+    EXPECT_EQ(Find(u"Door", Door), "L/Door.part");
     EXPECT_EQ(Find(u"Lamp", Lamp), "L/deep/er/Lamp");
     EXPECT_EQ(Find(u"Chair", Door), "-");
     EXPECT_TRUE(warnings_.empty());
@@ -47,10 +47,10 @@ TEST_F(CatalogTest, OnlyFilesThatDeclareAKnownTypeOnTheirFirstLineAreParts)
 
 TEST_F(CatalogTest, TheIndexFileDeclaresPartsWhoseDefinitionIsMissing)
 {
-    Write("L/Chair.gsm", "type Object\n");
+    Write("L/Chair.part", "type Object\n");
     Write("L/library.index", "# what the project uses\nObject Chair\n\nObject   Old Table \nSofa Couch\nLamp\nmacro Base\n");
     ASSERT_EQ(catalog_.Add(Folder("L"), true, &warnings_), AddResult::Added);
-    EXPECT_EQ(Find(u"Chair"), "L/Chair.gsm");
+    EXPECT_EQ(Find(u"Chair"), "L/Chair.part");
     EXPECT_EQ(Find(u"old table", Object), "L/Old Table (missing)");
     EXPECT_EQ(Find(u"Base", Macro), "L/Base (missing)");
     EXPECT_EQ(Find(u"Base", Macro, true), "-");
@@ -62,26 +62,26 @@ TEST_F(CatalogTest, TheIndexFileDeclaresPartsWhoseDefinitionIsMissing)
 
 TEST_F(CatalogTest, NamesMatchBySimpleCaseFoldingOnly)
 {
-    Write("L/École Chair.gsm", "type Object\n");
-    Write("L/Straße.gsm", "type Object\n");
+    Write("L/École Chair.part", "type Object\n");
+    Write("L/Straße.part", "type Object\n");
     ASSERT_EQ(catalog_.Add(Folder("L"), true), AddResult::Added);
-    EXPECT_EQ(Find(u"éCOLE CHAIR"), "L/École Chair.gsm");
+    EXPECT_EQ(Find(u"éCOLE CHAIR"), "L/École Chair.part");
     EXPECT_EQ(Find(u"STRASSE"), "-");
-    EXPECT_EQ(Find(u"STRAẞE"), "L/Straße.gsm");
+    EXPECT_EQ(Find(u"STRAẞE"), "L/Straße.part");
     EXPECT_EQ(Find(u" École Chair"), "-");
 }
 
 TEST_F(CatalogTest, TheFirstDefinitionWinsAndIndicesStay)
 {
     Write("A/library.index", "Object Chair\n");
-    Write("B/Chair.gsm", "type Object\n");
-    Write("C/Chair.gsm", "type Object\n");
-    Write("C/Table.gsm", "type Object\n");
+    Write("B/Chair.part", "type Object\n");
+    Write("C/Chair.part", "type Object\n");
+    Write("C/Table.part", "type Object\n");
     ASSERT_EQ(catalog_.Add(Folder("A"), true), AddResult::Added);
     ASSERT_EQ(catalog_.Add(Folder("B"), true), AddResult::Added);
     std::int32_t const chair = catalog_.Find(u"Chair", Object, false)->index;
     ASSERT_EQ(catalog_.Add(Folder("C"), true), AddResult::Added);
-    EXPECT_EQ(Find(u"Chair"), "B/Chair.gsm");
+    EXPECT_EQ(Find(u"Chair"), "B/Chair.part");
     EXPECT_EQ(catalog_.Find(u"Chair", Object, false)->index, chair);
     ASSERT_NE(catalog_.Get(chair), nullptr);
     EXPECT_EQ(catalog_.Get(chair)->name, u"Chair");
@@ -89,13 +89,13 @@ TEST_F(CatalogTest, TheFirstDefinitionWinsAndIndicesStay)
     EXPECT_EQ(catalog_.Get(std::int32_t(catalog_.PartCount()) + 1), nullptr);
 
     catalog_.Deactivate(Folder("B"));
-    EXPECT_EQ(Find(u"Chair"), "C/Chair.gsm");
+    EXPECT_EQ(Find(u"Chair"), "C/Chair.part");
     EXPECT_EQ(catalog_.Get(chair), nullptr);
 }
 
 TEST_F(CatalogTest, FoldersAreLoadedOnce)
 {
-    Write("L/Chair.gsm", "type Object\n");
+    Write("L/Chair.part", "type Object\n");
     Write("file.txt", "x");
     EXPECT_EQ(catalog_.Add(Folder("none"), true), AddResult::NotFound);
     EXPECT_EQ(catalog_.Add(Folder("file.txt"), true), AddResult::NotAFolder);

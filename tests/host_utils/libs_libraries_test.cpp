@@ -55,7 +55,7 @@ TEST_F(LibrariesTest, ASuiteLibraryLoadedAnywhereIsRecognisedByItsLastName)
     kfhost::HostConfig config;
     config.libraries = {Library("A", {}), elsewhere};
     Start(config);
-    Library(SuiteFolder(), {{"Chair.gsm", "Object"}});
+    Library(SuiteFolder(), {{"Chair.part", "Object"}});
     EXPECT_TRUE(KF_Library::Load(true));
     EXPECT_EQ(Loaded().size(), 2u);
     EXPECT_FALSE(TranscriptHas("library added"));
@@ -77,8 +77,8 @@ TEST_F(LibrariesTest, AMissingSuiteFolderIsNotAnError)
 TEST_F(LibrariesTest, APartMissingEverywhereIsLookedForBesideTheAddOnThenAskedFor)
 {
     Start();
-    fs::path const picked = Library("Picked", {{"Stool.gsm", "Object"}});
-    Library(SuiteFolder(), {{"Chair.gsm", "Object"}});
+    fs::path const picked = Library("Picked", {{"Stool.part", "Object"}});
+    Library(SuiteFolder(), {{"Chair.part", "Object"}});
 
     long index = 0;
     EXPECT_TRUE(KF_General::GetLPIdxFullLib(K("Chair"), index, true, K(""), API_ObjectID));
@@ -103,7 +103,7 @@ TEST_F(LibrariesTest, OnlyTheUncheckedLookUpLoadsTheSuiteFolderWhenASuiteLibrary
     kfhost::HostConfig config;
     config.libraries = {Library("old/Tavolo_Library", {})};
     Start(config);
-    Library(SuiteFolder(), {{"Chair.gsm", "Object"}});
+    Library(SuiteFolder(), {{"Chair.part", "Object"}});
     ASSERT_TRUE(Host().Run("answer cancel"));
     EXPECT_EQ(KF_LibPart::IndexFullLib(K("Chair"), API_ObjectID), -1);
     EXPECT_GT(KF_LibPart::IndexFullLibNoCheckLibs(K("Chair"), API_ObjectID), 0);
@@ -123,16 +123,6 @@ TEST_F(LibrariesTest, TheAlertTellsWhatCannotBeFound)
     EXPECT_FALSE(KF_General::GetLPIdxFullLib(K("Sofa"), index, true, KF_String(), API_ObjectID));
     EXPECT_TRUE(Host().Run("expect alert \"No such part\"\nexpect alert \"Sofa is gone\"\nexpect alert \"\""));
     EXPECT_TRUE(TranscriptHas("alert \"\" \"No such part\" \"\" buttons \"OK\""));
-}
-
-TEST_F(LibrariesTest, ABuiltInLibraryIsSearchedButNotListed)
-{
-    Start();
-    Library(Host().BundlePath("Test") / "library", {{"Bolt.gsm", "Object"}});
-    EXPECT_EQ(KF_LibPart::Index(K("Bolt"), API_ObjectID), -1);
-    ASSERT_EQ(ACAPI_Register_BuiltInLibrary(), NoError);
-    EXPECT_GT(KF_LibPart::Index(K("Bolt"), API_ObjectID), 0);
-    EXPECT_TRUE(Loaded().empty());
 }
 
 } // namespace

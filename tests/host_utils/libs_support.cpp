@@ -18,6 +18,14 @@ void* operator new(std::size_t size)
     return block;
 }
 void* operator new[](std::size_t size) { return ::operator new(size); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+    void* block = std::malloc(size != 0 ? size : 1);
+    if (block != nullptr)
+        ++sLive;
+    return block;
+}
+void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept { return ::operator new(size, tag); }
 void operator delete(void* block) noexcept
 {
     if (block != nullptr) {
@@ -28,6 +36,8 @@ void operator delete(void* block) noexcept
 void operator delete[](void* block) noexcept { ::operator delete(block); }
 void operator delete(void* block, std::size_t) noexcept { ::operator delete(block); }
 void operator delete[](void* block, std::size_t) noexcept { ::operator delete(block); }
+void operator delete(void* block, const std::nothrow_t&) noexcept { ::operator delete(block); }
+void operator delete[](void* block, const std::nothrow_t&) noexcept { ::operator delete(block); }
 
 namespace libs_test {
 

@@ -1,42 +1,34 @@
-// A settings store written here is read and rewritten by another process (kfhost with a test
-// add-on), and comes back entry for entry and byte for byte, in both application encodings.
-#include "SettingsTestSupport.hpp"
+// A store written here is read and rewritten by another process (kfhost with a test add-on) and
+// comes back entry for entry and byte for byte, in both application encodings.
+#include "KFTestText.hpp"
+#include "kftest/InProcessHost.hpp"
+#include "settings/KF_SettingsState.hpp"
+#include "KF/KF_AddonSettings.hpp"
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <filesystem>
-#include <string>
-#include <utility>
-#include <vector>
 
-namespace fs = std::filesystem;
-using namespace kftest_settings;
+using namespace kftext;
 
 namespace {
 
-using Entries = std::vector<std::pair<std::string, std::string>>;
-
-Entries const kEntries{
-    {"Language_str", "fra"},          {"lines", "one\ntwo\r\nthree\rfour"}, {"empty", ""},
-    {"accents", "Ünïcødé àéîõü"},     {"dup", "first"},                     {"dup", "second"},
-    {"spaces", "  leading and trailing  "}, {"symbols", "$#:#$ 100%"},
-};
-
-KF_String Text(std::string const& utf8)
-{
-    return utf8.empty() ? KF_String("", KF_String::Enc_System)
-                        : KF_String(utf8.data(), unsigned(utf8.size()), KF_String::Enc_UTF8);
-}
+std::vector<std::pair<std::string, std::string>> const kEntries{
+    {"Language_str", "fra"}, {"lines", "one\ntwo\r\nthree\rfour"}, {"empty", ""},
+    {"accents", "Ünïcødé àéîõü"}, {"spaces", "  both ends  "}, {"symbols", "$#:#$ 100%"}};
 
 class SettingsRoundTrip : public ::testing::TestWithParam<std::int32_t> {
 protected:
-    kfhost::HostConfig Config() const
+    // A host of this process on the shared folder, with the store as a fresh load has it.
+    std::unique_ptr<kftest::InProcessHost> Host() const
     {
         kfhost::HostConfig config;
         config.frameworkFolder = folder.Path();
         config.textEncoding = GetParam();
-        return config;
+        auto host = std::make_unique<kftest::InProcessHost>(config);
+        host->Attach();
+        detail::KF_AddonSettings_Forget(KF_AddonSettings_ThisAddon);
+        return host;
     }
 
     kftest::TempFolder folder;
@@ -46,46 +38,27 @@ protected:
 
 TEST_P(SettingsRoundTrip, AnotherProcessReadsAndRewritesTheStoreUnchanged)
 {
-    fs::path const file = folder.Path() / "TestAddOn.cfg";
-    std::string written;
-    {
-        kftest::InProcessHost host(Config());
-        host.Attach();
-        detail::KF_AddonSettings_Forget(KF_AddonSettings_ThisAddon);
-        for (auto const& [name, value] : kEntries) {
-            KF_String const key = Text(name);
-            // A second "dup" goes in under a stand-in name, renamed in the file below.
-            if (KF_AddonSettings_Get(KF_AddonSettings_ThisAddon, key, nullptr, false)) {
-                KF_AddonSettings_Set(KF_AddonSettings_ThisAddon, Text("__tmp"), Text(value), true);
-            } else {
-                KF_AddonSettings_Set(KF_AddonSettings_ThisAddon, key, Text(value), true);
-            }
-        }
-        ASSERT_TRUE(KF_AddonSettings_Save(KF_AddonSettings_ThisAddon));
-        // Put the duplicate's real name in place, as a file from the field may have it.
-        std::string plain = Scrambled(kftest::ReadFile(file));
-        plain.replace(plain.find("$__tmp:"), 7, "$dup:");
-        kftest::WriteFile(file, Scrambled(plain));
-        written = kftest::ReadFile(file);
-        detail::KF_AddonSettings_Forget(KF_AddonSettings_ThisAddon);
+    auto const file = folder.Path() / "TestAddOn.cfg";
+    auto host = Host();
+    for (auto const& [name, value] : kEntries) {
+        KF_AddonSettings_Set(KF_AddonSettings_ThisAddon, S(name), S(value), true);
     }
+    ASSERT_TRUE(KF_AddonSettings_Save(KF_AddonSettings_ThisAddon));
+    std::string const written = kftest::ReadFile(file);
+    host.reset();
 
-    fs::path const script = folder.Path() / "roundtrip.script";
-    kftest::WriteFile(script, "command \"SRTP\" 1\n");
+    auto const transcript = folder.Path() / "transcript.txt";
+    kftest::WriteFile(folder.Path() / "script", "command \"SRTP\" 1\n");
     std::string const command = std::string("\"") + KF_TEST_KFHOST + "\" --headless --addon \"" +
                                 KF_TEST_ROUNDTRIP_BUNDLE + "\" --framework-folder \"" + folder.Path().string() +
                                 "\" --text-encoding " + (GetParam() == KF_TEXTENC_MACROMAN ? "macroman" : "utf-8") +
-                                " --script \"" + script.string() + "\" > \"" +
-                                (folder.Path() / "transcript.txt").string() + "\" 2>&1";
-    ASSERT_EQ(std::system(command.c_str()), 0) << kftest::ReadFile(folder.Path() / "transcript.txt");
+                                " --script \"" + (folder.Path() / "script").string() + "\" > \"" +
+                                transcript.string() + "\" 2>&1";
+    ASSERT_EQ(std::system(command.c_str()), 0) << kftest::ReadFile(transcript);
+    EXPECT_EQ(kftest::ReadFile(file), written + Scrambled("$RoundTrip: " + std::to_string(kEntries.size()) + "\n"))
+        << kftest::ReadFile(transcript);
 
-    std::string const rewritten = kftest::ReadFile(file);
-    EXPECT_EQ(rewritten, written + Scrambled("$RoundTrip: " + std::to_string(kEntries.size()) + "\n"))
-        << kftest::ReadFile(folder.Path() / "transcript.txt");
-
-    kftest::InProcessHost host(Config());
-    host.Attach();
-    detail::KF_AddonSettings_Forget(KF_AddonSettings_ThisAddon);
+    host = Host();
     ASSERT_TRUE(KF_AddonSettings_Load(KF_AddonSettings_ThisAddon, true));
     ASSERT_EQ(KF_AddonSettings_GetCount(KF_AddonSettings_ThisAddon), long(kEntries.size() + 1));
     for (std::size_t i = 0; i < kEntries.size(); ++i) {

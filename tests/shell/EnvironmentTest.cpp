@@ -17,7 +17,7 @@ TEST(Environment, MainApplicationRemovesOnlyItsOwnFileOfTheRunningVersion)
     for (const char* name : {kOwnFile17, "Orvella Forge_10_16.sui", "Tavolo_AC17.sui", "Other_10_17.sui"})
         Touch(w.Framework() / name);
 
-    const HostRun run = w.Run({ForgeBundle()}, "");
+    const HostRun run = w.Run({kForge}, "");
     EXPECT_EQ(run.status, 0) << run.transcript;
     EXPECT_NE(run.transcript.find("loaded \"Orvella Forge\""), std::string::npos) << run.transcript;
     EXPECT_FALSE(fs::exists(w.Framework() / kOwnFile17));
@@ -26,7 +26,7 @@ TEST(Environment, MainApplicationRemovesOnlyItsOwnFileOfTheRunningVersion)
     EXPECT_TRUE(fs::exists(w.Framework() / "Other_10_17.sui"));
 
     // The version comes from the host: release 16 removes the other one.
-    const HostRun sixteen = w.Run({ForgeBundle()}, "", {"--release", "16"});
+    const HostRun sixteen = w.Run({kForge}, "", {"--release", "16"});
     EXPECT_EQ(sixteen.status, 0) << sixteen.transcript;
     EXPECT_FALSE(fs::exists(w.Framework() / "Orvella Forge_10_16.sui"));
 }
@@ -35,7 +35,7 @@ TEST(Environment, ServerApplicationGetsNothingButTheStaleFileIsGone)
 {
     Workspace w;
     Touch(w.Framework() / kOwnFile17);
-    const HostRun run = w.Run({ForgeBundle()}, w.WriteScript("menu.kfs", {"menu 32501 1"}), {"--server-app", "1"});
+    const HostRun run = w.Run({kForge}, w.WriteScript({"menu 32501 1"}), {"--server-app", "1"});
     EXPECT_NE(run.status, 0);
     EXPECT_NE(run.transcript.find("environment check answered 0"), std::string::npos) << run.transcript;
     EXPECT_NE(run.transcript.find("menu 32501 is not registered"), std::string::npos) << run.transcript;

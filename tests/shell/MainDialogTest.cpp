@@ -18,20 +18,20 @@ std::string Expect(int item, const std::string& text)
 
 TEST(MainDialog, ShowsEachLanguagesOwnTextsAndTheFixedVersionLabel)
 {
-    const BundleStrings strings(ForgeBundle());
+    
     for (int language = 0; language < 7; ++language) {
         SCOPED_TRACE(kSuffixes[size_t(language)]);
         Workspace w;
         StoreLanguage(w, kSuffixes[size_t(language)]);
         std::vector<std::string> lines = {"menu 32501 1", "expect dialog 32500", "expect title \"Orvella Forge\""};
         for (const auto& [item, index] : kItemStrings) {
-            const std::string text = strings.Get(32530 + language, index);
+            const std::string text = BundleString(kForge, 32530 + language, index);
             ASSERT_FALSE(text.empty()) << "string " << index << " of " << 32530 + language;
             lines.push_back(Expect(item, text));
         }
         lines.push_back(Expect(9, "1.1.1.2001"));
         lines.push_back("click 2");
-        const HostRun run = w.Run({ForgeBundle()}, w.WriteScript("language.kfs", lines));
+        const HostRun run = w.Run({kForge}, w.WriteScript(lines));
         EXPECT_EQ(run.status, 0) << run.transcript;
     }
 }
@@ -40,7 +40,7 @@ TEST(MainDialog, LanguageButtonReopensInTheChosenLanguage)
 {
     Workspace w;
     StoreLanguage(w, "ita");
-    const HostRun run = w.Run({ForgeBundle()}, "language-button.kfs");
+    const HostRun run = w.Run({kForge}, "language-button.kfs");
     EXPECT_EQ(run.status, 0) << run.transcript;
     EXPECT_EQ(Count(run.transcript, "dialog 32500 title"), 3) << run.transcript;
     EXPECT_EQ(StoredLanguage(w), "jap");
@@ -49,18 +49,18 @@ TEST(MainDialog, LanguageButtonReopensInTheChosenLanguage)
 TEST(MainDialog, MissingStringFallsBackToEnglishThenToTheMarker)
 {
     Workspace w;
-    const fs::path bundle = w.CopyBundle(ForgeBundle());
+    const fs::path bundle = w.CopyBundle(kForge);
     RemoveString(bundle, 32533, 7);   // German only: English is shown
     RemoveString(bundle, 32533, 8);   // German and English: the marker
     RemoveString(bundle, 32531, 8);
-    const BundleStrings strings(bundle);
-    ASSERT_FALSE(strings.Has(32533, 7));
+    
+    ASSERT_EQ(BundleString(bundle, 32533, 7), "");
     StoreLanguage(w, "ger");
 
-    const HostRun run = w.Run({bundle}, w.WriteScript("missing.kfs", {
+    const HostRun run = w.Run({bundle}, w.WriteScript({
         "menu 32501 1", "expect dialog 32500",
-        Expect(3, strings.Get(32533, 5)),
-        Expect(5, strings.Get(32531, 7)),
+        Expect(3, BundleString(bundle, 32533, 5)),
+        Expect(5, BundleString(bundle, 32531, 7)),
         Expect(6, "_ERR_NO_"),
         "click 2"}));
     EXPECT_EQ(run.status, 0) << run.transcript;
@@ -69,7 +69,7 @@ TEST(MainDialog, MissingStringFallsBackToEnglishThenToTheMarker)
 TEST(MainDialog, MissingDialogResourceEndsTheCommandInsteadOfAskingForever)
 {
     Workspace w;
-    const fs::path bundle = w.CopyBundle(ForgeBundle());
+    const fs::path bundle = w.CopyBundle(kForge);
     const fs::path dialogs = bundle / "Resources" / "dialogs.res";
     std::string text = ReadFile(dialogs);
     const std::size_t from = text.find("dialog 32500 ");
@@ -78,7 +78,7 @@ TEST(MainDialog, MissingDialogResourceEndsTheCommandInsteadOfAskingForever)
     WriteFile(dialogs, text);
     StoreLanguage(w, "int");
 
-    const HostRun run = w.Run({bundle}, w.WriteScript("gone.kfs", {"menu 32501 1", "expect no-dialog"}));
+    const HostRun run = w.Run({bundle}, w.WriteScript({"menu 32501 1", "expect no-dialog"}));
     EXPECT_EQ(run.status, 0) << run.transcript;
     EXPECT_EQ(Count(run.transcript, "no dialog resource 32500"), 1) << run.transcript;
 }

@@ -1,83 +1,65 @@
-// Runs the kfhost program on Orvella Forge the way a person would, in a folder of its own, and
+// Runs the kfhost program on Orvella Forge as a person would, in a scratch framework folder, and
 // reads back what the run left on disk.
 #pragma once
 
+#include "kftest/InProcessHost.hpp"
+
 #include <filesystem>
-#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace shelltest {
 
 namespace fs = std::filesystem;
+using kftest::ReadFile;
+using kftest::WriteFile;
+using Entries = std::vector<std::pair<std::string, std::string>>;
 
 // Built paths, baked in by the build.
-fs::path HostProgram();
-fs::path ForgeBundle();
-fs::path SuiteBundle();
-fs::path ProbeBundle();
-fs::path ScriptsFolder();
+inline const fs::path kForge = KF_TEST_FORGE_BUNDLE;
+inline const fs::path kSuite = KF_TEST_SUITE_BUNDLE;
+inline const fs::path kProbe = KF_TEST_PROBE_BUNDLE;
 
 struct HostRun {
-    int status = -1;         // exit status, or -1 when it did not exit normally
+    int status = -1;         // exit status; -1 when it did not exit normally
     std::string transcript;  // standard output and error together
 };
 
-// A scratch folder (removed at destruction) holding a framework folder and room for bundle copies.
 class Workspace {
 public:
-    Workspace();
-    ~Workspace();
-    Workspace(const Workspace&) = delete;
-    Workspace& operator=(const Workspace&) = delete;
-
-    const fs::path& Root() const { return root_; }
-    fs::path Framework() const { return root_ / "framework"; }
-
-    // kfhost with these bundles, this framework folder and the extra arguments; script is a file
-    // name of the checked-in scripts folder or an absolute path, empty for none.
-    HostRun Run(const std::vector<fs::path>& bundles, const std::string& script,
+    Workspace() { fs::create_directories(Framework()); }
+    fs::path Framework() const { return temp_.Path() / "framework"; }
+    // kfhost on the bundles with this framework folder; a script name without a folder is one of
+    // the checked-in scripts, "" runs none.
+    HostRun Run(const std::vector<fs::path>& bundles, const fs::path& script,
                 const std::vector<std::string>& extra = {}) const;
-    // Writes a script of the given lines into the workspace and answers its path.
-    fs::path WriteScript(const std::string& name, const std::vector<std::string>& lines) const;
-    // A copy of bundle under the workspace, to be altered by a test.
+    fs::path WriteScript(const std::vector<std::string>& lines) const;
+    // A copy of the bundle in the workspace, for a test to alter.
     fs::path CopyBundle(const fs::path& bundle) const;
 
 private:
-    fs::path root_;
+    kftest::TempFolder temp_;
 };
 
-// The family's settings file format: "$name: value\n" entries, every byte's halves swapped.
+// The family's settings format: "$name: value\n" entries with the halves of every byte swapped.
 std::string SwapHalves(std::string bytes);
-std::string ReadFile(const fs::path& file);
-void WriteFile(const fs::path& file, const std::string& bytes);
-// Decoded entries in file order; a malformed file gives a single entry named "<malformed>".
-std::vector<std::pair<std::string, std::string>> ReadStore(const fs::path& file);
-void WriteStore(const fs::path& file, const std::vector<std::pair<std::string, std::string>>& entries);
+Entries ReadStore(const fs::path& file);  // a malformed file gives one entry "<malformed>"
+void WriteStore(const fs::path& file, const Entries& entries);
+inline fs::path SharedStore(const Workspace& w) { return w.Framework() / "Quadrelle.cfg"; }
+std::string StoredLanguage(const Workspace& w);  // "" when none
+inline void StoreLanguage(const Workspace& w, const std::string& suffix)
+{
+    WriteStore(SharedStore(w), {{"Language_str", suffix}});
+}
 
-// The shared store of the family and the stored language in it ("" when none).
-fs::path SharedStore(const Workspace& w);
-std::string StoredLanguage(const Workspace& w);
-void StoreLanguage(const Workspace& w, const std::string& suffix);
+inline const std::vector<std::string> kSuffixes = {"ita", "int", "fra", "ger", "spa", "jap", "rus"};
 
-// Language suffixes in index order.
-extern const std::vector<std::string> kSuffixes;
-
-// Resource strings of a bundle, UTF-8, by list and index ("" when missing).
-class BundleStrings {
-public:
-    explicit BundleStrings(const fs::path& bundle);
-    std::string Get(int list, int index) const;
-    bool Has(int list, int index) const;
-
-private:
-    std::map<std::pair<int, int>, std::string> strings_;
-};
-
-// Removes the lines "  <index> ..." of string list `list` from every .res file of the bundle copy.
+// String `index` of string list `list` in a bundle's resources, UTF-8; "" when missing.
+std::string BundleString(const fs::path& bundle, int list, int index);
+// Deletes string `index` of list `list` from a bundle copy's resource files.
 void RemoveString(const fs::path& bundle, int list, int index);
 
-// Counts the occurrences of needle in text.
 int Count(const std::string& text, const std::string& needle);
 
 } // namespace shelltest

@@ -7,11 +7,9 @@
 namespace shelltest {
 namespace {
 
-using Entries = std::vector<std::pair<std::string, std::string>>;
-
 HostRun AskProbe(const Workspace& w, const std::vector<fs::path>& bundles, const std::string& alert)
 {
-    return w.Run(bundles, w.WriteScript("probe.kfs", {"menu 32600 1", "expect alert \"" + alert + "\""}));
+    return w.Run(bundles, w.WriteScript({"menu 32600 1", "expect alert \"" + alert + "\""}));
 }
 
 fs::path ProbeFile(const Workspace& w) { return w.Framework() / "Suite Probe_10_17.sui"; }
@@ -19,16 +17,16 @@ fs::path ProbeFile(const Workspace& w) { return w.Framework() / "Suite Probe_10_
 TEST(Suite, AnswersItsCommandBesideTheAddOn)
 {
     Workspace w;
-    const HostRun run = AskProbe(w, {ForgeBundle(), SuiteBundle(), ProbeBundle()}, "suite loaded, answered");
+    const HostRun run = AskProbe(w, {kForge, kSuite, kProbe}, "suite loaded, answered");
     EXPECT_EQ(run.status, 0) << run.transcript;
     EXPECT_EQ(ReadStore(ProbeFile(w)), (Entries{{"Tavolo Loaded", "TRUE"}}));
     EXPECT_NE(run.transcript.find("loaded \"Tavolo\""), std::string::npos) << run.transcript;
 
     // Addressed by its module identifier, and by nobody else's.
-    const HostRun direct = w.Run({SuiteBundle()}, w.WriteScript("suit.kfs", {
+    const HostRun direct = w.Run({kSuite}, w.WriteScript({
         "command \"SUIT\" 0 0x53735736 0x1BBAAC53"}));
     EXPECT_EQ(direct.status, 0) << direct.transcript;
-    const HostRun wrong = w.Run({SuiteBundle()}, w.WriteScript("wrong.kfs", {
+    const HostRun wrong = w.Run({kSuite}, w.WriteScript({
         "command \"SUIT\" 0 0x53735736 0x4F524647"}));
     EXPECT_NE(wrong.status, 0) << wrong.transcript;
 }
@@ -37,7 +35,7 @@ TEST(Suite, NotAnsweringButItsFilePresentCountsAsLoaded)
 {
     Workspace w;
     WriteFile(w.Framework() / "Tavolo_AC17.sui", "");
-    const HostRun run = AskProbe(w, {ForgeBundle(), ProbeBundle()}, "suite loaded, not answered");
+    const HostRun run = AskProbe(w, {kForge, kProbe}, "suite loaded, not answered");
     EXPECT_EQ(run.status, 0) << run.transcript;
     EXPECT_EQ(ReadStore(ProbeFile(w)), (Entries{{"Tavolo Loaded", "TRUE"}}));
     // Orvella Forge's sweep of its own stale file leaves the suite's file alone.
@@ -48,7 +46,7 @@ TEST(Suite, NeitherAnsweringNorFileMeansAbsent)
 {
     Workspace w;
     WriteFile(w.Framework() / "Tavolo_AC16.sui", "");  // another host version's file does not count
-    const HostRun run = AskProbe(w, {ForgeBundle(), ProbeBundle()}, "suite absent, not answered");
+    const HostRun run = AskProbe(w, {kForge, kProbe}, "suite absent, not answered");
     EXPECT_EQ(run.status, 0) << run.transcript;
     EXPECT_EQ(ReadStore(ProbeFile(w)), (Entries{{"Tavolo Loaded", "FALSE"}}));
 }

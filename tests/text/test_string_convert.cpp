@@ -58,7 +58,7 @@ TEST(ConvertCodes, EmptySourceAndTerminators)
     EXPECT_EQ(E::ConvertChangeEncoding(E::Enc_UTF8, "", 0, E::Enc_UTF16BE, dst, 8, true, true), 2);
     EXPECT_EQ(std::string(dst, 3), std::string("\0\0\1", 3));
     // A zero first unit of a wide source is the empty text, measured in units of that width.
-    char const wide[] = {0, 0, 'a', 0};
+    char const wide[] = {0, 0, 'a', 0, 0, 0};
     EXPECT_EQ(E::ConvertChangeEncoding(E::Enc_UTF16LE, wide, 0, E::Enc_UTF8, nullptr, 0, true, true), 1);
     EXPECT_EQ(E::ConvertChangeEncoding(E::Enc_UTF16LE, wide + 2, -1, E::Enc_UTF8, nullptr, 0, true, true), 2);
     EXPECT_EQ(E::ConvertChangeEncoding(E::Enc_UTF8, "abc", 0, E::Enc_UTF16LE, nullptr, 0, true, true), 8);

@@ -59,6 +59,22 @@ void ExpectSameEverywhere(E::Encoding from, std::string const& src, E::Encoding 
     }
 }
 
+// Runs a check with the vector UTF-8 path and again with the scalar one: both must agree with the
+// platform converters.
+template <typename Check>
+void WithAndWithoutVectors(Check check)
+{
+    for (bool vector : {true, false}) {
+        SCOPED_TRACE(vector ? "vector UTF-8 check" : "scalar UTF-8 check");
+        detail::text::SetVectorPathsEnabled(vector);
+        check();
+        detail::text::SetVectorPathsEnabled(true);
+        if (::testing::Test::HasFatalFailure()) {
+            return;
+        }
+    }
+}
+
 // Random texts of the kinds that reach the fast paths' corners.
 class TextMaker {
 public:
@@ -137,39 +153,43 @@ std::string Utf8Of(std::u16string const& units)
 
 TEST(FastPaths, RandomTextsInEveryPairOfEncodings)
 {
-    TextMaker maker(20240611u);
-    for (int round = 0; round < 12; ++round) {
-        int const flavour = round % 3;
-        std::size_t const size = 1 + maker.Pick(round < 6 ? 40 : 300);
-        std::u16string const units = maker.Units(size, flavour);
-        std::string const sources[] = {Utf16LE(units), Utf8Of(units), maker.Corrupt(Utf8Of(units)),
-                                       maker.RandomBytes(size)};
-        for (std::string const& src : sources) {
-            for (E::Encoding from : kEncodings) {
-                for (E::Encoding to : kEncodings) {
-                    ExpectSameEverywhere(from, src, to);
-                    if (HasFatalFailure()) {
-                        return;
+    WithAndWithoutVectors([] {
+        TextMaker maker(20240611u);
+        for (int round = 0; round < 12; ++round) {
+            int const flavour = round % 3;
+            std::size_t const size = 1 + maker.Pick(round < 6 ? 40 : 300);
+            std::u16string const units = maker.Units(size, flavour);
+            std::string const sources[] = {Utf16LE(units), Utf8Of(units), maker.Corrupt(Utf8Of(units)),
+                                           maker.RandomBytes(size)};
+            for (std::string const& src : sources) {
+                for (E::Encoding from : kEncodings) {
+                    for (E::Encoding to : kEncodings) {
+                        ExpectSameEverywhere(from, src, to);
+                        if (::testing::Test::HasFatalFailure()) {
+                            return;
+                        }
                     }
                 }
             }
         }
-    }
+    });
 }
 
 TEST(FastPaths, LongTextsCrossTheVectorLoops)
 {
-    TextMaker maker(7u);
-    for (int flavour = 0; flavour < 3; ++flavour) {
-        std::u16string const units = maker.Units(5000, flavour);
-        for (std::string const& src : {Utf16LE(units), Utf8Of(units), maker.Corrupt(Utf8Of(units))}) {
-            for (E::Encoding from : {E::Enc_UTF8, E::Enc_UTF16LE, E::Enc_WinLatin1}) {
-                for (E::Encoding to : {E::Enc_UTF8, E::Enc_UTF16LE, E::Enc_MacRoman, E::Enc_ASCII}) {
-                    ExpectSameEverywhere(from, src, to);
+    WithAndWithoutVectors([] {
+        TextMaker maker(7u);
+        for (int flavour = 0; flavour < 3; ++flavour) {
+            std::u16string const units = maker.Units(5000, flavour);
+            for (std::string const& src : {Utf16LE(units), Utf8Of(units), maker.Corrupt(Utf8Of(units))}) {
+                for (E::Encoding from : {E::Enc_UTF8, E::Enc_UTF16LE, E::Enc_WinLatin1}) {
+                    for (E::Encoding to : {E::Enc_UTF8, E::Enc_UTF16LE, E::Enc_MacRoman, E::Enc_ASCII}) {
+                        ExpectSameEverywhere(from, src, to);
+                    }
                 }
             }
         }
-    }
+    });
 }
 
 TEST(FastPaths, SingleByteTablesCoverTheWholeBMP)
@@ -207,15 +227,18 @@ TEST(FastPaths, SingleByteTablesCoverTheWholeBMP)
 
 TEST(FastPaths, IsUTF8AgreesWithThePlatformCheck)
 {
-    TextMaker maker(99u);
-    for (int round = 0; round < 3000; ++round) {
-        std::string const text = round % 2 == 0 ? maker.RandomBytes(1 + maker.Pick(24))
-                                                : maker.Corrupt(Utf8Of(maker.Units(1 + maker.Pick(80), 1)));
-        UErrorCode status = U_ZERO_ERROR;
-        int32_t needed = 0;
-        u_strFromUTF8(nullptr, 0, &needed, text.data(), int32_t(text.size()), &status);
-        bool const platform = status == U_BUFFER_OVERFLOW_ERROR || status == U_STRING_NOT_TERMINATED_WARNING ||
-                              U_SUCCESS(status);
-        ASSERT_EQ(E::IsUTF8(text.data(), unsigned(text.size()), false), platform) << round;
-    }
+    WithAndWithoutVectors([] {
+        TextMaker maker(99u);
+        for (int round = 0; round < 3000; ++round) {
+            // Short random bytes, and longer corrupted text whose faults fall anywhere in a block.
+            std::string const text = round % 2 == 0 ? maker.RandomBytes(1 + maker.Pick(40))
+                                                    : maker.Corrupt(Utf8Of(maker.Units(1 + maker.Pick(80), 1)));
+            UErrorCode status = U_ZERO_ERROR;
+            int32_t needed = 0;
+            u_strFromUTF8(nullptr, 0, &needed, text.data(), int32_t(text.size()), &status);
+            bool const platform = status == U_BUFFER_OVERFLOW_ERROR || status == U_STRING_NOT_TERMINATED_WARNING ||
+                                  U_SUCCESS(status);
+            ASSERT_EQ(E::IsUTF8(text.data(), unsigned(text.size()), false), platform) << round;
+        }
+    });
 }

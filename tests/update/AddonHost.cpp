@@ -93,7 +93,12 @@ void AddonHost::Load(std::string const& updateServer)
     // Settings written before the load sit in the folder the host will use.
     config.frameworkFolder = framework_.Path();
     host_ = std::make_unique<kftest::InProcessHost>(config);
-    kfhost::LoadResult const loaded = host_->Host().LoadBundle(KF_UPDATE_EXAMPLE_BUNDLE);
+    // A bundle stays mapped after its unload (the C++ runtime's unique symbols pin it), so each
+    // test loads a copy of its own: its statics start fresh.
+    fs::path const copy = host_->TempDir() / "Add-Ons" / "OrvellaBeamTools.bundle";
+    fs::create_directories(copy.parent_path());
+    fs::copy(KF_UPDATE_EXAMPLE_BUNDLE, copy, fs::copy_options::recursive | fs::copy_options::overwrite_existing);
+    kfhost::LoadResult const loaded = host_->Host().LoadBundle(copy);
     ASSERT_TRUE(loaded.Loaded()) << loaded.reason;
 }
 

@@ -21,7 +21,7 @@ set(FORBID "")
 if(RUN STREQUAL "suite")
   # The suite library beside the add-on, a named project, engines of the run's own.
   file(COPY ${EXAMPLE}/Tavolo_Library DESTINATION ${WORK}/Add-Ons)
-  list(APPEND args --project "${WORK}/Office Tower.pln" --engine "Basic Shading" --engine "Sketch Line Renderer")
+  list(APPEND args --project "${WORK}/Office Tower.proj" --engine "Basic Shading" --engine "Sketch Line Renderer")
 elseif(RUN STREQUAL "asked")
   # No suite library beside it: the user points at one elsewhere. The host's own engines, with
   # the sketch engine already chosen, so that nothing is changed.

@@ -1,0 +1,68 @@
+// ConvertChangeEncoding between every pair of encodings, both lossy settings, with and without
+// terminators and destinations of every interesting size. The fast paths must give exactly what
+// the platform converters give, and a measured size must be the size a conversion then uses.
+#include "FuzzSupport.hpp"
+#include "KF_TextCodec.hpp"
+
+#include "GSTextEncoding.hpp"
+
+#include <string>
+#include <vector>
+
+namespace {
+
+struct Result {
+    long code;
+    std::string bytes;
+    bool operator==(Result const&) const = default;
+};
+
+Result Run(bool fast, bool vector, KF_String::Encoding from, std::vector<char> const& src, long srcBytes,
+           KF_String::Encoding to, long room, bool terminate, bool lossy)
+{
+    detail::text::SetFastPathsEnabled(fast);
+    detail::text::SetVectorPathsEnabled(vector);
+    std::vector<char> dst(room > 0 ? std::size_t(room) : 1, '\x5A');
+    long const code = KF_String::ConvertChangeEncoding(from, src.data(), srcBytes, to, room < 0 ? nullptr : dst.data(),
+                                                       room, terminate, lossy);
+    detail::text::SetFastPathsEnabled(true);
+    detail::text::SetVectorPathsEnabled(true);
+    // Only a successful conversion defines the destination's bytes.
+    return {code, room >= 0 && code > 0 ? std::string(dst.data(), std::size_t(code)) : std::string()};
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
+{
+    textfuzz::Input in(data, size);
+    KF_String::Encoding const from = in.Encoding();
+    KF_String::Encoding const to = in.Encoding();
+    std::uint8_t const flags = in.Byte();
+    bool const lossy = (flags & 1) != 0;
+    bool const terminate = (flags & 2) != 0;
+    bool const terminated = (flags & 4) != 0;  // pass 0 bytes: the source is read to its terminator
+    GS::SetApplicationTextEncoding((flags & 8) != 0 ? GS::AppTextEncoding::MacRoman : GS::AppTextEncoding::UTF8);
+
+    std::vector<char> src(in.Rest(), in.Rest() + in.RestSize());
+    long const srcBytes = terminated ? ((flags & 16) != 0 ? -1 : 0) : long(src.size());
+    src.insert(src.end(), 8, '\0');  // a whole zero unit of every size, wherever the units fall
+
+    Result const measured = Run(true, true, from, src, srcBytes, to, -1, terminate, lossy);
+    textfuzz::Check(measured == Run(false, true, from, src, srcBytes, to, -1, terminate, lossy), "measure: fast vs platform");
+    textfuzz::Check(measured == Run(true, false, from, src, srcBytes, to, -1, terminate, lossy), "measure: vector vs scalar");
+    long const exact = measured.code > 0 ? measured.code : 16;
+    for (long room : {exact, exact - 1, long(0), exact + 7}) {
+        Result const fast = Run(true, true, from, src, srcBytes, to, room, terminate, lossy);
+        textfuzz::Check(fast == Run(false, true, from, src, srcBytes, to, room, terminate, lossy), "convert: fast vs platform");
+        textfuzz::Check(fast == Run(true, false, from, src, srcBytes, to, room, terminate, lossy), "convert: vector vs scalar");
+        if (measured.code >= 0 && room >= measured.code) {
+            textfuzz::Check(fast.code == measured.code, "a measured size is the size used");
+        }
+        if (measured.code >= 0 && room < measured.code) {
+            textfuzz::Check(fast.code == -2, "too small a destination gives -2");
+        }
+    }
+    GS::SetApplicationTextEncoding(GS::AppTextEncoding::UTF8);
+    return 0;
+}

@@ -1,0 +1,36 @@
+// Text helpers shared by the files, settings and communication tests.
+#pragma once
+
+#include "KF/KF_String.hpp"
+
+#include <string>
+
+namespace kftext {
+
+inline KF_String S(std::string const& utf8)
+{
+    return utf8.empty() ? KF_String("", KF_String::Enc_System)
+                        : KF_String(utf8.data(), unsigned(utf8.size()), KF_String::Enc_UTF8);
+}
+
+inline std::string Utf8(KF_String const& text)
+{
+    KF_CString const bytes = text.ToCStr(KF_String::Enc_UTF8);
+    std::string out = bytes.bytes != nullptr ? std::string(bytes.bytes, bytes.length) : std::string();
+    while (!out.empty() && out.back() == '\0') {
+        out.pop_back();
+    }
+    return out;
+}
+
+// Settings and communication files keep every byte with its two halves swapped.
+inline std::string Scrambled(std::string bytes)
+{
+    for (char& c : bytes) {
+        auto const b = static_cast<unsigned char>(c);
+        c = static_cast<char>(static_cast<unsigned char>((b << 4) | (b >> 4)));
+    }
+    return bytes;
+}
+
+} // namespace kftext

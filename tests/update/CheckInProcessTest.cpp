@@ -1,0 +1,235 @@
+// The check and its results dialog with the framework linked into the test, for what the example
+// add-on cannot reach: a malformed own version line, the call contracts, and every state of the
+// dialog's items (add-on "Beam Tools", see AddonConstants.cpp).
+#include "AddonHost.hpp"
+#include "KF_AddonUpdateState.hpp"
+#include "VersionsParse.hpp"
+
+#include "ACAPI.hpp"
+#include "DG.hpp"
+#include "KF/KF_AddonUpdate.hpp"
+#include "KF/KF_Language.hpp"
+#include "kfsdk/HostTable.h"
+
+using namespace kfupdate_test;
+
+namespace {
+
+class CheckInProcess : public ::testing::Test {
+protected:
+    CheckInProcess() : resources_(kfhost::LoadResourceFolder(KF_UPDATE_EXAMPLE_RESOURCES))
+    {
+        kfupd::ServerOptions options;
+        options.root = served_.Path();
+        server_ = std::make_unique<kfupd::UpdateServer>(options);
+        server_->Start();
+        kfhost::HostConfig config;
+        config.updateServer = server_->BaseUrl();
+        host_ = std::make_unique<kftest::InProcessHost>(config);
+        host_->AddResourceFolder(KF_UPDATE_EXAMPLE_RESOURCES);
+        host_->Attach();
+        gKF_Language = 1;
+        detail::sUpdateStatus = 0;
+        detail::sUpdateStatusLib = 0;
+        detail::sHasLibrary = false;
+    }
+    ~CheckInProcess() override
+    {
+        server_->Stop();
+        host_->RunLoop(1.0);
+    }
+
+    void Serve(std::string const& text) { kftest::WriteFile(served_.Path() / "update_plugins/versions16.txt", text); }
+
+    std::string Text(int index, int language = 1) const
+    {
+        std::u16string const* text = resources_.String(static_cast<std::int16_t>(32710 + language),
+                                                       static_cast<std::int16_t>(index));
+        return text != nullptr ? ToUtf8(*text) : "<missing>";
+    }
+
+    // A results dialog filled from the state as it is now.
+    kfhost::Dialog& Results(int status, bool library, int statusLib)
+    {
+        detail::sUpdateStatus = status;
+        detail::sHasLibrary = library;
+        detail::sUpdateAddonLibName = "BeamLib";
+        detail::sUpdateStatusLib = statusLib;
+        short const id = DGModelessInit(ACAPI_GetOwnResModule(), detail::kUpdateResultDialog, ACAPI_GetOwnResModule(),
+                                        detail::KF_AddonUpdate_ResultUpdate_Handler, 0, 0);
+        DGShowModelessDialog(id);
+        kfhost::Dialog* dialog = host_->Host().Dialogs().Find(id);
+        if (dialog == nullptr)
+            throw std::runtime_error("the results dialog was not made");
+        return *dialog;
+    }
+
+    static std::string ItemText(kfhost::Dialog const& d, short item) { return ToUtf8(d.Item(item)->text); }
+    static bool Visible(kfhost::Dialog const& d, short item) { return d.Item(item)->visible; }
+    static bool Enabled(kfhost::Dialog const& d, short item) { return d.Item(item)->enabled; }
+
+    void Check(KF_String const& line, KF_String const& library = KF_String(""))
+    {
+        ASSERT_TRUE(KF_AddonUpdate_CheckForUpdate(0, true, line, library));
+        host_->RunLoop(3.0);
+    }
+
+    kftest::TempFolder served_;
+    std::unique_ptr<kfupd::UpdateServer> server_;
+    std::unique_ptr<kftest::InProcessHost> host_;
+    kfhost::ResourceModule resources_;
+};
+
+std::string Replace(std::string text, std::string const& what, std::string const& by)
+{
+    std::size_t const at = text.find(what);
+    return at == std::string::npos ? text : text.replace(at, what.size(), by);
+}
+
+} // namespace
+
+TEST_F(CheckInProcess, WhileCheckingOnlyTheCancelButtonShows)
+{
+    kfhost::Dialog& d = Results(1, true, 0);
+    EXPECT_EQ(ToUtf8(d.title), "Beam Tools");
+    EXPECT_EQ(d.width, 655);
+    EXPECT_EQ(d.height, 172);
+    for (short item : {1, 4, 5, 6, 7})
+        EXPECT_FALSE(Visible(d, item)) << item;
+    EXPECT_TRUE(Visible(d, 2));
+    EXPECT_EQ(ItemText(d, 2), Text(5));
+}
+
+TEST_F(CheckInProcess, WithoutALibraryOnlyTheAddonIsSpokenOf)
+{
+    kfhost::Dialog& newer = Results(3, false, 1);
+    EXPECT_EQ(ItemText(newer, 4), Text(34));
+    EXPECT_TRUE(Enabled(newer, 5));
+    for (short item : {3, 6, 7})
+        EXPECT_FALSE(Visible(newer, item)) << item;
+    for (short item : {1, 4, 5})
+        EXPECT_TRUE(Visible(newer, item)) << item;
+
+    kfhost::Dialog& current = Results(2, false, 1);
+    EXPECT_EQ(ItemText(current, 4), Text(35));
+    EXPECT_FALSE(Enabled(current, 5));
+}
+
+TEST_F(CheckInProcess, WithALibraryBothAreSpokenOfByName)
+{
+    kfhost::Dialog& newer = Results(3, true, 1);
+    EXPECT_EQ(ItemText(newer, 3), Text(34));
+    EXPECT_EQ(ItemText(newer, 4), Replace(Text(81), "ADDONNAME", "Beam Tools"));
+    EXPECT_EQ(ItemText(newer, 6), Replace(Text(82), "ADDONLIBNAME", "BeamLib"));
+    EXPECT_EQ(ItemText(newer, 7), Text(84));
+    for (short item : {1, 4, 5, 6, 7})
+        EXPECT_TRUE(Visible(newer, item)) << item;
+
+    kfhost::Dialog& current = Results(2, true, 1);
+    EXPECT_EQ(ItemText(current, 3), Text(35));
+    EXPECT_EQ(ItemText(current, 4), Replace(Text(80), "ADDONNAME", "Beam Tools"));
+    EXPECT_FALSE(Enabled(current, 5));
+
+    // Before a result has been shown for the library its page stays "update page" and enabled.
+    kfhost::Dialog& unshown = Results(2, true, 0);
+    EXPECT_EQ(ItemText(unshown, 3), Text(34));
+    EXPECT_EQ(ItemText(unshown, 6), Replace(Text(83), "ADDONLIBNAME", "BeamLib"));
+    EXPECT_EQ(ItemText(unshown, 7), Text(79));
+    EXPECT_TRUE(Enabled(unshown, 7));
+    EXPECT_TRUE(Visible(unshown, 7));
+}
+
+TEST_F(CheckInProcess, TheUpdatePageQueryNamesTheAddonAsItIsAndNeverTheLibrary)
+{
+    gKF_Language = 3;
+    kfhost::Dialog& addon = Results(3, true, 1);
+    ASSERT_TRUE(host_->Run("click 5"));
+    ASSERT_FALSE(host_->Launched().empty());
+    EXPECT_EQ(host_->Launched().back(),
+              (std::vector<std::string>{"xdg-open", server_->BaseUrl() +
+                                                        "/update_plugins/updates.htm?acver=17&lang=3&addon=Beam Tools"}));
+    EXPECT_EQ(host_->Host().Dialogs().Find(addon.id), nullptr);
+
+    Results(3, true, 1);
+    ASSERT_TRUE(host_->Run("click 7"));
+    EXPECT_EQ(host_->Launched().back().back(),
+              server_->BaseUrl() + "/update_plugins/updates.htm?acver=17&lang=3&addon=Beam Tools&lib=Unknown");
+}
+
+TEST_F(CheckInProcess, OnlyTheFourButtonsAct)
+{
+    kfhost::Dialog& d = Results(3, true, 1);
+    using detail::KF_AddonUpdate_ResultUpdate_Handler;
+    EXPECT_EQ(KF_AddonUpdate_ResultUpdate_Handler(DG_MSG_CLICK, d.id, 3, 0, 0), 0);
+    EXPECT_EQ(KF_AddonUpdate_ResultUpdate_Handler(DG_MSG_CLICK, d.id, 6, 0, 0), 0);
+    EXPECT_EQ(KF_AddonUpdate_ResultUpdate_Handler(DG_MSG_CLICK, d.id, -1, 0, 0), -1);
+    EXPECT_EQ(KF_AddonUpdate_ResultUpdate_Handler(DG_MSG_CHANGE, d.id, 5, 0, 0), 0);
+    EXPECT_TRUE(host_->Launched().empty());
+    detail::sUpdateCancelled = false;
+    EXPECT_EQ(KF_AddonUpdate_ResultUpdate_Handler(DG_MSG_CLICK, d.id, 2, 0, 0), 2);
+    EXPECT_TRUE(detail::sUpdateCancelled);
+}
+
+TEST_F(CheckInProcess, AMalformedOwnVersionLineEndsWithTheAlert)
+{
+    Serve("OBT 1.2.1.0 (AC170) 02/09/2013\n");
+    Check(KF_String("OBT 1.2.0.3 15/03/2013"));
+    EXPECT_TRUE(host_->Run("expect alert \"" + Text(33) + "\""));
+    EXPECT_TRUE(host_->Run("expect no-alert"));
+    EXPECT_EQ(server_->RequestTargets().size(), 1u) << "the file is fetched before the line is looked at";
+}
+
+TEST_F(CheckInProcess, CallsThatDoNothing)
+{
+    Serve("OBT 1.2.1.0 (AC170) 02/09/2013\n");
+    EXPECT_FALSE(KF_AddonUpdate_CheckForUpdate(0, true, KF_String(""), KF_String("")));
+    EXPECT_FALSE(KF_AddonUpdate_CheckForUpdate(0, true, KF_String(), KF_String("")));
+    EXPECT_TRUE(KF_AddonUpdate_CheckForUpdate(2, true, KF_String("OBT 1.2.0.3 (AC170) 15/03/2013"), KF_String("")));
+    EXPECT_TRUE(KF_AddonUpdate_AutoUpdate(2, KF_String("OBT 1.2.0.3 (AC170) 15/03/2013"), KF_String("")));
+    host_->RunLoop(0.3);
+    EXPECT_TRUE(server_->RequestTargets().empty());
+    EXPECT_TRUE(ReadSettingsFile(host_->FrameworkFolder() / "BeamTools_10.cfg").empty());
+    EXPECT_TRUE(host_->Run("expect no-alert"));
+}
+
+TEST_F(CheckInProcess, OnlyTheDateDecidesAndTheLastMatchingLineIsRemembered)
+{
+    Serve("OBT 1.0.0.0 (AC170) 01/01/2014\n"
+          "OBT 1.9.0.0 (AC170) 01/01/2012\n"
+          "Lib 01-01-2020\n"
+          "OBT 2.0.0.0 (AC170) 01/01/2020\n");
+    Check(KF_String("OBT 1.2.0.3 (AC170) 15/03/2013"));
+    EXPECT_EQ(detail::sUpdateStatus, 3);
+    EXPECT_EQ(Utf8(detail::sServerAddonVersion), "OBT 1.9.0.0 (AC170) 01/01/2012");
+    EXPECT_EQ(Utf8(detail::sServerAddonLibVersion), "???");
+
+    Serve("OBT 1.2.0.3 (AC160) 01/01/2014\n");
+    Check(KF_String("OBT 1.2.0.3 (AC170) 15/03/2013"));
+    EXPECT_EQ(detail::sUpdateStatus, 2);
+    EXPECT_EQ(Utf8(detail::sServerAddonVersion), "???");
+}
+
+TEST_F(CheckInProcess, ReadVersionsFileReadsTheCopyInTheFrameworkFolder)
+{
+    KF_List<KF_AddonUpdate_Message> messages;
+    KF_List<KF_AddonUpdate_Addon> addons;
+    KF_List<KF_AddonUpdate_Library> libraries;
+    EXPECT_FALSE(KF_AddonUpdate_ReadVersionsFile(messages, addons, libraries)) << "no copy yet";
+
+    std::filesystem::path const copy = host_->FrameworkFolder() / "__updcf__.tmp";
+    kftest::WriteFile(copy, "");
+    EXPECT_TRUE(KF_AddonUpdate_ReadVersionsFile(messages, addons, libraries));
+    EXPECT_EQ(addons.GetCount(), 0);
+
+    kftest::WriteFile(copy, "MESSAGE\nLib 01-01-2013\nOBT 1.2.1.0 (AC170) 02/09/2013 int\n# Grüße\n");
+    EXPECT_TRUE(KF_AddonUpdate_ReadVersionsFile(messages, addons, libraries));
+    ASSERT_EQ(addons.GetCount(), 1);
+    EXPECT_EQ(Utf8(addons[0].text), "Grüße") << "the copy is read as UTF-8";
+    EXPECT_EQ(messages.GetCount(), 1);
+    EXPECT_EQ(libraries.GetCount(), 1);
+    EXPECT_TRUE(std::filesystem::exists(copy)) << "reading leaves the copy in place";
+
+    host_->Faults().Fail(kfhost::FileOp::Read, "*__updcf__.tmp", KF_IOERR_ERROR);
+    EXPECT_TRUE(KF_AddonUpdate_ReadVersionsFile(messages, addons, libraries)) << "an unreadable copy counts as empty";
+    EXPECT_EQ(addons.GetCount(), 1);
+}

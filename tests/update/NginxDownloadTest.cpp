@@ -1,0 +1,136 @@
+// The downloader against a real web server: nginx on loopback, started by the test with a
+// configuration, prefix and port of its own (no root needed). Skipped when nginx is absent.
+#include "DownloadHarness.hpp"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <thread>
+
+extern char** environ;
+
+using namespace kfupdate_test;
+
+namespace {
+
+std::string FindNginx()
+{
+    for (char const* candidate : {"/usr/sbin/nginx", "/usr/local/sbin/nginx", "/usr/bin/nginx"})
+        if (::access(candidate, X_OK) == 0)
+            return candidate;
+    return {};
+}
+
+int FreePort()
+{
+    int const s = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    ::bind(s, reinterpret_cast<sockaddr*>(&address), sizeof address);
+    ::getsockname(s, reinterpret_cast<sockaddr*>(&address), &length);
+    ::close(s);
+    return ntohs(address.sin_port);
+}
+
+bool Accepts(int port)
+{
+    int const s = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<std::uint16_t>(port));
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    bool const ok = ::connect(s, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+    ::close(s);
+    return ok;
+}
+
+class NginxDownload : public DownloadTest {
+protected:
+    void SetUp() override
+    {
+        std::string const nginx = FindNginx();
+        if (nginx.empty())
+            GTEST_SKIP() << "nginx is not installed (Debian: nginx-light); the real-server checks are skipped";
+        prefix_ = host_->TempDir() / "nginx";
+        std::filesystem::create_directories(prefix_ / "tmp");
+        std::filesystem::create_directories(prefix_ / "www");
+        port_ = FreePort();
+        std::string const p = prefix_.string();
+        kftest::WriteFile(prefix_ / "nginx.conf",
+                          "daemon off;\nmaster_process off;\nworker_processes 1;\n"
+                          "pid " + p + "/nginx.pid;\nerror_log " + p + "/error.log;\n"
+                          "events { worker_connections 32; }\n"
+                          "http {\n  access_log off;\n"
+                          "  client_body_temp_path " + p + "/tmp/body;\n  proxy_temp_path " + p + "/tmp/proxy;\n"
+                          "  fastcgi_temp_path " + p + "/tmp/fastcgi;\n  uwsgi_temp_path " + p + "/tmp/uwsgi;\n"
+                          "  scgi_temp_path " + p + "/tmp/scgi;\n"
+                          "  types { text/plain txt; }\n"
+                          "  server {\n    listen 127.0.0.1:" + std::to_string(port_) + ";\n"
+                          "    root " + p + "/www;\n"
+                          "    location = /old/versions16.txt { return 302 /update_plugins/versions16.txt; }\n"
+                          "  }\n}\n");
+        std::string const errors = p + "/startup.log";
+        std::string const conf = p + "/nginx.conf";
+        char const* argv[] = {nginx.c_str(), "-e", errors.c_str(), "-p", p.c_str(), "-c", conf.c_str(), nullptr};
+        ASSERT_EQ(::posix_spawn(&pid_, nginx.c_str(), nullptr, nullptr, const_cast<char**>(argv), environ), 0);
+        auto const until = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+        while (!Accepts(port_) && std::chrono::steady_clock::now() < until)
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        ASSERT_TRUE(Accepts(port_)) << "nginx did not start: " << kftest::ReadFile(prefix_ / "error.log")
+                                    << kftest::ReadFile(errors);
+    }
+
+    void TearDown() override
+    {
+        if (pid_ > 0) {
+            ::kill(pid_, SIGTERM);
+            int status = 0;
+            ::waitpid(pid_, &status, 0);
+        }
+    }
+
+    std::string NginxUrl(std::string const& path) const { return "http://127.0.0.1:" + std::to_string(port_) + path; }
+
+    std::filesystem::path prefix_;
+    int port_ = 0;
+    pid_t pid_ = 0;
+};
+
+std::string VersionsFile()
+{
+    std::string text = "OBT 1.2.1.0 (AC170) 02/09/2013 ita int\n";
+    while (text.size() < 40000)
+        text += "# A long release note that makes the file span several blocks.\n";
+    return text;
+}
+
+} // namespace
+
+TEST_F(NginxDownload, FetchesAFile)
+{
+    kftest::WriteFile(prefix_ / "www/update_plugins/versions16.txt", VersionsFile());
+    Recorder& r = NewRecorder();
+    ASSERT_TRUE(Start(NginxUrl("/update_plugins/versions16.txt"), r));
+    ASSERT_TRUE(RunUntil([&] { return r.Ended(); }));
+    EXPECT_EQ(r.Story(), "Opened Data Done");
+    EXPECT_EQ(kftest::ReadFile(r.target), VersionsFile());
+}
+
+TEST_F(NginxDownload, FollowsItsRedirect)
+{
+    kftest::WriteFile(prefix_ / "www/update_plugins/versions16.txt", VersionsFile());
+    Recorder& r = NewRecorder();
+    ASSERT_TRUE(Start(NginxUrl("/old/versions16.txt"), r));
+    ASSERT_TRUE(RunUntil([&] { return r.Ended(); }));
+    EXPECT_EQ(r.Story(), "Opened Data Done");
+    EXPECT_EQ(kftest::ReadFile(r.target), VersionsFile());
+}

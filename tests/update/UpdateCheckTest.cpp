@@ -1,0 +1,304 @@
+// The update check end to end: the example add-on in the host, its menu, its versions file on a
+// loopback server, its results dialog, alerts and settings.
+#include "AddonHost.hpp"
+#include "DownloadHarness.hpp"
+
+#include "kfsdk/HostTable.h"
+
+#include <algorithm>
+
+using namespace kfupdate_test;
+
+namespace {
+
+// The example add-on is "OBT 1.2.0.3 (AC170) 15/03/2013" with the library "OrvellaBeamLib".
+constexpr char kName[] = "Orvella Beam Tools";
+constexpr char kNewer[] = "* newest releases\n"
+                          "MESSAGE 01/01/2013\n# Hello http://example.invalid/\n"
+                          "OrvellaBeamLib 15-02-2013\n"
+                          "OBT 1.2.1.0 (AC170) 02/09/2013 ita int\n# Faster.\n";
+// Lines that match the add-on but are not newer, or are newer but do not match it.
+constexpr char kNothingNewer[] = "OBT 1.9.9.9 (AC170) 14/03/2013\n"
+                                 "OBT 1.2.0.3 (AC170) 15/03/2013\n"
+                                 "OBT 2.0.0.0 (AC170) 01/01/2014\n"
+                                 "OBT 1.3.0.0 (AC160) 01/01/2014\n"
+                                 "obt 1.3.0.0 (AC170) 01/01/2014\n"
+                                 "OBT 1.3.0.0 (AC1700) 01/01/2014\n";
+
+std::string With(std::string text, std::string const& what, std::string const& by)
+{
+    for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + by.size()))
+        text.replace(at, what.size(), by);
+    return text;
+}
+
+bool Visible(kfhost::Dialog const& d, short item) { return d.Item(item) != nullptr && d.Item(item)->visible; }
+bool Enabled(kfhost::Dialog const& d, short item) { return d.Item(item) != nullptr && d.Item(item)->enabled; }
+
+long Number(std::string const& text) { return text.empty() ? 0 : std::stol(text); }
+
+class UpdateCheck : public AddonHost {
+protected:
+    bool AlertPending()
+    {
+        auto const& lines = host_->Transcript();
+        return std::any_of(lines.begin(), lines.end(), [](std::string const& l) { return l.rfind("alert ", 0) == 0; });
+    }
+    std::vector<std::string> LastLaunch() const
+    {
+        auto const& launched = host_->Launched();
+        return launched.empty() ? std::vector<std::string>{} : launched.back();
+    }
+    bool CheckedRecently()
+    {
+        long const stored = Number(OwnSettings()[LastCheckKey()]);
+        return std::labs(stored - static_cast<long>(std::time(nullptr))) < 120;
+    }
+};
+
+} // namespace
+
+TEST_F(UpdateCheck, UserCheckShowsANewerReleaseAndOpensItsUpdatePage)
+{
+    ServeVersions(kNewer);
+    ASSERT_NO_FATAL_FAILURE(Load());
+    ASSERT_EQ(Menu(kCheckNow), KF_NOERROR);
+    kfhost::Dialog* pending = OpenResults();
+    ASSERT_NE(pending, nullptr) << "the dialog is made when the download starts";
+    EXPECT_FALSE(pending->visible);
+    for (short item : {1, 4, 5, 6, 7})
+        EXPECT_FALSE(Visible(*pending, item)) << "item " << item << " waits for the result";
+
+    ASSERT_TRUE(RunUntil([&] { return ShownResults() != nullptr; }));
+    kfhost::Dialog& d = *ShownResults();
+    EXPECT_EQ(ToUtf8(d.title), kName);
+    EXPECT_EQ(d.width, 655);
+    EXPECT_EQ(d.height, 172);
+    EXPECT_EQ(ItemText(d, 1), Text(37));
+    EXPECT_EQ(ItemText(d, 2), Text(5));
+    EXPECT_EQ(ItemText(d, 3), Text(34));
+    EXPECT_EQ(ItemText(d, 4), With(Text(81), "ADDONNAME", kName));
+    EXPECT_EQ(ItemText(d, 5), Text(79));
+    EXPECT_EQ(ItemText(d, 6), With(Text(82), "ADDONLIBNAME", "OrvellaBeamLib"));
+    EXPECT_EQ(ItemText(d, 7), Text(84));
+    for (short item : {1, 2, 4, 5, 6, 7})
+        EXPECT_TRUE(Visible(d, item)) << "item " << item;
+    EXPECT_TRUE(Enabled(d, 5));
+    EXPECT_TRUE(host_->Host().modelessWindows.count(d.id)) << "registered as a modeless window";
+
+    EXPECT_FALSE(std::filesystem::exists(VersionsCopy())) << "the copy is deleted after the comparison";
+    EXPECT_TRUE(CheckedRecently());
+    EXPECT_TRUE(NoAlert());
+
+    short const id = d.id;
+    ASSERT_TRUE(host_->Run("click 5"));
+    EXPECT_EQ(LastLaunch(), (std::vector<std::string>{
+                                "xdg-open", server_->BaseUrl() +
+                                                "/update_plugins/updates.htm?acver=17&lang=1&addon=Orvella Beam Tools"}));
+    EXPECT_EQ(OpenResults(), nullptr);
+    EXPECT_FALSE(host_->Host().modelessWindows.count(id)) << "closing unregisters the window";
+}
+
+TEST_F(UpdateCheck, UserCheckWithNothingNewerSaysSoAndTheLibraryPageNamesNoLibrary)
+{
+    ServeVersions(kNothingNewer);
+    ASSERT_NO_FATAL_FAILURE(Load());
+    Menu(kCheckNow);
+    ASSERT_TRUE(RunUntil([&] { return ShownResults() != nullptr; }));
+    kfhost::Dialog& d = *ShownResults();
+    EXPECT_EQ(ItemText(d, 3), Text(35));
+    EXPECT_EQ(ItemText(d, 4), With(Text(80), "ADDONNAME", kName));
+    EXPECT_FALSE(Enabled(d, 5)) << "nothing to update to";
+    EXPECT_TRUE(Enabled(d, 7));
+
+    ASSERT_TRUE(host_->Run("click 7"));
+    EXPECT_EQ(LastLaunch().back(),
+              server_->BaseUrl() + "/update_plugins/updates.htm?acver=17&lang=1&addon=Orvella Beam Tools&lib=Unknown");
+}
+
+TEST_F(UpdateCheck, WebSiteAndCancelButtonsCloseTheDialog)
+{
+    ServeVersions(kNewer);
+    ASSERT_NO_FATAL_FAILURE(Load());
+    Menu(kCheckNow);
+    ASSERT_TRUE(RunUntil([&] { return ShownResults() != nullptr; }));
+    ASSERT_TRUE(host_->Run("click 1"));
+    EXPECT_EQ(LastLaunch().back(), server_->BaseUrl() + "/");
+    EXPECT_EQ(OpenResults(), nullptr);
+
+    std::size_t const launches = host_->Launched().size();
+    Menu(kCheckNow);
+    ASSERT_TRUE(RunUntil([&] { return ShownResults() != nullptr; }));
+    ASSERT_TRUE(host_->Run("click 2"));
+    EXPECT_EQ(OpenResults(), nullptr);
+    EXPECT_EQ(host_->Launched().size(), launches);
+}
+
+TEST_F(UpdateCheck, AGermanUserReadsGermanAndTheQueryCarriesTheLanguage)
+{
+    WriteSharedSettings({{"Language_str", "ger"}});
+    ServeVersions(kNewer);
+    ASSERT_NO_FATAL_FAILURE(Load());
+    Menu(kCheckNow);
+    ASSERT_TRUE(RunUntil([&] { return ShownResults() != nullptr; }));
+    EXPECT_EQ(ItemText(*ShownResults(), 4), With(Text(81, 3), "ADDONNAME", kName));
+    ASSERT_TRUE(host_->Run("click 5"));
+    EXPECT_EQ(LastLaunch().back(),
+              server_->BaseUrl() + "/update_plugins/updates.htm?acver=17&lang=3&addon=Orvella Beam Tools");
+}
+
+TEST_F(UpdateCheck, AnErrorPageIsNothingNewer)
+{
+    // Nothing is served at the versions file's path: the server's 404 page arrives instead.
+    ASSERT_NO_FATAL_FAILURE(Load());
+    Menu(kCheckNow);
+    ASSERT_TRUE(RunUntil([&] { return ShownResults() != nullptr; }));
+    EXPECT_EQ(ItemText(*ShownResults(), 3), Text(35));
+    EXPECT_TRUE(NoAlert());
+}
+
+TEST_F(UpdateCheck, TheFirstAutomaticCallOnlySwitchesCheckingOn)
+{
+    ServeVersions(kNewer);
+    ASSERT_NO_FATAL_FAILURE(Load());
+    EXPECT_TRUE(MenuChecked(kAutoCheck)) << "a missing setting counts as on";
+    Menu(kAbout);
+    EXPECT_TRUE(AlertShown("OBT 1.2.0.3 (AC170) 15/03/2013"));
+    host_->RunLoop(0.3);
+    EXPECT_EQ(OwnSettings()["AutoUpdate"], "1");
+    EXPECT_EQ(OwnSettings().count(LastCheckKey()), 0u);
+    EXPECT_TRUE(server_->RequestTargets().empty());
+}
+
+TEST_F(UpdateCheck, AnAutomaticCheckWithinFourteenDaysDoesNothing)
+{
+    std::string const last = DaysAgo(13.9);
+    WriteOwnSettings({{"AutoUpdate", "1"}, {LastCheckKey(), last}});
+    ServeVersions(kNewer);
+    ASSERT_NO_FATAL_FAILURE(Load());
+    Menu(kAbout);
+    host_->RunLoop(0.3);
+    EXPECT_TRUE(server_->RequestTargets().empty());
+    EXPECT_EQ(OpenResults(), nullptr);
+    EXPECT_EQ(OwnSettings()[LastCheckKey()], last);
+}
+
+TEST_F(UpdateCheck, AnAutomaticCheckAfterFourteenDaysShowsANewerRelease)
+{
+    WriteOwnSettings({{"AutoUpdate", "1"}, {LastCheckKey(), DaysAgo(14.01)}});
+    ServeVersions(kNewer);
+    ASSERT_NO_FATAL_FAILURE(Load());
+    Menu(kAbout);
+    ASSERT_TRUE(RunUntil([&] { return ShownResults() != nullptr; }));
+    EXPECT_EQ(ItemText(*ShownResults(), 4), With(Text(81), "ADDONNAME", kName));
+    EXPECT_TRUE(Enabled(*ShownResults(), 5));
+    EXPECT_TRUE(CheckedRecently());
+    EXPECT_EQ(server_->RequestTargets(), (std::vector<std::string>{"/update_plugins/versions16.txt"}));
+}
+
+TEST_F(UpdateCheck, AnAutomaticCheckWithNothingNewerStaysSilent)
+{
+    WriteOwnSettings({{"AutoUpdate", "1"}});
+    ServeVersions(kNothingNewer);
+    ASSERT_NO_FATAL_FAILURE(Load());
+    Menu(kAbout);
+    ASSERT_TRUE(RunUntil([&] { return !server_->RequestTargets().empty() && !std::filesystem::exists(VersionsCopy()); }));
+    host_->RunLoop(0.2);
+    EXPECT_EQ(ShownResults(), nullptr);
+    EXPECT_TRUE(AlertShown("OBT 1.2.0.3 (AC170) 15/03/2013"));
+    EXPECT_TRUE(NoAlert());
+    EXPECT_TRUE(CheckedRecently());
+}
+
+class UpdateCheckSwitchedOff : public UpdateCheck, public ::testing::WithParamInterface<char const*> {};
+
+TEST_P(UpdateCheckSwitchedOff, NeverChecksAndLeavesTheMarkOff)
+{
+    WriteOwnSettings({{"AutoUpdate", GetParam()}});
+    ServeVersions(kNewer);
+    ASSERT_NO_FATAL_FAILURE(Load());
+    EXPECT_FALSE(MenuChecked(kAutoCheck));
+    Menu(kAbout);
+    host_->RunLoop(0.3);
+    EXPECT_TRUE(server_->RequestTargets().empty());
+    EXPECT_EQ(OwnSettings()["AutoUpdate"], GetParam());
+}
+
+INSTANTIATE_TEST_SUITE_P(OffOrUnknown, UpdateCheckSwitchedOff, ::testing::Values("0", "2", "yes"));
+
+TEST_F(UpdateCheck, TheMenuItemTogglesTheMarkAndTheSetting)
+{
+    ServeVersions(kNewer);
+    ASSERT_NO_FATAL_FAILURE(Load());
+    ASSERT_TRUE(MenuChecked(kAutoCheck));
+    Menu(kAutoCheck);
+    EXPECT_FALSE(MenuChecked(kAutoCheck));
+    EXPECT_EQ(OwnSettings()["AutoUpdate"], "0");
+    Menu(kAutoCheck);
+    EXPECT_TRUE(MenuChecked(kAutoCheck));
+    EXPECT_EQ(OwnSettings()["AutoUpdate"], "1");
+    host_->RunLoop(0.3);
+    EXPECT_TRUE(server_->RequestTargets().empty()) << "switching off on first use leaves no check behind";
+}
+
+// Every failure the user sees is the one alert with string 33.
+class UpdateCheckFailure : public UpdateCheck {
+protected:
+    void ExpectOneAlert()
+    {
+        ASSERT_TRUE(RunUntil([&] { return AlertPending(); }, 5.0));
+        EXPECT_TRUE(AlertShown(Text(33)));
+        EXPECT_TRUE(NoAlert());
+    }
+};
+
+TEST_F(UpdateCheckFailure, ADownloadThatCannotStart)
+{
+    ASSERT_NO_FATAL_FAILURE(Load("ftp://127.0.0.1:9"));
+    Menu(kCheckNow);
+    ExpectOneAlert();
+    EXPECT_EQ(OpenResults(), nullptr);
+    EXPECT_EQ(OwnSettings().count(LastCheckKey()), 0u) << "a check that never started does not count";
+}
+
+TEST_F(UpdateCheckFailure, ARefusedConnectionClosesTheDialog)
+{
+    std::string const gone = server_->BaseUrl();
+    server_->Stop();
+    ASSERT_NO_FATAL_FAILURE(Load(gone));
+    Menu(kCheckNow);
+    ExpectOneAlert();
+    EXPECT_EQ(OpenResults(), nullptr);
+    EXPECT_TRUE(CheckedRecently()) << "a failed check counts for the interval";
+}
+
+TEST_F(UpdateCheckFailure, AResetInTheMiddleOfTheFile)
+{
+    ResettingServer resetting(5000, 100);
+    ASSERT_NO_FATAL_FAILURE(Load("127.0.0.1:" + std::to_string(resetting.Port())));
+    Menu(kCheckNow);
+    ExpectOneAlert();
+    EXPECT_EQ(OpenResults(), nullptr);
+}
+
+TEST_F(UpdateCheckFailure, AServerThatNeverAnswersWithinTheLimit)
+{
+    WriteOwnSettings({{"AutoUpdate", "1"}});
+    ASSERT_NO_FATAL_FAILURE(Load(server_->BaseUrl() + "/test/hang"));
+    Menu(kAbout);  // an automatic check fails aloud too
+    EXPECT_TRUE(AlertShown("OBT 1.2.0.3 (AC170) 15/03/2013"));
+    host_->ClearTranscript();
+    ExpectOneAlert();
+    EXPECT_EQ(OpenResults(), nullptr);
+}
+
+TEST_F(UpdateCheckFailure, ACopyThatCannotBeOpenedAfterTheDownload)
+{
+    ServeVersions(kNewer);
+    ASSERT_NO_FATAL_FAILURE(Load(server_->BaseUrl() + "/test/slow"));
+    Menu(kCheckNow);
+    ASSERT_TRUE(RunUntil([&] { return std::filesystem::exists(VersionsCopy()); }));
+    host_->Faults().Fail(kfhost::FileOp::Open, "*__updcf__.tmp", KF_IOERR_ACCESSDENIED);
+    ExpectOneAlert();
+    EXPECT_EQ(ShownResults(), nullptr);
+}
