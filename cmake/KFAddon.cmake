@@ -34,6 +34,9 @@ function(kf_add_addon)
     VISIBILITY_INLINES_HIDDEN ON)
   # Undefined symbols are errors at link time, not at dlopen time.
   target_link_options(${ARG_NAME} PRIVATE LINKER:--no-undefined)
+  # No "unique" global symbols: one would keep the bundle mapped after dlclose (static objects
+  # must be destroyed at unload). Static libraries linked in need the same flag.
+  target_compile_options(${ARG_NAME} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
   if(COMMAND kf_set_warnings)
     kf_set_warnings(${ARG_NAME})
   endif()

@@ -84,7 +84,13 @@ fi
 
 common=(--addon "$BUNDLE" --framework-folder "$FRAMEWORK" "${update_args[@]}" "${host_args[@]}")
 
-if [[ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]] && "$HOST" --help 2>/dev/null | grep -q -- '--gui'; then
+# Whether this kfhost has windows: one built without Qt says so at once (the probe loads nothing).
+has_windows() {
+  "$HOST" --help 2>/dev/null | grep -q -- '--gui' || return 1
+  ! "$HOST" --gui --screenshot "$STATE/no-such-folder" 2>&1 | grep -q 'built without Qt'
+}
+
+if [[ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]] && has_windows; then
   say "opening Orvella Forge in the host's windows (framework folder ${FRAMEWORK#"$ROOT/"})"
   set +e
   "$HOST" --gui "${common[@]}"

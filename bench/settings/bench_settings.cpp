@@ -103,6 +103,38 @@ void BM_IfstreamRead(benchmark::State& state)
 }
 BENCHMARK(BM_IfstreamRead)->Unit(benchmark::kMicrosecond);
 
+// The parts of a load without the file: the byte-level parse alone, then with the conversions of
+// every name and value into the store's list.
+void CountEntry(std::string_view, std::string_view, void* count)
+{
+    ++*static_cast<long*>(count);
+}
+
+void BM_ParseBytesOnly(benchmark::State& state)
+{
+    Fixture& f = Shared();
+    for (auto _ : state) {
+        std::string plain = f.bytes;
+        detail::KF_Settings_SwapHalves(plain.data(), plain.size());
+        long count = 0;
+        benchmark::DoNotOptimize(detail::KF_Settings_ParsePlain(plain.data(), plain.size(), CountEntry, &count));
+        benchmark::DoNotOptimize(count);
+    }
+    state.SetBytesProcessed(std::int64_t(state.iterations()) * std::int64_t(f.bytes.size()));
+}
+BENCHMARK(BM_ParseBytesOnly)->Unit(benchmark::kMicrosecond);
+
+void BM_ParseIntoList(benchmark::State& state)
+{
+    Fixture& f = Shared();
+    for (auto _ : state) {
+        KF_List<KF_Setting> list;
+        benchmark::DoNotOptimize(detail::KF_Settings_ParseFile(f.bytes.data(), f.bytes.size(), list));
+    }
+    state.SetBytesProcessed(std::int64_t(state.iterations()) * std::int64_t(f.bytes.size()));
+}
+BENCHMARK(BM_ParseIntoList)->Unit(benchmark::kMicrosecond);
+
 void BM_SettingsSave(benchmark::State& state)
 {
     Fixture& f = Shared();

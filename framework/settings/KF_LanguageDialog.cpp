@@ -53,7 +53,7 @@ void FillLanguageList(short dialID)
         sLanguageRows.AddData(language, -1);
         DGListInsertItem(dialID, kLanguageList, DG_LIST_BOTTOM);
         short const row = DGListGetItemCount(dialID, kLanguageList);
-        DGListSetTabItemText(dialID, kLanguageList, row, 1, GS::UniString());
+        DGListSetItemText(dialID, kLanguageList, row, GS::UniString());
         DGListSetItemIcon(dialID, kLanguageList, row, icons, static_cast<short>(kFirstLanguageIcon + language));
     }
     DGEnableDraw(dialID, kLanguageList);

@@ -16,6 +16,8 @@ namespace {
 constexpr double kDownloadLimitSeconds = 60.0;
 // Data is moved in blocks of at most this size, straight into the file.
 constexpr std::size_t kBlockSize = 16384;
+// libcurl may hand over several blocks at a time; each is still written and reported on its own.
+constexpr std::size_t kReceiveSize = 4 * kBlockSize;
 
 struct URLDownloadParams : detail::KF_CurlTransfer {
     KF_URL_CallBack callback = nullptr;
@@ -173,7 +175,7 @@ CURL* MakeRequest(URLDownloadParams* params)
         curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "") == CURLE_OK &&
         curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L) == CURLE_OK &&
         curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, limit > 0 ? limit : 1L) == CURLE_OK &&
-        curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, long(kBlockSize)) == CURLE_OK &&
+        curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, long(kReceiveSize)) == CURLE_OK &&
         curl_easy_setopt(easy, CURLOPT_PREREQFUNCTION, Connected) == CURLE_OK &&
         curl_easy_setopt(easy, CURLOPT_PREREQDATA, params) == CURLE_OK &&
         curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, Received) == CURLE_OK &&

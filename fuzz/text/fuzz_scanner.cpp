@@ -4,6 +4,7 @@
 
 #include "KF/KF_Text_Scanner.hpp"
 
+#include <string>
 #include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
@@ -16,8 +17,10 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         ops.push_back(in.Byte());
     }
     // Latin-1 makes every byte one unit; the last byte of the ops picks UTF-16 units instead.
-    char const* rest = reinterpret_cast<char const*>(in.Rest());
-    unsigned int const restSize = unsigned(in.RestSize());
+    // A terminated copy: a length of 0 means "up to the terminator" to the constructor below.
+    std::string const restText(reinterpret_cast<char const*>(in.Rest()), in.RestSize());
+    char const* rest = restText.c_str();
+    unsigned int const restSize = unsigned(restText.size());
     KF_String text;
     if (!ops.empty() && (ops.back() & 1) != 0) {
         std::vector<unsigned short> units(restSize / 2);

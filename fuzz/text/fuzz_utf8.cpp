@@ -22,6 +22,10 @@ bool PlatformSaysUtf8(std::uint8_t const* bytes, std::size_t size)
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
 {
+    if (size == 0) {
+        textfuzz::Check(KF_String::IsUTF8("", 0u, false) && !KF_String::IsUTF8("", 0u, true), "the empty text");
+        return 0;
+    }
     std::vector<std::uint8_t> const bytes(data, data + size);
     char const* const text = reinterpret_cast<char const*>(bytes.data());
     unsigned int const n = unsigned(size);

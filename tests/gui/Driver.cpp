@@ -30,7 +30,14 @@ void Driver::Run(const std::function<void()>& start, std::vector<Step> steps, do
         QTimer::singleShot(5, &done, pass);
         if (!expired && deadline.hasExpired()) {
             expired = true;
-            ADD_FAILURE() << "gave up at step " << (total - pending.size() + 1) << " of " << total;
+            std::string tail;
+            const auto& lines = host_.Log().Lines();
+            for (std::size_t i = lines.size() > 12 ? lines.size() - 12 : 0; i < lines.size(); ++i)
+                tail += "\n  " + lines[i];
+            QWidget* modal = QApplication::activeModalWidget();
+            ADD_FAILURE() << "gave up at step " << (total - pending.size() + 1) << " of " << total
+                          << "; modal window: " << (modal ? modal->metaObject()->className() : "none")
+                          << "; transcript ends:" << tail;
             pending.clear();
         }
         if (expired) {

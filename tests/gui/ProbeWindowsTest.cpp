@@ -217,6 +217,11 @@ TEST_F(ProbeWindows, FileAndFolderDialogsAreQtFileDialogs)
             EXPECT_EQ(dialog->windowTitle(), "Pick a file");
             EXPECT_EQ(dialog->nameFilters(), QStringList{"Text file (*.txt)"}) << "from the registered file type";
             dialog->selectFile(path);
+        }),
+        Do([&] {
+            auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+            ASSERT_NE(dialog, nullptr);
+            EXPECT_EQ(dialog->selectedFiles(), QStringList{path});
             static_cast<QDialog*>(dialog)->accept();
         }),
         [&] { return kfgui::Driver::ModalButton("OK") != nullptr; },

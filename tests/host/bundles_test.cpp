@@ -128,3 +128,26 @@ TEST(Bundles, DisabledAndUnregisteredMenusAreNotDelivered)
 }
 
 } // namespace
+
+namespace {
+
+bool Mapped(const std::string& library)
+{
+    return kftest::ReadFile("/proc/self/maps").find(library) != std::string::npos;
+}
+
+// Unloading must really unload: the add-on's static objects are destroyed at unload, not at exit.
+TEST(Bundles, UnloadingRemovesTheLibraryFromTheProcess)
+{
+    kftest::TempFolder temp;
+    {
+        kfhost::Host host(Config(temp));
+        ASSERT_TRUE(host.LoadBundle(kAddOns / "ProbeB.bundle").Loaded());
+        EXPECT_TRUE(Mapped("ProbeB.so"));
+        host.UnloadAll();
+        EXPECT_TRUE(host.AddOns().empty());
+    }
+    EXPECT_FALSE(Mapped("ProbeB.so"));
+}
+
+} // namespace

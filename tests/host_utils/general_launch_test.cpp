@@ -68,6 +68,9 @@ TEST_F(LaunchTest, AWebAddressIsCutAt255Bytes)
     EXPECT_TRUE(KF_General::LaunchURLByPath(K(longAddress)));
     EXPECT_EQ(Last(), (Argv{"xdg-open", longAddress.substr(0, 255)}));
     EXPECT_FALSE(KF_General::LaunchURLByPath(KF_String()));
+    // Never an option of the opener.
+    EXPECT_TRUE(KF_General::LaunchURLByPath(K("--manual")));
+    EXPECT_EQ(Last(), (Argv{"xdg-open", "./--manual"}));
 }
 
 // With launching on, the opener really runs: a stand-in opener on PATH writes down the

@@ -1,7 +1,4 @@
 #include "KF/KF_List.hpp"
-#include "KF/KF_String.hpp"
-
-#include "TextTestSupport.hpp"
 
 #include <gtest/gtest.h>
 
@@ -232,18 +229,4 @@ TEST_F(ListTest, FailedShrinkAndResizeAlsoDropTheStore)
     EXPECT_EQ(none.store, nullptr) << "even the first, empty block can fail";
     none.AddData(1, -1);
     EXPECT_EQ(none.count, 0);
-}
-
-TEST_F(ListTest, StringElementsSurviveRelocation)
-{
-    KF_List<KF_String> list;
-    for (int i = 0; i < 100; ++i) {
-        list.AddData(KF_String::LongToString(i, 0), 0);
-    }
-    ASSERT_EQ(list.count, 100);
-    EXPECT_EQ(texttest::U(list[0]), u"99");
-    EXPECT_EQ(texttest::U(list[99]), u"0");
-    list.MoveData(99, 0);
-    EXPECT_EQ(texttest::U(list[0]), u"0");
-    EXPECT_EQ(texttest::U(list[1]), u"99");
 }

@@ -1,5 +1,7 @@
 #include "AddonHost.hpp"
 
+#include "KF/KF_String.hpp"
+
 #include <chrono>
 #include <fstream>
 #include <sstream>
@@ -43,28 +45,9 @@ std::map<std::string, std::string> ReadSettingsFile(fs::path const& file)
 
 std::string ToUtf8(std::u16string const& text)
 {
-    std::string out;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        char32_t c = text[i];
-        if (c >= 0xD800 && c < 0xDC00 && i + 1 < text.size())
-            c = 0x10000 + ((c - 0xD800) << 10) + (text[++i] - 0xDC00);
-        if (c < 0x80) {
-            out += static_cast<char>(c);
-        } else if (c < 0x800) {
-            out += static_cast<char>(0xC0 | (c >> 6));
-            out += static_cast<char>(0x80 | (c & 0x3F));
-        } else if (c < 0x10000) {
-            out += static_cast<char>(0xE0 | (c >> 12));
-            out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-            out += static_cast<char>(0x80 | (c & 0x3F));
-        } else {
-            out += static_cast<char>(0xF0 | (c >> 18));
-            out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-            out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-            out += static_cast<char>(0x80 | (c & 0x3F));
-        }
-    }
-    return out;
+    KF_CString const utf8 = KF_String(reinterpret_cast<unsigned short const*>(text.data()),
+                                      static_cast<unsigned int>(text.size())).ToCStr(KF_String::Enc_UTF8);
+    return utf8.bytes != nullptr ? std::string(utf8.bytes) : std::string();
 }
 
 AddonHost::AddonHost() : resources_(kfhost::LoadResourceFolder(KF_UPDATE_EXAMPLE_RESOURCES))

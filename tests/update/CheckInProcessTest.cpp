@@ -88,55 +88,54 @@ std::string Replace(std::string text, std::string const& what, std::string const
 
 } // namespace
 
-TEST_F(CheckInProcess, WhileCheckingOnlyTheCancelButtonShows)
+// Every state of the item table: status (1 checking, 2 nothing newer, 3 newer), library or not,
+// whether a result was shown for the library; then the texts by string index (0: not checked)
+// and which items show (1 to 7, "-" hidden) and whether item 5 is enabled.
+struct DialogState {
+    int status;
+    bool library;
+    int statusLib;
+    int item3, item4, item6, item7;
+    char const* shown;
+    bool addonPageEnabled;
+};
+
+TEST_F(CheckInProcess, TheResultsDialogShowsEveryStateOfItsItems)
 {
-    kfhost::Dialog& d = Results(1, true, 0);
-    EXPECT_EQ(ToUtf8(d.title), "Beam Tools");
-    EXPECT_EQ(d.width, 655);
-    EXPECT_EQ(d.height, 172);
-    for (short item : {1, 4, 5, 6, 7})
-        EXPECT_FALSE(Visible(d, item)) << item;
-    EXPECT_TRUE(Visible(d, 2));
-    EXPECT_EQ(ItemText(d, 2), Text(5));
-}
-
-TEST_F(CheckInProcess, WithoutALibraryOnlyTheAddonIsSpokenOf)
-{
-    kfhost::Dialog& newer = Results(3, false, 1);
-    EXPECT_EQ(ItemText(newer, 4), Text(34));
-    EXPECT_TRUE(Enabled(newer, 5));
-    for (short item : {3, 6, 7})
-        EXPECT_FALSE(Visible(newer, item)) << item;
-    for (short item : {1, 4, 5})
-        EXPECT_TRUE(Visible(newer, item)) << item;
-
-    kfhost::Dialog& current = Results(2, false, 1);
-    EXPECT_EQ(ItemText(current, 4), Text(35));
-    EXPECT_FALSE(Enabled(current, 5));
-}
-
-TEST_F(CheckInProcess, WithALibraryBothAreSpokenOfByName)
-{
-    kfhost::Dialog& newer = Results(3, true, 1);
-    EXPECT_EQ(ItemText(newer, 3), Text(34));
-    EXPECT_EQ(ItemText(newer, 4), Replace(Text(81), "ADDONNAME", "Beam Tools"));
-    EXPECT_EQ(ItemText(newer, 6), Replace(Text(82), "ADDONLIBNAME", "BeamLib"));
-    EXPECT_EQ(ItemText(newer, 7), Text(84));
-    for (short item : {1, 4, 5, 6, 7})
-        EXPECT_TRUE(Visible(newer, item)) << item;
-
-    kfhost::Dialog& current = Results(2, true, 1);
-    EXPECT_EQ(ItemText(current, 3), Text(35));
-    EXPECT_EQ(ItemText(current, 4), Replace(Text(80), "ADDONNAME", "Beam Tools"));
-    EXPECT_FALSE(Enabled(current, 5));
-
-    // Before a result has been shown for the library its page stays "update page" and enabled.
-    kfhost::Dialog& unshown = Results(2, true, 0);
-    EXPECT_EQ(ItemText(unshown, 3), Text(34));
-    EXPECT_EQ(ItemText(unshown, 6), Replace(Text(83), "ADDONLIBNAME", "BeamLib"));
-    EXPECT_EQ(ItemText(unshown, 7), Text(79));
-    EXPECT_TRUE(Enabled(unshown, 7));
-    EXPECT_TRUE(Visible(unshown, 7));
+    DialogState const states[] = {
+        {1, true, 0, 0, 0, 0, 79, "-23----", true},  // item 3 keeps the resource's state
+        {3, false, 1, 0, 34, 0, 79, "12-45--", true},
+        {2, false, 1, 0, 35, 0, 79, "12-45--", false},
+        {3, true, 1, 34, 81, 82, 84, "1234567", true},
+        {2, true, 1, 35, 80, 82, 84, "1234567", false},
+        {2, true, 0, 34, 80, 83, 79, "1234567", false},
+    };
+    for (DialogState const& s : states) {
+        SCOPED_TRACE(testing::Message() << "status " << s.status << " library " << s.library << " lib " << s.statusLib);
+        kfhost::Dialog& d = Results(s.status, s.library, s.statusLib);
+        EXPECT_EQ(ToUtf8(d.title), "Beam Tools");
+        EXPECT_EQ(d.width, 655);
+        EXPECT_EQ(d.height, 172);
+        EXPECT_EQ(ItemText(d, 1), Text(37));
+        EXPECT_EQ(ItemText(d, 2), Text(5));
+        EXPECT_EQ(ItemText(d, 5), Text(79));
+        EXPECT_EQ(ItemText(d, 7), Text(s.item7));
+        if (s.item3 != 0) {
+            EXPECT_EQ(ItemText(d, 3), Text(s.item3));
+        }
+        if (s.item4 != 0) {
+            EXPECT_EQ(ItemText(d, 4), Replace(Text(s.item4), "ADDONNAME", "Beam Tools"));
+        }
+        if (s.item6 != 0) {
+            EXPECT_EQ(ItemText(d, 6), Replace(Text(s.item6), "ADDONLIBNAME", "BeamLib"));
+        }
+        std::string shown;
+        for (short item = 1; item <= 7; ++item)
+            shown += Visible(d, item) ? static_cast<char>('0' + item) : '-';
+        EXPECT_EQ(shown, s.shown);
+        EXPECT_EQ(Enabled(d, 5), s.addonPageEnabled);
+        EXPECT_TRUE(Enabled(d, 7));
+    }
 }
 
 TEST_F(CheckInProcess, TheUpdatePageQueryNamesTheAddonAsItIsAndNeverTheLibrary)

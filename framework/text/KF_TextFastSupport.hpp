@@ -1,0 +1,65 @@
+// Internal to the text area: small pieces shared by the hand-written fast codecs.
+#pragma once
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#define KF_TEXT_SSE2 1
+#endif
+
+namespace detail::text {
+
+// Units are read and written as little-endian byte pairs, whatever their alignment.
+inline std::uint16_t Load16(std::uint8_t const* p)
+{
+    return std::uint16_t(p[0] | (p[1] << 8));
+}
+
+inline void Store16(std::uint8_t* p, std::uint32_t unit)
+{
+    p[0] = std::uint8_t(unit);
+    p[1] = std::uint8_t(unit >> 8);
+}
+
+// First byte at or after p that is not ASCII, or end.
+inline std::uint8_t const* SkipAscii(std::uint8_t const* p, std::uint8_t const* end)
+{
+#if KF_TEXT_SSE2
+    while (end - p >= 64) {
+        __m128i const a = _mm_loadu_si128(reinterpret_cast<__m128i const*>(p));
+        __m128i const b = _mm_loadu_si128(reinterpret_cast<__m128i const*>(p + 16));
+        __m128i const c = _mm_loadu_si128(reinterpret_cast<__m128i const*>(p + 32));
+        __m128i const d = _mm_loadu_si128(reinterpret_cast<__m128i const*>(p + 48));
+        if (_mm_movemask_epi8(_mm_or_si128(_mm_or_si128(a, b), _mm_or_si128(c, d))) != 0) {
+            break;
+        }
+        p += 64;
+    }
+    while (end - p >= 16) {
+        int const mask = _mm_movemask_epi8(_mm_loadu_si128(reinterpret_cast<__m128i const*>(p)));
+        if (mask != 0) {
+            return p + std::countr_zero(unsigned(mask));
+        }
+        p += 16;
+    }
+#else
+    while (end - p >= 8) {
+        std::uint64_t word;
+        std::memcpy(&word, p, 8);
+        if ((word & 0x8080808080808080ull) != 0) {
+            break;
+        }
+        p += 8;
+    }
+#endif
+    while (p < end && *p < 0x80) {
+        ++p;
+    }
+    return p;
+}
+
+} // namespace detail::text
