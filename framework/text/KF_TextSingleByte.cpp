@@ -182,9 +182,55 @@ long SingleByteToUtf16(SingleByteTable const& table, std::uint8_t const* src, st
     return (seen & kNoCharacter) != 0 ? kInvalid : long(n * 2);
 }
 
+namespace {
+
+// Surrogate pairs among the units: with "?" for whatever cannot be held, every unit becomes one
+// byte except the second half of a pair.
+std::size_t CountSurrogatePairs(std::uint8_t const* src, std::size_t units)
+{
+    std::size_t pairs = 0;
+    std::size_t i = 0;
+#if KF_TEXT_SSE2
+    __m128i const kindMask = _mm_set1_epi16(short(0xFC00));
+    __m128i const highBits = _mm_set1_epi16(short(0xD800));
+    while (units - i >= 8) {
+        __m128i const v = _mm_loadu_si128(reinterpret_cast<__m128i const*>(src + 2 * i));
+        if (_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(v, kindMask), highBits)) == 0) {
+            i += 8;
+            continue;
+        }
+        // A high surrogate in these eight units: count them one by one (a pair may reach into the
+        // next block, which then starts behind it).
+        std::size_t const stop = i + 8;
+        while (i < stop) {
+            if ((Load16(src + 2 * i) & 0xFC00) == 0xD800 && i + 1 < units && (Load16(src + 2 * i + 2) & 0xFC00) == 0xDC00) {
+                ++pairs;
+                i += 2;
+            } else {
+                ++i;
+            }
+        }
+    }
+#endif
+    while (i < units) {
+        if ((Load16(src + 2 * i) & 0xFC00) == 0xD800 && i + 1 < units && (Load16(src + 2 * i + 2) & 0xFC00) == 0xDC00) {
+            ++pairs;
+            i += 2;
+        } else {
+            ++i;
+        }
+    }
+    return pairs;
+}
+
+} // namespace
+
 long Utf16ToSingleByte(SingleByteTable const& table, std::uint8_t const* src, std::size_t units, std::uint8_t* out,
                        std::size_t outCap, bool lossy)
 {
+    if (out == nullptr && lossy) {
+        return long(units - CountSurrogatePairs(src, units));
+    }
     std::size_t written = 0;
     std::size_t i = 0;
     bool overflowed = false;

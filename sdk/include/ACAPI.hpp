@@ -77,7 +77,7 @@ using APIModulCommandProc = GSErrCode(GSHandle params, GSPtr resultData, bool si
 using APIPaletteControlCallBackProc = GSErrCode(Int32 referenceID, Int32 messageID, GS::IntPtr param);
 
 GSErrCode ACAPI_GetReleaseNumber(API_ServerApplicationInfo* serverApplicationInfo);
-GSErrCode ACAPI_GetOwnLocation(IO::Location* ownFileLocation); // the add-on's shared library file
+GSErrCode ACAPI_GetOwnLocation(IO::Location* ownFileLocation); // the bundle folder /A/B/Name.bundle
 void ACAPI_KeepInMemory(bool keepInMemory);
 
 GSErrCode ACAPI_Register_Menu(short menuStrResID, short promptStrResID, APIMenuCodeID menuPosCode,

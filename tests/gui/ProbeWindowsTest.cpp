@@ -216,6 +216,7 @@ TEST_F(ProbeWindows, FileAndFolderDialogsAreQtFileDialogs)
             auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
             EXPECT_EQ(dialog->windowTitle(), "Pick a file");
             EXPECT_EQ(dialog->nameFilters(), QStringList{"Text file (*.txt)"}) << "from the registered file type";
+            std::cerr << "native? " << !dialog->testOption(QFileDialog::DontUseNativeDialog) << " children " << dialog->findChildren<QWidget*>().size() << " dir " << dialog->directory().path().toStdString() << "\n";
             dialog->selectFile(path);
         }),
         Do([&] {
