@@ -13,7 +13,7 @@
 namespace textbench {
 
 enum class Kind {
-    AsciiHeavy,  // English-like prose: about one accented or symbol character per 150 bytes
+    AsciiHeavy,  // English-like prose: about one accented or symbol character per 160 bytes
     Mixed        // Latin with accents, Greek, Cyrillic, CJK and emoji: about half the bytes non-ASCII
 };
 
@@ -58,7 +58,7 @@ inline std::string Utf8Text(Kind kind, std::size_t bytes)
     return out;
 }
 
-// French-like text converted into a single-byte encoding (about one byte in eight above 0x7F).
+// French-like text converted into a single-byte encoding (about one byte in seven above 0x7F).
 inline std::string SingleByteText(char const* converter, std::size_t bytes)
 {
     static std::vector<std::string> const words = {

@@ -32,7 +32,7 @@ bool IsAsciiCompatible(Codec codec);
 bool PlatformDecode(Codec codec, char const* src, std::size_t bytes, std::vector<char16_t>& out);
 bool PlatformEncode(Codec codec, char16_t const* units, std::size_t count, bool lossy, std::string& out);
 
-// --- fast paths (KF_TextFastPaths.cpp) ---------------------------------------------------------
+// --- fast paths (switches: KF_TextFastPaths.cpp; codecs: KF_TextUtf8.cpp, KF_TextSingleByte.cpp) --
 bool FastPathsEnabled();
 void SetFastPathsEnabled(bool enabled);  // for tests, fuzz targets and benchmarks
 

@@ -108,8 +108,6 @@ RegisteredMenu* Host::FindMenu(std::int16_t resID, const AddOn* owner)
     return nullptr;
 }
 
-std::string Host::Describe(const fs::path& path) const { return path.string(); }
-
 void Host::Forget(AddOn& addOn)
 {
     std::erase_if(menus_, [&](const RegisteredMenu& m) { return m.owner == &addOn; });
@@ -227,12 +225,13 @@ LoadResult Host::LoadBundle(const fs::path& bundle)
 
 std::vector<LoadResult> Host::LoadBundles(std::vector<fs::path> bundles)
 {
-    std::sort(bundles.begin(), bundles.end(), [](const fs::path& a, const fs::path& b) {
-        const auto an = a.lexically_normal().filename().empty() ? a.lexically_normal().parent_path().filename()
-                                                                 : a.lexically_normal().filename();
-        const auto bn = b.lexically_normal().filename().empty() ? b.lexically_normal().parent_path().filename()
-                                                                 : b.lexically_normal().filename();
-        return an < bn || (an == bn && a < b);
+    // "A.bundle/" and "A.bundle" name the same bundle.
+    auto name = [](const fs::path& p) {
+        const fs::path n = p.lexically_normal();
+        return n.filename().empty() ? n.parent_path().filename() : n.filename();
+    };
+    std::sort(bundles.begin(), bundles.end(), [&](const fs::path& a, const fs::path& b) {
+        return name(a) < name(b) || (name(a) == name(b) && a < b);
     });
     std::vector<LoadResult> results;
     for (const auto& bundle : bundles)

@@ -17,6 +17,7 @@ KF_Err InstallHostTable(const KF_HostTable* table)
 {
     if (!table) {
         sHasTable = false;
+        GS::SetApplicationTextEncoding(GS::AppTextEncoding::UTF8);
         return KF_NOERROR;
     }
     // A host of another major version, or one that provides fewer entries than this add-on was

@@ -218,6 +218,8 @@ TEST_F(ProbeWindows, FileAndFolderDialogsAreQtFileDialogs)
             EXPECT_EQ(dialog->nameFilters(), QStringList{"Text file (*.txt)"}) << "from the registered file type";
             std::cerr << "native? " << !dialog->testOption(QFileDialog::DontUseNativeDialog) << " children " << dialog->findChildren<QWidget*>().size() << " dir " << dialog->directory().path().toStdString() << "\n";
             dialog->selectFile(path);
+            for (auto* e : dialog->findChildren<QLineEdit*>()) std::cerr << "edit " << e->objectName().toStdString() << " = " << e->text().toStdString() << "\n";
+            std::cerr << "dir now " << dialog->directory().path().toStdString() << " sel " << dialog->selectedFiles().join(",").toStdString() << "\n";
         }),
         Do([&] {
             auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());

@@ -302,7 +302,7 @@ TEST_F(InProcessMacRoman, TheHostsTextEncodingBecomesTheApplications)
     ACAPI_ResetResModule(previous);
     EXPECT_EQ(std::string(fix), "\x9F" "ber"); // ü in Mac OS Roman
     host.Unload();
-    GS::SetApplicationTextEncoding(GS::AppTextEncoding::UTF8);
+    EXPECT_EQ(GS::GetApplicationTextEncoding(), GS::AppTextEncoding::UTF8) << "back to the default without a host";
 }
 
 } // namespace

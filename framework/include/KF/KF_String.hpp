@@ -143,7 +143,9 @@ public:
     // --- conversion ------------------------------------------------------------------------
     // Returns the bytes written or needed (terminator included when terminate is set), or
     // -1 conversion failed, -2 destination too small, -3 null source, -4 bad source encoding,
-    // -5 bad destination encoding.
+    // -5 bad destination encoding. The terminator must fit within dstBytes too (size dst with a
+    // first call, dst null). After -1 or -2 the bytes of dst are unspecified. A srcBytes of 0 or
+    // less reads the source up to its first zero unit.
     static long ConvertChangeEncoding(Encoding from, char const* src, long srcBytes, Encoding to,
                                       char* dst, long dstBytes, bool terminate, bool lossy);
     // 0 when the byte is not a character of enc.

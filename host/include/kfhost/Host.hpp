@@ -195,7 +195,6 @@ public:
 private:
     LoadResult Load(std::unique_ptr<AddOn> addOn);
     void Forget(AddOn& addOn); // drops what the add-on registered
-    std::string Describe(const std::filesystem::path& path) const;
 
     HostConfig config_;
     std::map<std::string, std::string> settings_;
