@@ -132,7 +132,7 @@ GSErrCode ACAPI_Environment(API_EnvironmentID code, void* par1 = nullptr, void* 
 // caller owns (delete each location, then BMKillHandle the handle).
 struct API_LibraryList {
     Int32 count = 0;
-    Int32 specialIndex = 0;  // 1-based position of the library the host names (its active one); 0 none
+    Int32 specialIndex = 0;  // 0-based position of the library the host names (the project's own); 0 none
     GSHandle locations = nullptr;
 };
 

@@ -29,6 +29,8 @@ UpdateServer::UpdateServer(ServerOptions options) : options_(std::move(options))
 {
     // One request per connection: a stopping server then never waits for an idle client.
     server_.set_keep_alive_max_count(1);
+    // The accept loop wakes now and then, so a stop that races its start is still seen.
+    server_.set_idle_interval(0, 100000);
     server_.set_pre_routing_handler([this](const httplib::Request& request, httplib::Response&) {
         Record(request);
         return httplib::Server::HandlerResponse::Unhandled;
