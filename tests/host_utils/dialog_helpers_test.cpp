@@ -92,11 +92,11 @@ TEST_F(DialogHelpers, OpenFileFiltersInListOrderAndAnswersTheChoice)
         types.AddData(id, -1);
     }
     KF_Location const start(S("/start/here"));
-    backend->answers.push_back(kfhost::FileAnswer{U("/chosen/plan ü.gsm"), 2});
+    backend->answers.push_back(kfhost::FileAnswer{U("/chosen/plan ü.part"), 2});
     KF_Location chosen;
     long filter = -1;
     ASSERT_TRUE(KF_Dialog::OpenFile(chosen, &start, S("Choose a plan"), &types, &filter));
-    EXPECT_EQ(Utf8(chosen.path), "/chosen/plan ü.gsm");
+    EXPECT_EQ(Utf8(chosen.path), "/chosen/plan ü.part");
     EXPECT_EQ(filter, 2);
     EXPECT_EQ(backend->files[0].type, 0);
     EXPECT_EQ(backend->files[0].title, u"Choose a plan");
@@ -105,7 +105,7 @@ TEST_F(DialogHelpers, OpenFileFiltersInListOrderAndAnswersTheChoice)
 
     // Cancelled, unfiltered, with the host's own title: the location keeps its value.
     EXPECT_FALSE(KF_Dialog::OpenFile(chosen, nullptr, S(""), nullptr, &filter));
-    EXPECT_EQ(Utf8(chosen.path), "/chosen/plan ü.gsm");
+    EXPECT_EQ(Utf8(chosen.path), "/chosen/plan ü.part");
     EXPECT_EQ(filter, 2);
     EXPECT_TRUE(backend->files[1].filters.empty());
     EXPECT_EQ(backend->files[1].title, u"");
@@ -115,17 +115,17 @@ TEST_F(DialogHelpers, OpenFileFiltersInListOrderAndAnswersTheChoice)
 TEST_F(DialogHelpers, OneTypeDescribedOnTheSpotIsRegisteredOnceAndIsTheOnlyFilter)
 {
     for (int i = 0; i < 2; ++i) {
-        backend->answers.push_back(kfhost::FileAnswer{U("/lib/part.gsm"), 0});
+        backend->answers.push_back(kfhost::FileAnswer{U("/lib/part.part"), 0});
         KF_Location chosen;
-        ASSERT_TRUE(KF_Dialog::OpenFile(chosen, "Library part", "gsm", 0x4C49424Cl, S("Pick"), nullptr));
-        EXPECT_EQ(Utf8(chosen.path), "/lib/part.gsm");
+        ASSERT_TRUE(KF_Dialog::OpenFile(chosen, "Library part", "part", 0x4C49424Cl, S("Pick"), nullptr));
+        EXPECT_EQ(Utf8(chosen.path), "/lib/part.part");
         EXPECT_EQ(backend->files[std::size_t(i)].filters, (std::vector<std::uint32_t>{1}));
     }
     ASSERT_EQ(host.Host().fileTypes.size(), 1u);
     kfhost::RegisteredFileType const& type = host.Host().fileTypes.front();
     EXPECT_EQ(type.manager, u"Module");
     EXPECT_EQ(type.description, u"Library part");
-    EXPECT_EQ(type.extension, u"gsm");
+    EXPECT_EQ(type.extension, u"part");
     EXPECT_EQ(type.creator, GS::FourCC("GSAC"));
     EXPECT_EQ(type.macType, 0x4C49424Cu);
     EXPECT_EQ(type.iconID, 145);
