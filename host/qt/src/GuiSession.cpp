@@ -187,8 +187,13 @@ bool GuiSession::Run(std::string_view script, const std::string& source)
         s.player->RunAll();
         s.backend->EndScript();
         if (s.shots) {
+            // The application window with what is still open beside it.
+            std::vector<QWidget*> windows{s.window.get()};
+            for (DialogWindow* window : s.backend->Windows())
+                if (window->isVisible())
+                    windows.push_back(window);
             std::string why;
-            if (s.shots->Save(*s.window, "host", &why).empty())
+            if (s.shots->Save(Screenshots::Desktop(windows), "host", &why).empty())
                 s.host.Script().Fail(why);
         }
     }

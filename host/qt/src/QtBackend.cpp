@@ -8,6 +8,7 @@
 
 #include <QEventLoop>
 #include <QFileDialog>
+#include <QGuiApplication>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QScreen>
@@ -86,7 +87,8 @@ void QtBackend::Place(DialogWindow& window, const Dialog& dialog)
     }
     // Modeless windows stand beside the application window, each a little below the last.
     QPoint at = main.topRight() + QPoint(12, 24 * (modelessPlaced_ % 8));
-    if (const QScreen* screen = anchor_->screen()) {
+    // Kept on the screen, except offscreen, where the screen is only nominal.
+    if (const QScreen* screen = anchor_->screen(); screen && QGuiApplication::platformName() != "offscreen") {
         const QRect free = screen->availableGeometry();
         if (at.x() + dialog.width > free.right())
             at.setX(std::max(free.left(), free.right() - dialog.width));

@@ -3,7 +3,9 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
+class QPixmap;
 class QWidget;
 
 namespace kfhost::qt {
@@ -15,6 +17,10 @@ public:
     // Saves what window shows as NNN-name.png (the folder is made when missing); answers the file,
     // or an empty path and *why when it cannot be written.
     std::filesystem::path Save(QWidget& window, const std::string& name, std::string* why = nullptr);
+    std::filesystem::path Save(const QPixmap& picture, const std::string& name, std::string* why = nullptr);
+    // The windows as they stand on the screen, each under a title bar, on a plain ground: the
+    // offscreen platform draws no window frames of its own.
+    static QPixmap Desktop(const std::vector<QWidget*>& windows);
     int Taken() const { return next_ - 1; }
     const std::filesystem::path& Folder() const { return folder_; }
 

@@ -1,0 +1,186 @@
+// The add-on as its users see it, clicked through real widgets: the first-use language question with
+// its flags, the main dialog in the language chosen, the language button, and a later run that
+// goes straight to the main dialog (also by another add-on's module command).
+#include "Driver.hpp"
+#include "TempFolder.hpp"
+
+#include "kfhost/qt/Gui.hpp"
+#include "kfhost/qt/MainWindow.hpp"
+
+#include <QAction>
+#include <QMenu>
+#include <QLabel>
+#include <QMenuBar>
+#include <QPushButton>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace {
+
+using kfgui::Do;
+using kfgui::Logged;
+
+constexpr std::int16_t kMain = 32500;
+constexpr std::int16_t kLanguage = 32734;
+constexpr std::int16_t kShellStrings = 32530; // + language
+constexpr std::int16_t kFrameworkStrings = 32710;
+constexpr int kInt = 1;
+constexpr int kGer = 3;
+
+// One run of the host with the add-on loaded, on a framework folder that outlives it.
+struct HostRun {
+    explicit HostRun(const std::filesystem::path& folder)
+        : host([&] {
+              kfhost::HostConfig config;
+              config.frameworkFolder = folder;
+              return config;
+          }()),
+          session(host, kfhost::qt::GuiOptions{{}, true, false})
+    {
+        loaded = host.LoadBundle(KF_GUI_SHELL_BUNDLE);
+        session.ShowMainWindow();
+    }
+
+    // A string of the add-on's resources: what a dialog item must show.
+    QString Str(int resID, int index) const
+    {
+        const std::u16string* text = host.AddOns().front()->resources.String(std::int16_t(resID), std::int16_t(index));
+        return text ? QString::fromStdU16String(*text) : QStringLiteral("<missing %1/%2>").arg(resID).arg(index);
+    }
+
+    std::function<void()> Choose(std::int16_t menu, int item)
+    {
+        return [this, menu, item] {
+            QMenu* shown = session.Window().Menu(menu);
+            ASSERT_NE(shown, nullptr) << "menu " << menu << " is not in the menu bar";
+            ASSERT_GE(shown->actions().size(), item);
+            shown->actions()[item - 1]->trigger();
+        };
+    }
+
+    kfhost::Host host;
+    kfhost::qt::GuiSession session;
+    kfgui::Driver drive{host, session.Backend()};
+    kfhost::LoadResult loaded;
+};
+
+class AddOnWindows : public ::testing::Test {
+protected:
+    kfgui::TempFolder folder;
+};
+
+TEST_F(AddOnWindows, FirstUseQuestionMainDialogAndLanguageButton)
+{
+    HostRun run(folder.Path());
+    ASSERT_TRUE(run.loaded.Loaded()) << run.loaded.reason;
+    kfgui::Driver& drive = run.drive;
+    const QString name = QString::fromStdString(run.host.AddOns().front()->name);
+
+    auto mainDialogIn = [&](int language) {
+        const int strings = kShellStrings + language;
+        EXPECT_EQ(drive.Top()->windowTitle(), name);
+        EXPECT_EQ(drive.Top()->size(), QSize(356, 500));
+        EXPECT_EQ(drive.Text(2), run.Str(strings, 2));
+        EXPECT_EQ(drive.Text(12), run.Str(strings, 17));
+        for (int item = 3; item <= 8; ++item)
+            EXPECT_EQ(drive.Text(std::int16_t(item)), run.Str(strings, item + 2)) << "item " << item;
+        EXPECT_EQ(drive.Text(9), "1.1.1.2001") << "the version label is never translated";
+    };
+
+    drive.Run(run.Choose(32501, 1), {
+        drive.Shows(kLanguage),
+        Do([&] {
+            kfhost::qt::DialogWindow* top = drive.Top();
+            EXPECT_EQ(top->windowTitle(), name);
+            EXPECT_EQ(top->size(), QSize(483, 282));
+            kfhost::qt::RowList* list = drive.List(3);
+            ASSERT_NE(list, nullptr);
+            ASSERT_EQ(list->count(), 7) << "every language is offered";
+            for (int row = 0; row < 7; ++row) {
+                EXPECT_EQ(list->item(row)->data(kfhost::qt::RowList::IconIDRole).toInt(), 32758 + row);
+                EXPECT_FALSE(list->item(row)->data(Qt::DecorationRole).value<QPixmap>().isNull()) << "flag " << row;
+            }
+            EXPECT_EQ(list->sizeHintForRow(0), 30);
+            ASSERT_EQ(list->Tabs().size(), 1u);
+            EXPECT_EQ(list->Tabs()[0].begPos, 5);
+            EXPECT_EQ(list->Tabs()[0].endPos, 285);
+            EXPECT_EQ(list->SelectedRow(), kInt + 1) << "the default language is selected";
+            EXPECT_EQ(drive.Text(1), run.Str(kFrameworkStrings + kInt, 64));
+            EXPECT_EQ(drive.Text(2), run.Str(kFrameworkStrings + kInt, 5));
+            EXPECT_EQ(drive.Text(6), run.Str(kFrameworkStrings + kInt, 65));
+            drive.SelectRow(3, kGer + 1);
+        }),
+        Do([&] {
+            // The preview follows the list; the accepting button keeps its text.
+            EXPECT_EQ(drive.Text(2), run.Str(kFrameworkStrings + kGer, 5));
+            EXPECT_EQ(drive.Text(6), run.Str(kFrameworkStrings + kGer, 65));
+            EXPECT_EQ(drive.Text(1), run.Str(kFrameworkStrings + kInt, 64));
+            drive.Click(1);
+        }),
+        drive.Shows(kMain),
+        Do([&] {
+            mainDialogIn(kGer);
+            EXPECT_FALSE(qobject_cast<QLabel*>(drive.Item(1))->pixmap().isNull()) << "the add-on's icon";
+            drive.Click(12);
+        }),
+        drive.Shows(kLanguage),
+        Do([&] {
+            EXPECT_EQ(drive.List(3)->SelectedRow(), kGer + 1);
+            EXPECT_EQ(drive.Text(2), run.Str(kFrameworkStrings + kGer, 5));
+            drive.SelectRow(3, kInt + 1);
+        }),
+        Do([&] { drive.Click(1); }),
+        drive.Shows(kMain),
+        Do([&] {
+            mainDialogIn(kInt);
+            drive.Top()->close(); // the close box: the closing item
+        }),
+    });
+    EXPECT_TRUE(Logged(run.host, "closed 32734 with 1"));
+    EXPECT_TRUE(Logged(run.host, "closed 32500 with 12"));
+    EXPECT_TRUE(Logged(run.host, "closed 32500 with 2"));
+    EXPECT_EQ(run.host.Dialogs().ModalDepth(), 0);
+}
+
+TEST_F(AddOnWindows, LaterRunAsksNoMoreAndModuleCommandOpensTheMainDialog)
+{
+    {
+        HostRun first(folder.Path());
+        ASSERT_TRUE(first.loaded.Loaded()) << first.loaded.reason;
+        first.drive.Run(first.Choose(32501, 1), {
+            first.drive.Shows(kLanguage),
+            Do([&] { first.drive.SelectRow(3, kGer + 1); }),
+            Do([&] { first.drive.Click(1); }),
+            first.drive.Shows(kMain),
+            Do([&] { first.drive.Click(2); }),
+        });
+    }
+    HostRun again(folder.Path());
+    ASSERT_TRUE(again.loaded.Loaded()) << again.loaded.reason;
+    kfgui::Driver& drive = again.drive;
+    drive.Run(again.Choose(32501, 1), {
+        drive.Shows(kMain),
+        Do([&] {
+            EXPECT_EQ(drive.Text(2), again.Str(kShellStrings + kGer, 2)) << "the stored language";
+            drive.Click(2);
+        }),
+    });
+    EXPECT_FALSE(Logged(again.host, "dialog 32734 title \"Orvella Forge\"")) << "no question once a language is stored";
+
+    // Another add-on's command, as the Host menu sends it.
+    QMenu* hostMenu = again.session.Window().menuBar()->findChild<QMenu*>("hostMenu");
+    ASSERT_NE(hostMenu, nullptr);
+    emit hostMenu->aboutToShow();
+    QAction* send = nullptr;
+    for (QAction* action : hostMenu->actions())
+        if (action->text().startsWith("Send \"QRT \""))
+            send = action;
+    ASSERT_NE(send, nullptr);
+    drive.Run([&] { send->trigger(); }, {drive.Shows(kMain), Do([&] { drive.Click(2); })});
+    EXPECT_TRUE(Logged(again.host, "> command \"QRT \" 0"));
+}
+
+} // namespace

@@ -1,0 +1,102 @@
+// An update check of the update example in real windows: the download runs on Qt's loop while the
+// windows are up, the results window opens beside the work with the result, and its update button
+// opens the add-on's update page.
+#include "Driver.hpp"
+#include "TempFolder.hpp"
+#include "UpdateServer.hpp"
+
+#include "kfhost/qt/Gui.hpp"
+#include "kfhost/qt/MainWindow.hpp"
+
+#include <QAction>
+#include <QMenu>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using kfgui::Do;
+using kfgui::Logged;
+
+constexpr std::int16_t kResults = 32755;
+constexpr std::int16_t kStrings = 32711; // the framework's texts, international
+
+class UpdateWindows : public ::testing::Test {
+protected:
+    UpdateWindows()
+        : server([] {
+              kfupd::ServerOptions options;
+              options.root = KF_GUI_UPDATE_DEMO;
+              return options;
+          }()),
+          port(server.Start()), host([&] {
+              kfhost::HostConfig config;
+              config.frameworkFolder = folder.Path();
+              config.updateServer = "127.0.0.1:" + std::to_string(port);
+              return config;
+          }()),
+          session(host, kfhost::qt::GuiOptions{{}, true, false})
+    {
+        loaded = host.LoadBundle(KF_GUI_UPDATE_BUNDLE);
+        session.ShowMainWindow();
+    }
+    ~UpdateWindows() override { server.Stop(); }
+
+    void SetUp() override
+    {
+        ASSERT_GT(port, 0);
+        ASSERT_TRUE(loaded.Loaded()) << loaded.reason;
+    }
+
+    QString Str(int index, const char* name = nullptr, const char* value = nullptr) const
+    {
+        const std::u16string* text = host.AddOns().front()->resources.String(kStrings, std::int16_t(index));
+        QString s = text ? QString::fromStdU16String(*text) : QStringLiteral("<missing %1>").arg(index);
+        return name ? s.replace(QLatin1String(name), QLatin1String(value)) : s;
+    }
+
+    kfgui::TempFolder folder;
+    kfupd::UpdateServer server;
+    int port;
+    kfhost::Host host;
+    kfhost::qt::GuiSession session;
+    kfgui::Driver drive{host, session.Backend()};
+    kfhost::LoadResult loaded;
+};
+
+TEST_F(UpdateWindows, ResultWindowShowsANewerReleaseAndOpensTheUpdatePage)
+{
+    QMenu* menu = session.Window().Menu(32601);
+    ASSERT_NE(menu, nullptr);
+    drive.Run([&] { menu->actions()[0]->trigger(); }, {
+        [&] {
+            kfhost::qt::DialogWindow* window = drive.WindowOf(kResults);
+            return window && window->isVisible();
+        },
+        Do([&] {
+            kfhost::qt::DialogWindow* window = drive.WindowOf(kResults);
+            EXPECT_EQ(window->windowModality(), Qt::NonModal);
+            EXPECT_EQ(window->windowTitle(), "Orvella Beam Tools");
+            EXPECT_EQ(window->size(), QSize(655, 172));
+            EXPECT_EQ(drive.Text(3), Str(34));
+            EXPECT_EQ(drive.Text(4), Str(81, "ADDONNAME", "Orvella Beam Tools"));
+            EXPECT_EQ(drive.Text(6), Str(82, "ADDONLIBNAME", "OrvellaBeamLib"));
+            EXPECT_EQ(drive.Text(7), Str(84));
+            EXPECT_EQ(drive.Text(1), Str(37));
+            EXPECT_EQ(drive.Text(2), Str(5));
+            for (std::int16_t item : {1, 2, 3, 4, 5, 6, 7})
+                EXPECT_TRUE(drive.Item(item)->isVisible()) << "item " << item;
+            EXPECT_TRUE(drive.Item(5)->isEnabled()) << "a newer release can be fetched";
+            QTest::mouseClick(drive.Item(5), Qt::LeftButton);
+        }),
+    });
+    EXPECT_EQ(drive.WindowOf(kResults), nullptr);
+    ASSERT_FALSE(host.Launched().empty());
+    const std::string url = host.Launched().back().back();
+    EXPECT_EQ(url, "http://127.0.0.1:" + std::to_string(port) +
+                       "/update_plugins/updates.htm?acver=17&lang=1&addon=Orvella Beam Tools");
+    EXPECT_TRUE(Logged(host, "closed 32755 with 5 result 1"));
+}
+
+} // namespace
