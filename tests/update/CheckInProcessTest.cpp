@@ -141,13 +141,13 @@ TEST_F(CheckInProcess, TheResultsDialogShowsEveryStateOfItsItems)
 TEST_F(CheckInProcess, TheUpdatePageQueryNamesTheAddonAsItIsAndNeverTheLibrary)
 {
     gKF_Language = 3;
-    kfhost::Dialog& addon = Results(3, true, 1);
+    const std::int16_t addonDialog = Results(3, true, 1).id; // the dialog is freed once it closes
     ASSERT_TRUE(host_->Run("click 5"));
     ASSERT_FALSE(host_->Launched().empty());
     EXPECT_EQ(host_->Launched().back(),
               (std::vector<std::string>{"xdg-open", server_->BaseUrl() +
                                                         "/update_plugins/updates.htm?acver=17&lang=3&addon=Beam Tools"}));
-    EXPECT_EQ(host_->Host().Dialogs().Find(addon.id), nullptr);
+    EXPECT_EQ(host_->Host().Dialogs().Find(addonDialog), nullptr);
 
     Results(3, true, 1);
     ASSERT_TRUE(host_->Run("click 7"));
