@@ -31,6 +31,15 @@ bool Probe(KF_Location const& location)
     return probe.GetStatus() == NoError;
 }
 
+// 0 when the new host file is open for writing (emptied unless appending), else the result number.
+std::int32_t OpenForWriting(IO::File& file, bool append)
+{
+    if (GSErrCode const status = file.GetStatus(); status != NoError) {
+        return OpenResult(status);
+    }
+    return OpenResult(file.Open(append ? IO::File::AppendMode : IO::File::WriteEmptyMode, kDeniedTreatment));
+}
+
 } // namespace
 
 KF_File::~KF_File()
@@ -140,16 +149,12 @@ std::int32_t KF_File::WriteBin(KF_Location const& location, char const* data, lo
         return 6;
     }
     auto* const host = new IO::File(static_cast<IO::Location>(location), IO::File::Create);
-    std::int32_t result = 0;
-    if (GSErrCode const status = host->GetStatus(); status != NoError) {
-        result = OpenResult(status);
-    } else if (GSErrCode const err = host->Open(append ? IO::File::AppendMode : IO::File::WriteEmptyMode,
-                                                kDeniedTreatment);
-               err != NoError) {
-        result = OpenResult(err);
-    } else if (GSErrCode const werr = host->WriteBin(data, static_cast<UInt64>(length)); werr != NoError) {
-        host->ResetErrorStatus();
-        result = MapHostError(werr);
+    std::int32_t result = OpenForWriting(*host, append);
+    if (result == 0) {
+        if (GSErrCode const werr = host->WriteBin(data, static_cast<UInt64>(length)); werr != NoError) {
+            host->ResetErrorStatus();
+            result = MapHostError(werr);
+        }
     }
     Dispose(host);
     return result;
@@ -207,14 +212,8 @@ std::int32_t KF_File::WriteFullText(KF_Location const& location, KF_String const
                                     KF_String::Encoding encoding, bool writeBOM, bool append)
 {
     auto* const host = new IO::File(static_cast<IO::Location>(location), IO::File::Create);
-    std::int32_t result = 0;
-    if (GSErrCode const status = host->GetStatus(); status != NoError) {
-        result = OpenResult(status);
-    } else if (GSErrCode const err = host->Open(append ? IO::File::AppendMode : IO::File::WriteEmptyMode,
-                                                kDeniedTreatment);
-               err != NoError) {
-        result = OpenResult(err);
-    } else {
+    std::int32_t result = OpenForWriting(*host, append);
+    if (result == 0) {
         KF_File writer(host);
         result = writer.WriteFullText(text, encoding, writeBOM, nullptr);
         writer.file = nullptr; // disposed below, closed and deleted like every whole-file operation

@@ -18,6 +18,31 @@ inline void AddPiece(KF_List<KF_String>& out, unsigned short const* units, unsig
     out.AddData(KF_String(units, count), -1);
 }
 
+// Adds the pieces between separators (a null string gives one null piece). separatorAt(i) is the
+// length of the separator at i, 0 for none; keepSeparators leaves each on the piece it ends.
+template <typename SeparatorAt>
+void AddPieces(KF_List<KF_String>& out, unsigned short const* units, unsigned int length, bool keepSeparators,
+               SeparatorAt separatorAt)
+{
+    if (units == nullptr) {
+        out.AddData(KF_String(), -1);
+        return;
+    }
+    unsigned int start = 0;
+    unsigned int i = 0;
+    while (i < length) {
+        unsigned int const separator = separatorAt(i);
+        if (separator == 0) {
+            ++i;
+            continue;
+        }
+        AddPiece(out, units + start, (keepSeparators ? i + separator : i) - start);
+        i += separator;
+        start = i;
+    }
+    AddPiece(out, units + start, length - start);
+}
+
 } // namespace
 
 KF_String KF_String::THIS_Trim(bool left, bool right, bool tabs) const
@@ -137,43 +162,22 @@ KF_String KF_String::RepeatedSequence(KF_String const& unit, long times)
 void KF_String::Split(KF_List<KF_String>& out, char separator) const
 {
     out.Reset();
-    if (buffer == nullptr) {
-        out.AddData(KF_String(), -1);
-        return;
-    }
     unsigned short const cut = CharToKF_Char(separator, Enc_System);
     bool const usable = cut != 0 || separator == 0;
-    unsigned int start = 0;
-    for (unsigned int i = 0; usable && i < length; ++i) {
-        if (buffer[i] == cut) {
-            AddPiece(out, buffer + start, i - start);
-            start = i + 1;
-        }
-    }
-    AddPiece(out, buffer + start, length - start);
+    AddPieces(out, buffer, length, false,
+              [&](unsigned int i) { return usable && buffer[i] == cut ? 1u : 0u; });
 }
 
 void KF_String::SplitBySpaces(KF_List<KF_String>& out) const
 {
     out.Reset();
-    if (buffer == nullptr) {
-        out.AddData(KF_String(), -1);
-        return;
-    }
-    unsigned int start = 0;
-    unsigned int i = 0;
-    while (i < length) {
-        if (!IsBlank(buffer[i], true)) {
-            ++i;
-            continue;
+    AddPieces(out, buffer, length, false, [&](unsigned int i) {
+        unsigned int end = i;
+        while (end < length && IsBlank(buffer[end], true)) {
+            ++end;
         }
-        AddPiece(out, buffer + start, i - start);
-        while (i < length && IsBlank(buffer[i], true)) {
-            ++i;
-        }
-        start = i;
-    }
-    AddPiece(out, buffer + start, length - start);
+        return end - i;
+    });
 }
 
 void KF_String::SplitLines(KF_List<KF_String>& out, bool stripLineEnds, bool resetList) const
@@ -181,22 +185,11 @@ void KF_String::SplitLines(KF_List<KF_String>& out, bool stripLineEnds, bool res
     if (resetList) {
         out.Reset();
     }
-    if (buffer == nullptr) {
-        out.AddData(KF_String(), -1);
-        return;
-    }
-    unsigned int start = 0;
-    unsigned int i = 0;
-    while (i < length) {
+    AddPieces(out, buffer, length, !stripLineEnds, [&](unsigned int i) {
         unsigned short const unit = buffer[i];
         if (unit != '\n' && unit != '\r') {
-            ++i;
-            continue;
+            return 0u;
         }
-        unsigned int const endLength = (unit == '\r' && i + 1 < length && buffer[i + 1] == '\n') ? 2 : 1;
-        AddPiece(out, buffer + start, (stripLineEnds ? i : i + endLength) - start);
-        i += endLength;
-        start = i;
-    }
-    AddPiece(out, buffer + start, length - start);
+        return (unit == '\r' && i + 1 < length && buffer[i + 1] == '\n') ? 2u : 1u;
+    });
 }

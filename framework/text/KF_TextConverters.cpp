@@ -93,6 +93,28 @@ UConverter* ConverterFor(Codec codec)
     return cache.Get(codec);
 }
 
+// Runs one conversion into out, doubling out while the converter finds it full; out is cut to what
+// was written. convert(target, targetLimit, status) is one ICU call that moves target on.
+template <typename Buffer, typename Convert>
+bool ConvertGrowing(Buffer& out, Convert convert)
+{
+    UErrorCode status = U_ZERO_ERROR;
+    std::size_t written = 0;
+    for (;;) {
+        auto* target = out.data() + written;
+        status = U_ZERO_ERROR;
+        convert(target, out.data() + out.size(), status);
+        written = std::size_t(target - out.data());
+        if (status == U_BUFFER_OVERFLOW_ERROR) {
+            out.resize(out.size() * 2);
+            continue;
+        }
+        break;
+    }
+    out.resize(written);
+    return U_SUCCESS(status);
+}
+
 } // namespace
 
 Codec Resolve(KF_String::Encoding enc)
@@ -127,20 +149,9 @@ bool PlatformDecode(Codec codec, char const* src, std::size_t bytes, std::vector
     out.resize(bytes + 1);
     char const* source = src;
     char const* const sourceEnd = src + bytes;
-    std::size_t written = 0;
-    for (;;) {
-        UChar* target = out.data() + written;
-        status = U_ZERO_ERROR;
-        ucnv_toUnicode(cnv, &target, out.data() + out.size(), &source, sourceEnd, nullptr, true, &status);
-        written = std::size_t(target - out.data());
-        if (status == U_BUFFER_OVERFLOW_ERROR) {
-            out.resize(out.size() * 2);
-            continue;
-        }
-        break;
-    }
-    out.resize(written);
-    return U_SUCCESS(status);
+    return ConvertGrowing(out, [&](UChar*& target, UChar const* limit, UErrorCode& err) {
+        ucnv_toUnicode(cnv, &target, limit, &source, sourceEnd, nullptr, true, &err);
+    });
 }
 
 bool PlatformEncode(Codec codec, char16_t const* units, std::size_t count, bool lossy, std::string& out)
@@ -156,20 +167,9 @@ bool PlatformEncode(Codec codec, char16_t const* units, std::size_t count, bool 
     out.resize(count * std::size_t(ucnv_getMaxCharSize(cnv)) + 16);
     UChar const* source = units;
     UChar const* const sourceEnd = units + count;
-    std::size_t written = 0;
-    for (;;) {
-        char* target = out.data() + written;
-        status = U_ZERO_ERROR;
-        ucnv_fromUnicode(cnv, &target, out.data() + out.size(), &source, sourceEnd, nullptr, true, &status);
-        written = std::size_t(target - out.data());
-        if (status == U_BUFFER_OVERFLOW_ERROR) {
-            out.resize(out.size() * 2);
-            continue;
-        }
-        break;
-    }
-    out.resize(written);
-    return U_SUCCESS(status);
+    return ConvertGrowing(out, [&](char*& target, char const* limit, UErrorCode& err) {
+        ucnv_fromUnicode(cnv, &target, limit, &source, sourceEnd, nullptr, true, &err);
+    });
 }
 
 } // namespace detail::text

@@ -333,6 +333,22 @@ inline bool IsSurrogate(std::uint32_t u)
     return (u & 0xF800) == 0xD800;
 }
 
+// Writes the character at i with four-byte stores and moves o past it. Returns the units used, or 0
+// when an unpaired surrogate may not be replaced.
+inline std::size_t PutChar(std::uint8_t const* src, std::size_t i, std::size_t units, bool lossy,
+                           std::uint8_t*& o)
+{
+    std::uint32_t const u = Load16(src + 2 * i);
+    if (IsSurrogate(u)) {
+        std::size_t written = 0;
+        std::size_t const used = PutSurrogate(src, i, units, lossy, o, written);
+        o += written;
+        return used;
+    }
+    o += PutBmp(o, u);
+    return 1;
+}
+
 } // namespace
 
 long Utf16ToUtf8(std::uint8_t const* src, std::size_t units, std::uint8_t* out, std::size_t outCap, bool lossy)
@@ -370,19 +386,11 @@ long Utf16ToUtf8(std::uint8_t const* src, std::size_t units, std::uint8_t* out, 
 #endif
         std::size_t const stop = units - i > kRun ? i + kRun : units;
         while (i < stop) {
-            std::uint32_t const u = Load16(src + 2 * i);
-            if (IsSurrogate(u)) {
-                std::size_t written = 0;
-                std::size_t const used = PutSurrogate(src, i, units, lossy, o, written);
-                if (used == 0) {
-                    return kInvalid;
-                }
-                i += used;
-                o += written;
-                continue;
+            std::size_t const used = PutChar(src, i, units, lossy, o);
+            if (used == 0) {
+                return kInvalid;
             }
-            o += PutBmp(o, u);
-            ++i;
+            i += used;
         }
     }
     // The rest, with an exact room check before every write.
@@ -392,16 +400,12 @@ long Utf16ToUtf8(std::uint8_t const* src, std::size_t units, std::uint8_t* out, 
         if (oend - o < std::ptrdiff_t(need < 4 ? 4 : need)) {
             // Too close to the end for the four-byte stores: write through a scratch buffer.
             std::uint8_t scratch[8];
-            std::size_t written = 0;
-            std::size_t used = 1;
-            if (IsSurrogate(u)) {
-                used = PutSurrogate(src, i, units, lossy, scratch, written);
-                if (used == 0) {
-                    return kInvalid;
-                }
-            } else {
-                written = PutBmp(scratch, u);
+            std::uint8_t* end = scratch;
+            std::size_t const used = PutChar(src, i, units, lossy, end);
+            if (used == 0) {
+                return kInvalid;
             }
+            std::size_t const written = std::size_t(end - scratch);
             if (std::size_t(oend - o) < written) {
                 return MeasureUtf16AsUtf8(src + 2 * i, units - i, lossy) < 0 ? kInvalid : kTooSmall;
             }
@@ -410,18 +414,11 @@ long Utf16ToUtf8(std::uint8_t const* src, std::size_t units, std::uint8_t* out, 
             i += used;
             continue;
         }
-        if (IsSurrogate(u)) {
-            std::size_t written = 0;
-            std::size_t const used = PutSurrogate(src, i, units, lossy, o, written);
-            if (used == 0) {
-                return kInvalid;
-            }
-            i += used;
-            o += written;
-            continue;
+        std::size_t const used = PutChar(src, i, units, lossy, o);
+        if (used == 0) {
+            return kInvalid;
         }
-        o += PutBmp(o, u);
-        ++i;
+        i += used;
     }
     return long(o - out);
 }

@@ -26,6 +26,21 @@ void Touch(KF_HostContext* c, std::int16_t dialID)
         HostOf(c).Dialogs().Touch(*d);
 }
 
+// An item's visible or enabled state: a change redraws the dialog; a missing item reads as off.
+void SetItemFlag(KF_HostContext* c, std::int16_t dialID, std::int16_t item, bool DialogItem::*flag, std::int32_t on)
+{
+    if (DialogItem* it = FindItem(c, dialID, item)) {
+        it->*flag = on != 0;
+        Touch(c, dialID);
+    }
+}
+
+std::int32_t ItemFlag(KF_HostContext* c, std::int16_t dialID, std::int16_t item, bool DialogItem::*flag)
+{
+    DialogItem* it = FindItem(c, dialID, item);
+    return it && it->*flag ? 1 : 0;
+}
+
 // The module a dialog comes from: the one named, else the current one.
 const DialogTemplate* Template(KF_HostContext* c, std::int32_t resModule, std::int16_t resID, AddOn** owner)
 {
@@ -134,30 +149,22 @@ std::int32_t GetItemText(KF_HostContext* c, std::int16_t dialID, std::int16_t it
 
 void SetItemVisible(KF_HostContext* c, std::int16_t dialID, std::int16_t item, std::int32_t visible)
 {
-    if (DialogItem* it = FindItem(c, dialID, item)) {
-        it->visible = visible != 0;
-        Touch(c, dialID);
-    }
+    SetItemFlag(c, dialID, item, &DialogItem::visible, visible);
 }
 
 std::int32_t IsItemVisible(KF_HostContext* c, std::int16_t dialID, std::int16_t item)
 {
-    DialogItem* it = FindItem(c, dialID, item);
-    return it && it->visible ? 1 : 0;
+    return ItemFlag(c, dialID, item, &DialogItem::visible);
 }
 
 void SetItemEnabled(KF_HostContext* c, std::int16_t dialID, std::int16_t item, std::int32_t enabled)
 {
-    if (DialogItem* it = FindItem(c, dialID, item)) {
-        it->enabled = enabled != 0;
-        Touch(c, dialID);
-    }
+    SetItemFlag(c, dialID, item, &DialogItem::enabled, enabled);
 }
 
 std::int32_t IsItemEnabled(KF_HostContext* c, std::int16_t dialID, std::int16_t item)
 {
-    DialogItem* it = FindItem(c, dialID, item);
-    return it && it->enabled ? 1 : 0;
+    return ItemFlag(c, dialID, item, &DialogItem::enabled);
 }
 
 void RedrawItem(KF_HostContext* c, std::int16_t dialID, std::int16_t) { Touch(c, dialID); }

@@ -119,7 +119,7 @@ std::vector<std::string> DescribeDialog(const Dialog& dialog)
 
 ScriptRunner::ScriptRunner(Host& host) : host_(host) {}
 
-void ScriptRunner::Append(std::string_view text, const std::string& source)
+void AppendScriptLines(std::deque<ScriptLine>& out, std::string_view text, const std::string& source)
 {
     int number = 0;
     std::size_t start = 0;
@@ -128,9 +128,14 @@ void ScriptRunner::Append(std::string_view text, const std::string& source)
         if (end == std::string_view::npos)
             end = text.size();
         ++number;
-        lines_.push_back(ScriptLine{source, number, std::string(text.substr(start, end - start))});
+        out.push_back(ScriptLine{source, number, std::string(text.substr(start, end - start))});
         start = end + 1;
     }
+}
+
+void ScriptRunner::Append(std::string_view text, const std::string& source)
+{
+    AppendScriptLines(lines_, text, source);
 }
 
 void ScriptRunner::Queue(const std::string& line)
@@ -492,47 +497,49 @@ std::int16_t HeadlessBackend::Alert(const AlertRequest& request)
     return 1;
 }
 
+namespace {
+
+// The script's answer for a file or folder dialog, logged after `line`; nothing when the dialog is
+// cancelled, a failure too when the script gives no answer or one of the other kind.
+std::optional<ScriptRunner::SystemAnswer> TakeSystemAnswer(Host& host, const std::string& line,
+                                                           ScriptRunner::SystemAnswer::Kind wanted)
+{
+    using Kind = ScriptRunner::SystemAnswer::Kind;
+    const std::string dialog = wanted == Kind::File ? "file" : "folder";
+    auto answer = host.Script().TakeAnswer();
+    if (!answer) {
+        host.Log().Add(line + " -> cancel");
+        host.Script().Fail("a " + dialog + " dialog is waiting for an answer the script does not give");
+        return std::nullopt;
+    }
+    if (answer->kind != wanted) {
+        host.Log().Add(line + " -> cancel");
+        if (answer->kind != Kind::Cancel)
+            host.Script().Fail("a " + dialog + " dialog got a " + (wanted == Kind::File ? "folder" : "file") +
+                               " answer");
+        return std::nullopt;
+    }
+    host.Log().Add(line + " -> " + Quote(answer->path));
+    return answer;
+}
+
+} // namespace
+
 std::optional<FileAnswer> HeadlessBackend::ChooseFile(const FileRequest& request)
 {
-    std::string line = "file dialog " + Quote(request.title);
-    auto answer = host_.Script().TakeAnswer();
-    if (!answer) {
-        host_.Log().Add(line + " -> cancel");
-        host_.Script().Fail("a file dialog is waiting for an answer the script does not give");
+    auto answer =
+        TakeSystemAnswer(host_, "file dialog " + Quote(request.title), ScriptRunner::SystemAnswer::Kind::File);
+    if (!answer)
         return std::nullopt;
-    }
-    if (answer->kind == ScriptRunner::SystemAnswer::Kind::Folder) {
-        host_.Log().Add(line + " -> cancel");
-        host_.Script().Fail("a file dialog got a folder answer");
-        return std::nullopt;
-    }
-    if (answer->kind == ScriptRunner::SystemAnswer::Kind::Cancel) {
-        host_.Log().Add(line + " -> cancel");
-        return std::nullopt;
-    }
-    host_.Log().Add(line + " -> " + Quote(answer->path));
     return FileAnswer{answer->path, answer->filter};
 }
 
 std::optional<std::u16string> HeadlessBackend::ChooseFolder(const FolderRequest& request)
 {
-    std::string line = "folder dialog " + Quote(request.title);
-    auto answer = host_.Script().TakeAnswer();
-    if (!answer) {
-        host_.Log().Add(line + " -> cancel");
-        host_.Script().Fail("a folder dialog is waiting for an answer the script does not give");
+    auto answer =
+        TakeSystemAnswer(host_, "folder dialog " + Quote(request.title), ScriptRunner::SystemAnswer::Kind::Folder);
+    if (!answer)
         return std::nullopt;
-    }
-    if (answer->kind == ScriptRunner::SystemAnswer::Kind::File) {
-        host_.Log().Add(line + " -> cancel");
-        host_.Script().Fail("a folder dialog got a file answer");
-        return std::nullopt;
-    }
-    if (answer->kind == ScriptRunner::SystemAnswer::Kind::Cancel) {
-        host_.Log().Add(line + " -> cancel");
-        return std::nullopt;
-    }
-    host_.Log().Add(line + " -> " + Quote(answer->path));
     return answer->path;
 }
 

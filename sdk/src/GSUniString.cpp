@@ -1,5 +1,7 @@
 #include "GSUniString.hpp"
 
+#include "kfsdk/Utf8.hpp"
+
 #include <algorithm>
 #include <cstring>
 
@@ -183,36 +185,7 @@ UniString UniString::FromUTF8(std::string_view utf8)
 
 std::string UniString::ToUTF8() const
 {
-    std::string out;
-    USize const n = GetLength();
-    out.reserve(n);
-    for (USize i = 0; i < n; ++i) {
-        char32_t cp = units_[i];
-        if (cp >= 0xD800 && cp <= 0xDFFF) {
-            if (cp <= 0xDBFF && i + 1 < n && units_[i + 1] >= 0xDC00 && units_[i + 1] <= 0xDFFF) {
-                cp = 0x10000 + ((cp - 0xD800) << 10) + (units_[i + 1] - 0xDC00);
-                ++i;
-            } else {
-                cp = kReplacement;
-            }
-        }
-        if (cp < 0x80) {
-            out.push_back(char(cp));
-        } else if (cp < 0x800) {
-            out.push_back(char(0xC0 | (cp >> 6)));
-            out.push_back(char(0x80 | (cp & 0x3F)));
-        } else if (cp < 0x10000) {
-            out.push_back(char(0xE0 | (cp >> 12)));
-            out.push_back(char(0x80 | ((cp >> 6) & 0x3F)));
-            out.push_back(char(0x80 | (cp & 0x3F)));
-        } else {
-            out.push_back(char(0xF0 | (cp >> 18)));
-            out.push_back(char(0x80 | ((cp >> 12) & 0x3F)));
-            out.push_back(char(0x80 | ((cp >> 6) & 0x3F)));
-            out.push_back(char(0x80 | (cp & 0x3F)));
-        }
-    }
-    return out;
+    return kfsdk::UTF16ToUTF8(units_.data(), GetLength());
 }
 
 } // namespace GS

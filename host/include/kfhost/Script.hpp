@@ -21,6 +21,9 @@ struct ScriptLine {
     std::string text;
 };
 
+// Splits a script into its lines, numbered from 1, and appends them to `out`.
+void AppendScriptLines(std::deque<ScriptLine>& out, std::string_view text, const std::string& source);
+
 class ScriptRunner {
 public:
     explicit ScriptRunner(Host& host);

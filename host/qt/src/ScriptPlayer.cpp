@@ -46,16 +46,7 @@ std::optional<std::int16_t> Int16At(const std::vector<Token>& tokens, std::size_
 
 void ScriptPlayer::Append(std::string_view text, const std::string& source)
 {
-    int number = 0;
-    std::size_t start = 0;
-    while (start < text.size()) {
-        std::size_t end = text.find('\n', start);
-        if (end == std::string_view::npos)
-            end = text.size();
-        ++number;
-        lines_.push_back(ScriptLine{source, number, std::string(text.substr(start, end - start))});
-        start = end + 1;
-    }
+    AppendScriptLines(lines_, text, source);
 }
 
 bool ScriptPlayer::Step()
