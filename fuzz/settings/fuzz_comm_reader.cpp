@@ -2,11 +2,9 @@
 // a single entry saying "TRUE" may read as the suite being loaded.
 #include "host/KF_CommDetail.hpp"
 #include "settings/KF_SettingsFormat.hpp"
+#include "ExactCopy.hpp"
 
-#include <cstdint>
 #include <cstdlib>
-#include <cstring>
-#include <memory>
 #include <string>
 
 namespace {
@@ -30,10 +28,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     if (size >= detail::kSettingsBufferSize) {
         return 0;
     }
-    std::unique_ptr<char[]> const bytes(new char[size == 0 ? 1 : size]);
-    if (size > 0) {
-        std::memcpy(bytes.get(), data, size);
-    }
+    std::unique_ptr<char[]> const bytes = ExactCopy(data, size);
     bool const loaded = detail::KF_Comm_ReadMessage(bytes.get(), size);
 
     std::string plain(bytes.get(), size);

@@ -1,12 +1,10 @@
 // Settings file bytes of any shape: the parser must neither crash nor read outside the buffer,
 // and entries it reads must come back unchanged through the writer when they can be written.
 #include "settings/KF_SettingsFormat.hpp"
+#include "ExactCopy.hpp"
 #include "KF/KF_AddonSettings.hpp"
 
-#include <cstdint>
 #include <cstdlib>
-#include <cstring>
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -55,11 +53,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     if (size >= detail::kSettingsBufferSize) {
         return 0;
     }
-    // An exactly sized heap copy, so that any read past the end is caught.
-    std::unique_ptr<char[]> const bytes(new char[size == 0 ? 1 : size]);
-    if (size > 0) {
-        std::memcpy(bytes.get(), data, size);
-    }
+    std::unique_ptr<char[]> const bytes = ExactCopy(data, size);
 
     Entries first;
     bool const complete = detail::KF_Settings_ParsePlain(bytes.get(), size, Collect, &first);

@@ -2,6 +2,7 @@
 
 #include "kfsdk/HostTable.h"
 
+#include <chrono>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -141,6 +142,17 @@ std::size_t InProcessHost::PendingLines() const { return host_->Script().Pending
 bool InProcessHost::ScriptOk() const { return host_->Script().Ok(); }
 const std::vector<std::string>& InProcessHost::Failures() const { return host_->Script().Failures(); }
 void InProcessHost::RunLoop(double seconds) { host_->Loop().RunFor(seconds); }
+
+bool InProcessHost::RunUntil(const std::function<bool()>& pred, double seconds)
+{
+    auto const until = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+    while (!pred()) {
+        if (std::chrono::steady_clock::now() >= until)
+            return false;
+        RunLoop(0.02);
+    }
+    return true;
+}
 kfhost::Dialog* InProcessHost::CurrentDialog() { return host_->Dialogs().Current(); }
 const std::vector<std::string>& InProcessHost::Transcript() const { return host_->Log().Lines(); }
 std::string InProcessHost::TranscriptText() const { return host_->Log().Text(); }

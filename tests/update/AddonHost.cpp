@@ -1,8 +1,8 @@
 #include "AddonHost.hpp"
+#include "DownloadHarness.hpp"
 
 #include "KF/KF_String.hpp"
 
-#include <chrono>
 #include <fstream>
 #include <sstream>
 
@@ -50,14 +50,10 @@ std::string ToUtf8(std::u16string const& text)
     return utf8.bytes != nullptr ? std::string(utf8.bytes) : std::string();
 }
 
-AddonHost::AddonHost() : resources_(kfhost::LoadResourceFolder(KF_UPDATE_EXAMPLE_RESOURCES))
+AddonHost::AddonHost()
+    : server_(StartLoopbackServer(served_.Path())),
+      resources_(kfhost::LoadResourceFolder(KF_UPDATE_EXAMPLE_RESOURCES))
 {
-    kfupd::ServerOptions options;
-    options.root = served_.Path();
-    options.testRoutes = true;
-    server_ = std::make_unique<kfupd::UpdateServer>(options);
-    if (server_->Start() < 0)
-        throw std::runtime_error("the loopback server did not start");
 }
 
 AddonHost::~AddonHost()
@@ -114,17 +110,6 @@ bool AddonHost::MenuChecked(short item)
            (menu->items[static_cast<std::size_t>(item - 1)].flags & 2u) != 0;
 }
 
-bool AddonHost::RunUntil(std::function<bool()> const& pred, double seconds)
-{
-    auto const until = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-    while (!pred()) {
-        if (std::chrono::steady_clock::now() >= until)
-            return false;
-        host_->RunLoop(0.02);
-    }
-    return true;
-}
-
 kfhost::Dialog* AddonHost::OpenResults()
 {
     for (kfhost::Dialog* dialog : host_->Host().Dialogs().OpenDialogs())
@@ -139,18 +124,21 @@ kfhost::Dialog* AddonHost::ShownResults()
     return dialog != nullptr && dialog->visible ? dialog : nullptr;
 }
 
-std::string AddonHost::Text(int index, int language) const
+std::string ExampleText(kfhost::ResourceModule const& resources, int index, int language)
 {
-    std::u16string const* text = resources_.String(static_cast<std::int16_t>(32710 + language),
-                                                   static_cast<std::int16_t>(index));
+    std::u16string const* text = resources.String(static_cast<std::int16_t>(32710 + language),
+                                                  static_cast<std::int16_t>(index));
     return text != nullptr ? ToUtf8(*text) : std::string("<missing>");
 }
 
-std::string AddonHost::ItemText(kfhost::Dialog const& dialog, short item) const
+std::string ItemText(kfhost::Dialog const& dialog, short item)
 {
     kfhost::DialogItem const* it = dialog.Item(item);
     return it != nullptr ? ToUtf8(it->text) : std::string("<no item>");
 }
+
+bool Visible(kfhost::Dialog const& d, short item) { return d.Item(item) != nullptr && d.Item(item)->visible; }
+bool Enabled(kfhost::Dialog const& d, short item) { return d.Item(item) != nullptr && d.Item(item)->enabled; }
 
 bool AddonHost::AlertShown(std::string const& text)
 {

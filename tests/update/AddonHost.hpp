@@ -22,6 +22,12 @@ std::map<std::string, std::string> ReadSettingsFile(std::filesystem::path const&
 
 std::string ToUtf8(std::u16string const& text);
 
+// The example's framework strings by index in a language (1: international).
+std::string ExampleText(kfhost::ResourceModule const& resources, int index, int language = 1);
+std::string ItemText(kfhost::Dialog const& dialog, short item);
+bool Visible(kfhost::Dialog const& dialog, short item);
+bool Enabled(kfhost::Dialog const& dialog, short item);
+
 class AddonHost : public ::testing::Test {
 protected:
     static constexpr short kMenu = 32601;
@@ -42,14 +48,12 @@ protected:
 
     std::int32_t Menu(short item) { return host_->Host().MenuCommand(kMenu, item); }
     bool MenuChecked(short item);
-    bool RunUntil(std::function<bool()> const& pred, double seconds = 5.0);
+    bool RunUntil(std::function<bool()> const& pred, double seconds = 5.0) { return host_->RunUntil(pred, seconds); }
     // The results dialog when it is open and shown.
     kfhost::Dialog* ShownResults();
     // The results dialog while open, shown or not.
     kfhost::Dialog* OpenResults();
-    // String index of the example's framework strings in a language (1: international).
-    std::string Text(int index, int language = 1) const;
-    std::string ItemText(kfhost::Dialog const& dialog, short item) const;
+    std::string Text(int index, int language = 1) const { return ExampleText(resources_, index, language); }
     bool AlertShown(std::string const& text);
     bool NoAlert();
 

@@ -2,6 +2,7 @@
 // add-on cannot reach: a malformed own version line, the call contracts, and every state of the
 // dialog's items (add-on "Beam Tools", see AddonConstants.cpp).
 #include "AddonHost.hpp"
+#include "DownloadHarness.hpp"
 #include "KF_AddonUpdateState.hpp"
 #include "VersionsParse.hpp"
 
@@ -17,12 +18,10 @@ namespace {
 
 class CheckInProcess : public ::testing::Test {
 protected:
-    CheckInProcess() : resources_(kfhost::LoadResourceFolder(KF_UPDATE_EXAMPLE_RESOURCES))
+    CheckInProcess()
+        : server_(StartLoopbackServer(served_.Path())),
+          resources_(kfhost::LoadResourceFolder(KF_UPDATE_EXAMPLE_RESOURCES))
     {
-        kfupd::ServerOptions options;
-        options.root = served_.Path();
-        server_ = std::make_unique<kfupd::UpdateServer>(options);
-        server_->Start();
         kfhost::HostConfig config;
         config.updateServer = server_->BaseUrl();
         host_ = std::make_unique<kftest::InProcessHost>(config);
@@ -41,12 +40,7 @@ protected:
 
     void Serve(std::string const& text) { kftest::WriteFile(served_.Path() / "update_plugins/versions16.txt", text); }
 
-    std::string Text(int index, int language = 1) const
-    {
-        std::u16string const* text = resources_.String(static_cast<std::int16_t>(32710 + language),
-                                                       static_cast<std::int16_t>(index));
-        return text != nullptr ? ToUtf8(*text) : "<missing>";
-    }
+    std::string Text(int index) const { return ExampleText(resources_, index); }
 
     // A results dialog filled from the state as it is now.
     kfhost::Dialog& Results(int status, bool library, int statusLib)
@@ -63,10 +57,6 @@ protected:
             throw std::runtime_error("the results dialog was not made");
         return *dialog;
     }
-
-    static std::string ItemText(kfhost::Dialog const& d, short item) { return ToUtf8(d.Item(item)->text); }
-    static bool Visible(kfhost::Dialog const& d, short item) { return d.Item(item)->visible; }
-    static bool Enabled(kfhost::Dialog const& d, short item) { return d.Item(item)->enabled; }
 
     void Check(KF_String const& line, KF_String const& library = KF_String(""))
     {

@@ -88,6 +88,17 @@ ResettingServer::~ResettingServer()
         thread_.join();
 }
 
+std::unique_ptr<kfupd::UpdateServer> StartLoopbackServer(const std::filesystem::path& root)
+{
+    kfupd::ServerOptions options;
+    options.root = root;
+    options.testRoutes = true;
+    auto server = std::make_unique<kfupd::UpdateServer>(options);
+    if (server->Start() < 0)
+        throw std::runtime_error("the loopback server did not start");
+    return server;
+}
+
 namespace {
 
 kfhost::HostConfig ConfigWithLimit(double seconds)
@@ -103,12 +114,7 @@ DownloadTest::DownloadTest(double limitSeconds)
     : host_(std::make_unique<kftest::InProcessHost>(ConfigWithLimit(limitSeconds)))
 {
     host_->Attach();
-    kfupd::ServerOptions options;
-    options.root = served_.Path();
-    options.testRoutes = true;
-    server_ = std::make_unique<kfupd::UpdateServer>(options);
-    if (server_->Start() < 0)
-        throw std::runtime_error("the loopback server did not start");
+    server_ = StartLoopbackServer(served_.Path());
 }
 
 DownloadTest::~DownloadTest()
@@ -141,17 +147,6 @@ bool DownloadTest::Start(const std::string& url, Recorder& recorder, const std::
     return KF_General::URLDownload(KF_String(url.c_str(), KF_String::Enc_UTF8),
                                    KF_Location(KF_String(recorder.target.c_str(), KF_String::Enc_UTF8)),
                                    &Recorder::CallBack, &recorder);
-}
-
-bool DownloadTest::RunUntil(const std::function<bool()>& pred, double seconds)
-{
-    auto const until = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-    while (!pred()) {
-        if (std::chrono::steady_clock::now() >= until)
-            return false;
-        host_->RunLoop(0.02);
-    }
-    return true;
 }
 
 } // namespace kfupdate_test

@@ -50,6 +50,9 @@ private:
     std::thread thread_;
 };
 
+// The loopback update server with its test routes, serving root; throws when it cannot start.
+std::unique_ptr<kfupd::UpdateServer> StartLoopbackServer(const std::filesystem::path& root);
+
 class DownloadTest : public ::testing::Test {
 protected:
     // limitSeconds: the host's "download-limit" (the product's is 60 s).
@@ -65,8 +68,12 @@ protected:
     Recorder& NewRecorder(int openedAnswer = 0);
     // Starts a download with the recorder; false when it did not start.
     bool Start(const std::string& url, Recorder& recorder, const std::string& targetName = "download.bin");
-    // Runs the host's loop until pred holds or seconds pass; whether it held.
-    bool RunUntil(const std::function<bool()>& pred, double seconds = 10.0);
+    // Starts a download and runs the loop until it ends; whether it both started and ended.
+    bool Fetch(const std::string& url, Recorder& recorder, const std::string& targetName = "download.bin")
+    {
+        return Start(url, recorder, targetName) && RunUntil([&] { return recorder.Ended(); });
+    }
+    bool RunUntil(const std::function<bool()>& pred, double seconds = 10.0) { return host_->RunUntil(pred, seconds); }
 
     std::unique_ptr<kftest::InProcessHost> host_;
     kftest::TempFolder served_;

@@ -115,22 +115,14 @@ std::string VersionsFile()
 
 } // namespace
 
-TEST_F(NginxDownload, FetchesAFile)
+TEST_F(NginxDownload, FetchesAFileDirectlyAndThroughItsRedirect)
 {
     kftest::WriteFile(prefix_ / "www/update_plugins/versions16.txt", VersionsFile());
-    Recorder& r = NewRecorder();
-    ASSERT_TRUE(Start(NginxUrl("/update_plugins/versions16.txt"), r));
-    ASSERT_TRUE(RunUntil([&] { return r.Ended(); }));
-    EXPECT_EQ(r.Story(), "Opened Data Done");
-    EXPECT_EQ(kftest::ReadFile(r.target), VersionsFile());
-}
-
-TEST_F(NginxDownload, FollowsItsRedirect)
-{
-    kftest::WriteFile(prefix_ / "www/update_plugins/versions16.txt", VersionsFile());
-    Recorder& r = NewRecorder();
-    ASSERT_TRUE(Start(NginxUrl("/old/versions16.txt"), r));
-    ASSERT_TRUE(RunUntil([&] { return r.Ended(); }));
-    EXPECT_EQ(r.Story(), "Opened Data Done");
-    EXPECT_EQ(kftest::ReadFile(r.target), VersionsFile());
+    for (char const* path : {"/update_plugins/versions16.txt", "/old/versions16.txt"}) {
+        SCOPED_TRACE(path);
+        Recorder& r = NewRecorder();
+        ASSERT_TRUE(Fetch(NginxUrl(path), r));
+        EXPECT_EQ(r.Story(), "Opened Data Done");
+        EXPECT_EQ(kftest::ReadFile(r.target), VersionsFile());
+    }
 }

@@ -56,8 +56,7 @@ TEST_F(URLDownload, WritesLargeFilesInBlocksOfAtMost16KiB)
 {
     constexpr std::size_t kSize = 300000;
     Recorder& r = NewRecorder();
-    ASSERT_TRUE(Start(Url("/test/bytes/" + std::to_string(kSize)), r));
-    ASSERT_TRUE(RunUntil([&] { return r.Ended(); }));
+    ASSERT_TRUE(Fetch(Url("/test/bytes/" + std::to_string(kSize)), r));
     EXPECT_EQ(r.Story(), "Opened Data Done");
     EXPECT_GE(r.Count(KF_URL_Data), static_cast<long>((kSize + 16383) / 16384));
     EXPECT_EQ(ReadFile(r.target), Pattern(kSize));
@@ -67,8 +66,7 @@ TEST_F(URLDownload, ZeroLengthFileLeavesAnEmptyFile)
 {
     ServedFile("empty.txt", "");
     Recorder& r = NewRecorder();
-    ASSERT_TRUE(Start(Url("/empty.txt"), r));
-    ASSERT_TRUE(RunUntil([&] { return r.Ended(); }));
+    ASSERT_TRUE(Fetch(Url("/empty.txt"), r));
     EXPECT_EQ(r.Story(), "Opened Done");
     ASSERT_TRUE(std::filesystem::exists(r.target));
     EXPECT_EQ(std::filesystem::file_size(r.target), 0u);
@@ -79,8 +77,7 @@ TEST_F(URLDownload, ReplacesWhatTheTargetHeldBefore)
     ServedFile("short.txt", "new");
     Recorder& r = NewRecorder();
     kftest::WriteFile(Target(), "an older and much longer content");
-    ASSERT_TRUE(Start(Url("/short.txt"), r));
-    ASSERT_TRUE(RunUntil([&] { return r.Ended(); }));
+    ASSERT_TRUE(Fetch(Url("/short.txt"), r));
     EXPECT_EQ(ReadFile(r.target), "new");
 }
 
@@ -88,8 +85,7 @@ TEST_F(URLDownload, FollowsARedirectChainWithoutTellingTheClient)
 {
     ServedFile("files/final.txt", "arrived");
     Recorder& r = NewRecorder();
-    ASSERT_TRUE(Start(Url("/test/redirect/4?to=/files/final.txt"), r));
-    ASSERT_TRUE(RunUntil([&] { return r.Ended(); }));
+    ASSERT_TRUE(Fetch(Url("/test/redirect/4?to=/files/final.txt"), r));
     EXPECT_EQ(r.Story(), "Opened Data Done");
     EXPECT_EQ(r.Count(KF_URL_Opened), 1);
     EXPECT_EQ(ReadFile(r.target), "arrived");
@@ -101,8 +97,7 @@ TEST_F(URLDownload, FollowsARedirectChainWithoutTellingTheClient)
 TEST_F(URLDownload, ErrorPageIsWrittenAndEndsDoneParsingToNothing)
 {
     Recorder& r = NewRecorder();
-    ASSERT_TRUE(Start(Url("/test/status/404"), r));
-    ASSERT_TRUE(RunUntil([&] { return r.Ended(); }));
+    ASSERT_TRUE(Fetch(Url("/test/status/404"), r));
     EXPECT_EQ(r.Story(), "Opened Data Done");
     std::string const page = ReadFile(r.target);
     EXPECT_NE(page.find("<html>"), std::string::npos);
@@ -116,19 +111,14 @@ TEST_F(URLDownload, EscapesAreDecodedThenEscapedOnce)
 {
     ServedFile("files/a b.txt", "blank");
     ServedFile("files/ü.txt", "umlaut");
-    Recorder& escaped = NewRecorder();
-    Recorder& raw = NewRecorder();
-    Recorder& unicode = NewRecorder();
-    ASSERT_TRUE(Start(Url("/files/a%20b.txt"), escaped, "escaped.txt"));
-    ASSERT_TRUE(RunUntil([&] { return escaped.Ended(); }));
-    ASSERT_TRUE(Start(Url("/files/a b.txt"), raw, "raw.txt"));
-    ASSERT_TRUE(RunUntil([&] { return raw.Ended(); }));
-    ASSERT_TRUE(Start(Url("/files/%C3%BC.txt"), unicode, "unicode.txt"));
-    ASSERT_TRUE(RunUntil([&] { return unicode.Ended(); }));
-
-    EXPECT_EQ(ReadFile(escaped.target), "blank");
-    EXPECT_EQ(ReadFile(raw.target), "blank");
-    EXPECT_EQ(ReadFile(unicode.target), "umlaut");
+    struct Case { char const* path; char const* content; };
+    for (Case const c : {Case{"/files/a%20b.txt", "blank"}, Case{"/files/a b.txt", "blank"},
+                         Case{"/files/%C3%BC.txt", "umlaut"}}) {
+        SCOPED_TRACE(c.path);
+        Recorder& r = NewRecorder();
+        ASSERT_TRUE(Fetch(Url(c.path), r, "t" + std::to_string(recorders_.size()) + ".txt"));
+        EXPECT_EQ(ReadFile(r.target), c.content);
+    }
     EXPECT_EQ(server_->RequestTargets(),
               (std::vector<std::string>{"/files/a%20b.txt", "/files/a%20b.txt", "/files/%C3%BC.txt"}));
 }
@@ -195,8 +185,7 @@ TEST_F(URLDownload, AConnectionThatIsRefusedFailsWithoutOpening)
         gone.Stop();
     }
     Recorder& r = NewRecorder();
-    ASSERT_TRUE(Start("http://127.0.0.1:" + std::to_string(port) + "/x", r));
-    ASSERT_TRUE(RunUntil([&] { return r.Ended(); }));
+    ASSERT_TRUE(Fetch("http://127.0.0.1:" + std::to_string(port) + "/x", r));
     EXPECT_EQ(r.Story(), "Failed");
     EXPECT_FALSE(std::filesystem::exists(r.target));
 }
@@ -205,8 +194,7 @@ TEST_F(URLDownload, AResetInTheMiddleOfTheBodyFails)
 {
     ResettingServer resetting(100000, 20000);
     Recorder& r = NewRecorder();
-    ASSERT_TRUE(Start("http://127.0.0.1:" + std::to_string(resetting.Port()) + "/reset", r));
-    ASSERT_TRUE(RunUntil([&] { return r.Ended(); }));
+    ASSERT_TRUE(Fetch("http://127.0.0.1:" + std::to_string(resetting.Port()) + "/reset", r));
     EXPECT_EQ(r.Story(), "Opened Data Failed");
     EXPECT_EQ(r.events.back().progress, 0.0);
     EXPECT_EQ(std::filesystem::file_size(r.target), 20000u) << "what arrived stays on disk";

@@ -32,13 +32,15 @@ std::string With(std::string text, std::string const& what, std::string const& b
     return text;
 }
 
-bool Visible(kfhost::Dialog const& d, short item) { return d.Item(item) != nullptr && d.Item(item)->visible; }
-bool Enabled(kfhost::Dialog const& d, short item) { return d.Item(item) != nullptr && d.Item(item)->enabled; }
-
 long Number(std::string const& text) { return text.empty() ? 0 : std::stol(text); }
 
 class UpdateCheck : public AddonHost {
 protected:
+    bool CheckNowShowsResults()
+    {
+        Menu(kCheckNow);
+        return RunUntil([&] { return ShownResults() != nullptr; });
+    }
     bool AlertPending()
     {
         auto const& lines = host_->Transcript();
@@ -71,14 +73,10 @@ TEST_F(UpdateCheck, UserCheckShowsANewerReleaseAndOpensItsUpdatePage)
 
     ASSERT_TRUE(RunUntil([&] { return ShownResults() != nullptr; }));
     kfhost::Dialog& d = *ShownResults();
+    // The fixed items of every state are CheckInProcess's; here, the state the real check reached.
     EXPECT_EQ(ToUtf8(d.title), kName);
-    EXPECT_EQ(d.width, 655);
-    EXPECT_EQ(d.height, 172);
-    EXPECT_EQ(ItemText(d, 1), Text(37));
-    EXPECT_EQ(ItemText(d, 2), Text(5));
     EXPECT_EQ(ItemText(d, 3), Text(34));
     EXPECT_EQ(ItemText(d, 4), With(Text(81), "ADDONNAME", kName));
-    EXPECT_EQ(ItemText(d, 5), Text(79));
     EXPECT_EQ(ItemText(d, 6), With(Text(82), "ADDONLIBNAME", "OrvellaBeamLib"));
     EXPECT_EQ(ItemText(d, 7), Text(84));
     for (short item : {1, 2, 4, 5, 6, 7})
@@ -103,8 +101,7 @@ TEST_F(UpdateCheck, UserCheckWithNothingNewerSaysSoAndTheLibraryPageNamesNoLibra
 {
     ServeVersions(kNothingNewer);
     ASSERT_NO_FATAL_FAILURE(Load());
-    Menu(kCheckNow);
-    ASSERT_TRUE(RunUntil([&] { return ShownResults() != nullptr; }));
+    ASSERT_TRUE(CheckNowShowsResults());
     kfhost::Dialog& d = *ShownResults();
     EXPECT_EQ(ItemText(d, 3), Text(35));
     EXPECT_EQ(ItemText(d, 4), With(Text(80), "ADDONNAME", kName));
@@ -120,15 +117,13 @@ TEST_F(UpdateCheck, WebSiteAndCancelButtonsCloseTheDialog)
 {
     ServeVersions(kNewer);
     ASSERT_NO_FATAL_FAILURE(Load());
-    Menu(kCheckNow);
-    ASSERT_TRUE(RunUntil([&] { return ShownResults() != nullptr; }));
+    ASSERT_TRUE(CheckNowShowsResults());
     ASSERT_TRUE(host_->Run("click 1"));
     EXPECT_EQ(LastLaunch().back(), server_->BaseUrl() + "/");
     EXPECT_EQ(OpenResults(), nullptr);
 
     std::size_t const launches = host_->Launched().size();
-    Menu(kCheckNow);
-    ASSERT_TRUE(RunUntil([&] { return ShownResults() != nullptr; }));
+    ASSERT_TRUE(CheckNowShowsResults());
     ASSERT_TRUE(host_->Run("click 2"));
     EXPECT_EQ(OpenResults(), nullptr);
     EXPECT_EQ(host_->Launched().size(), launches);
@@ -139,8 +134,7 @@ TEST_F(UpdateCheck, AGermanUserReadsGermanAndTheQueryCarriesTheLanguage)
     WriteSharedSettings({{"Language_str", "ger"}});
     ServeVersions(kNewer);
     ASSERT_NO_FATAL_FAILURE(Load());
-    Menu(kCheckNow);
-    ASSERT_TRUE(RunUntil([&] { return ShownResults() != nullptr; }));
+    ASSERT_TRUE(CheckNowShowsResults());
     EXPECT_EQ(ItemText(*ShownResults(), 4), With(Text(81, 3), "ADDONNAME", kName));
     ASSERT_TRUE(host_->Run("click 5"));
     EXPECT_EQ(LastLaunch().back(),
@@ -151,8 +145,7 @@ TEST_F(UpdateCheck, AnErrorPageIsNothingNewer)
 {
     // Nothing is served at the versions file's path: the server's 404 page arrives instead.
     ASSERT_NO_FATAL_FAILURE(Load());
-    Menu(kCheckNow);
-    ASSERT_TRUE(RunUntil([&] { return ShownResults() != nullptr; }));
+    ASSERT_TRUE(CheckNowShowsResults());
     EXPECT_EQ(ItemText(*ShownResults(), 3), Text(35));
     EXPECT_TRUE(NoAlert());
 }

@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -75,6 +76,8 @@ public:
     bool ScriptOk() const;
     const std::vector<std::string>& Failures() const;
     void RunLoop(double seconds);
+    // Runs the loop in short slices until pred holds or seconds pass; whether it held.
+    bool RunUntil(const std::function<bool()>& pred, double seconds);
 
     // ---- reading what happened ----
     kfhost::Dialog* CurrentDialog();
