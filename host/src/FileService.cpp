@@ -298,6 +298,19 @@ KF_Err FileWrite(KF_HostContext* c, std::int64_t handle, const char* data, std::
     return KF_NOERROR;
 }
 
+// Flushes a file or folder to the disk; false with errno set when it cannot be opened or synced.
+bool SyncPath(const std::string& path, int flags)
+{
+    const int fd = ::open(path.c_str(), flags | O_CLOEXEC);
+    if (fd < 0)
+        return false;
+    const bool synced = ::fsync(fd) == 0;
+    const int error = errno;
+    ::close(fd);
+    errno = error;
+    return synced;
+}
+
 KF_Err MoveOver(KF_HostContext* c, const KF_UChar* source, std::int32_t sourceLength, const KF_UChar* target,
                 std::int32_t targetLength)
 {
@@ -307,7 +320,16 @@ KF_Err MoveOver(KF_HostContext* c, const KF_UChar* source, std::int32_t sourceLe
         return KF_IOERR_BADLOCATION;
     if (const auto code = Fault(c, FileOp::Move, to))
         return *code;
-    return ::rename(from.c_str(), to.c_str()) == 0 ? KF_NOERROR : ErrnoToCode(errno);
+    // The new content must be on the disk before the name points at it, or a crash right after
+    // the rename could leave an empty file where the old one was.
+    if (!SyncPath(from, O_RDONLY))
+        return ErrnoToCode(errno);
+    if (::rename(from.c_str(), to.c_str()) != 0)
+        return ErrnoToCode(errno);
+    const auto slash = to.find_last_of('/');
+    SyncPath(slash == std::string::npos || slash == 0 ? std::string("/") : to.substr(0, slash),
+             O_RDONLY | O_DIRECTORY); // the rename itself; a folder that cannot be synced still holds it
+    return KF_NOERROR;
 }
 
 } // namespace
