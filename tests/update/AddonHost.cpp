@@ -96,11 +96,6 @@ std::map<std::string, std::string> AddonHost::OwnSettings() const
     return ReadSettingsFile(framework_.Path() / "Orvella Beam Tools_10.cfg");
 }
 
-void AddonHost::WriteSharedSettings(std::map<std::string, std::string> const& entries)
-{
-    WriteSettingsFile(framework_.Path() / "Quadrelle.cfg", entries);
-}
-
 fs::path AddonHost::VersionsCopy() const { return framework_.Path() / "__updcf__.tmp"; }
 
 bool AddonHost::MenuChecked(short item)

@@ -43,7 +43,6 @@ protected:
     void ServeVersions(std::string const& text);
     void WriteOwnSettings(std::map<std::string, std::string> const& entries);
     std::map<std::string, std::string> OwnSettings() const;
-    void WriteSharedSettings(std::map<std::string, std::string> const& entries);
     std::filesystem::path VersionsCopy() const;
 
     std::int32_t Menu(short item) { return host_->Host().MenuCommand(kMenu, item); }
