@@ -22,7 +22,7 @@ void DropLocation(API_LibPart& record)
 // The name is copied as it is; only the record's own field bounds it.
 void CopyName(const KF_String& name, API_LibPart& record)
 {
-    GS::UniString const text(name.GetLength() > 0 ? GS::UniString(name.Units(), name.GetLength()) : GS::UniString());
+    GS::UniString const text = name.ToUniString();
     constexpr USize room = sizeof record.docu_UName / sizeof record.docu_UName[0] - 1;
     USize const count = text.GetLength() < room ? text.GetLength() : room;
     std::memcpy(record.docu_UName, text.ToUStr(), count * sizeof(GS::uchar_t));

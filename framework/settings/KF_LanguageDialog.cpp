@@ -23,11 +23,6 @@ struct LanguageDialogRecord {
 // Language index of every list row (row r at position r - 1); lives while the add-on is loaded.
 KF_List<short> sLanguageRows;
 
-GS::UniString ToUni(KF_String const& text)
-{
-    return text.IsNullOrEmpty() ? GS::UniString() : GS::UniString(text.Units(), text.GetLength());
-}
-
 KF_String FrameworkString(short language, long index)
 {
     return KF_Resource_GetString(static_cast<short>(KF_Resource_FrameworkStrings + language), index, true);
@@ -65,10 +60,10 @@ void FillLanguageList(short dialID)
 void Initialize(short dialID)
 {
     DGSetDialogSize(dialID, DG_CLIENT, 483, 282, DG_TOPLEFT, false);
-    DGSetDialogTitle(dialID, ToUni(KF_String(sett_ADDON_NAME, KF_String::Enc_System)));
-    DGSetItemText(dialID, kAcceptItem, ToUni(FrameworkString(gKF_Language, 64)));
-    DGSetItemText(dialID, kCancelItem, ToUni(FrameworkString(gKF_Language, 5)));
-    DGSetItemText(dialID, kNoteItem, ToUni(FrameworkString(gKF_Language, 65)));
+    DGSetDialogTitle(dialID, KF_String(sett_ADDON_NAME, KF_String::Enc_System).ToUniString());
+    DGSetItemText(dialID, kAcceptItem, FrameworkString(gKF_Language, 64).ToUniString());
+    DGSetItemText(dialID, kCancelItem, FrameworkString(gKF_Language, 5).ToUniString());
+    DGSetItemText(dialID, kNoteItem, FrameworkString(gKF_Language, 65).ToUniString());
     FillLanguageList(dialID);
 }
 
@@ -94,8 +89,8 @@ void Preview(short dialID)
         return;
     }
     gKF_Language = static_cast<short>(row - 1);
-    DGSetItemText(dialID, kCancelItem, ToUni(FrameworkString(gKF_Language, 5)));
-    DGSetItemText(dialID, kNoteItem, ToUni(FrameworkString(gKF_Language, 65)));
+    DGSetItemText(dialID, kCancelItem, FrameworkString(gKF_Language, 5).ToUniString());
+    DGSetItemText(dialID, kNoteItem, FrameworkString(gKF_Language, 65).ToUniString());
 }
 
 short KF_Dlg_Language_CallBack(short message, short dialID, short item, DGUserData userData, DGMessageData)

@@ -20,12 +20,7 @@ enum : short {
     kItemLibraryPage = 7
 };
 
-GS::UniString ToUni(KF_String const& text)
-{
-    return text.IsNullOrEmpty() ? GS::UniString() : GS::UniString(text.Units(), text.GetLength());
-}
-
-void SetText(short dialogID, short item, KF_String const& text) { DGSetItemText(dialogID, item, ToUni(text)); }
+void SetText(short dialogID, short item, KF_String const& text) { DGSetItemText(dialogID, item, text.ToUniString()); }
 
 KF_String S(long index) { return KF_AddonUpdate_String(index); }
 
@@ -53,7 +48,7 @@ void KF_AddonUpdate_ResultUpdateInit(short dialogID)
 {
     GSResModule const previous = ACAPI_UseOwnResModule();
     DGSetDialogSize(dialogID, DG_CLIENT, 655, 172, DG_TOPLEFT, false);
-    DGSetDialogTitle(dialogID, ToUni(AddonName()));
+    DGSetDialogTitle(dialogID, AddonName().ToUniString());
     DGBeginMoveGrowItems(dialogID);
 
     SetText(dialogID, kItemCancel, S(5));

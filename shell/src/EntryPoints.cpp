@@ -24,8 +24,8 @@ API_AddonType CheckEnvironment(API_EnvirParams* envir)
     if (envir == nullptr || envir->serverInfo.serverApplication != APIAppl_MainID)
         return APIAddon_DontRegister;
 
-    envir->addOnInfo.name = Shell_ToUniString(KF_String(sett_ADDON_NAME));
-    envir->addOnInfo.description = Shell_ToUniString(KF_String(kShell_Description));
+    envir->addOnInfo.name = KF_String(sett_ADDON_NAME).ToUniString();
+    envir->addOnInfo.description = KF_String(kShell_Description).ToUniString();
     return APIAddon_Normal;
 }
 

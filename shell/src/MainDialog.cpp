@@ -24,26 +24,19 @@ constexpr ItemText kItemTexts[] = {
 
 } // namespace
 
-GS::UniString Shell_ToUniString(const KF_String& text)
-{
-    if (text.IsNullOrEmpty())
-        return GS::UniString();
-    return GS::UniString(text.Units(), text.GetLength());
-}
-
 short MainDialog_Handler(short message, short dialID, short item, long long /*userData*/,
                          long long /*msgData*/)
 {
     switch (message) {
     case DG_MSG_INIT: {
         DGSetFocus(dialID, DG_NO_ITEM);
-        DGSetDialogTitle(dialID, Shell_ToUniString(KF_String(sett_ADDON_NAME)));
+        DGSetDialogTitle(dialID, KF_String(sett_ADDON_NAME).ToUniString());
         DGSetDialogSize(dialID, DG_CLIENT, 356, 500, DG_TOPLEFT, true);
         short const strings = static_cast<short>(kShell_StringsBase + gKF_Language);
         for (ItemText const& entry : kItemTexts)
             DGSetItemText(dialID, entry.item,
-                          Shell_ToUniString(KF_Resource_GetString(strings, entry.stringIndex, true)));
-        DGSetItemText(dialID, kVersionItem, Shell_ToUniString(KF_String(kShell_VersionLabel)));
+                          KF_Resource_GetString(strings, entry.stringIndex, true).ToUniString());
+        DGSetItemText(dialID, kVersionItem, KF_String(kShell_VersionLabel).ToUniString());
         return 0;
     }
     case DG_MSG_CLICK:

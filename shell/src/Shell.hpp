@@ -24,6 +24,3 @@ GSErrCode MenuCommandHandler_FRA(const API_MenuParams* menuParams);
 GSErrCode MenuCommandHandler_GER(const API_MenuParams* menuParams);
 GSErrCode MenuCommandHandler_ESP(const API_MenuParams* menuParams);
 GSErrCode CmdHandler(GSHandle params, GSPtr resultData, bool silentMode);
-
-// The host's string for a framework string; the empty host string for a null or empty one.
-GS::UniString Shell_ToUniString(const KF_String& text);

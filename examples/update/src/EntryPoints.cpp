@@ -6,21 +6,12 @@
 #include "KF/KF_AddonUpdate.hpp"
 #include "KF/KF_Language.hpp"
 
-namespace {
-
-GS::UniString ToUni(KF_String const& text)
-{
-    return text.IsNullOrEmpty() ? GS::UniString() : GS::UniString(text.Units(), text.GetLength());
-}
-
-} // namespace
-
 API_AddonType CheckEnvironment(API_EnvirParams* envir)
 {
     if (envir == nullptr || envir->serverInfo.serverApplication != APIAppl_MainID)
         return APIAddon_DontRegister;
-    envir->addOnInfo.name = ToUni(KF_String(sett_ADDON_NAME));
-    envir->addOnInfo.description = ToUni(KF_String(kUpdateExample_Description));
+    envir->addOnInfo.name = KF_String(sett_ADDON_NAME).ToUniString();
+    envir->addOnInfo.description = KF_String(kUpdateExample_Description).ToUniString();
     return APIAddon_Normal;
 }
 
