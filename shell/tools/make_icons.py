@@ -2,7 +2,8 @@
 """Draws the add-on's icons: the seven flag-like language icons of the language dialog's list
 (resources 32758 to 32764, in language order) and the add-on's mark shown in its dialogs (32510).
 
-Run from anywhere: python3 make_icons.py [OUTPUT_DIR]  (default: resources/icons of the repository).
+Run from anywhere: python3 make_icons.py [OUTPUT_DIR]. By default the flags go to the framework's
+pack (framework/resources/icons), which every bundle gets, and the mark to resources/icons.
 The host takes every <resource number>.png of the resource folder as an icon.
 Plain zlib + struct, so it needs nothing beyond the standard library; the output is
 byte-for-byte reproducible, which keeps the committed PNGs and this script in step.
@@ -129,11 +130,15 @@ def png(width, height, paint):
 
 def main():
     here = os.path.dirname(os.path.abspath(__file__))
-    out = sys.argv[1] if len(sys.argv) > 1 else os.path.join(here, "..", "..", "resources", "icons")
-    os.makedirs(out, exist_ok=True)
-    icons = {FIRST_LANGUAGE_ICON + i: png(W, H, flag(paint)) for i, paint in enumerate(FLAGS.values())}
-    icons[MARK_ICON] = png(MARK, MARK, mark)
-    for number, data in icons.items():
+    root = os.path.join(here, "..", "..")
+    flags_out = os.path.join(root, "framework", "resources", "icons")
+    mark_out = os.path.join(root, "resources", "icons")
+    if len(sys.argv) > 1:
+        flags_out = mark_out = sys.argv[1]
+    icons = {(flags_out, FIRST_LANGUAGE_ICON + i): png(W, H, flag(paint)) for i, paint in enumerate(FLAGS.values())}
+    icons[(mark_out, MARK_ICON)] = png(MARK, MARK, mark)
+    for (out, number), data in icons.items():
+        os.makedirs(out, exist_ok=True)
         with open(os.path.join(out, f"{number}.png"), "wb") as f:
             f.write(data)
 

@@ -1,7 +1,4 @@
 # Communication files between add-ons and the dialog helpers.
-if(NOT TARGET kf_test_support)
-  return()
-endif()
 add_executable(test_comm_dialog
   ${CMAKE_CURRENT_LIST_DIR}/comm_files_test.cpp
   ${CMAKE_CURRENT_LIST_DIR}/dialog_helpers_test.cpp)

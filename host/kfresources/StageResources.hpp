@@ -1,0 +1,30 @@
+// Puts an add-on's resources into its bundle at build time: every source file is read with the
+// host's own reader first, so that a mistake is reported against the file the developer edits,
+// never against the copy in the bundle.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace kfhost {
+
+struct StageRequest {
+    std::vector<std::filesystem::path> sources; // folders, in order; a later file of the same
+                                                // relative path replaces an earlier one
+    std::filesystem::path frameworkPack;        // empty: no framework texts
+    std::filesystem::path out;                  // <Name>.bundle/Resources, replaced as a whole
+};
+
+struct StageResult {
+    std::vector<std::filesystem::path> read;    // every file and folder looked at (a depfile's list)
+    std::vector<std::string> packSkipped;       // framework resources the add-on brings itself
+};
+
+// The folder in the bundle that holds what the framework's pack adds.
+inline constexpr const char* kFrameworkPackFolder = "KF_Framework";
+
+// Throws ResourceError (file:line:column of a source file) or std::runtime_error.
+StageResult StageResources(const StageRequest& request);
+
+} // namespace kfhost

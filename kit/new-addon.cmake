@@ -1,0 +1,35 @@
+# Writes a new add-on project from the template beside this file:
+#   cmake -DNAME=<Name> [-DDIR=<folder>] -P new-addon.cmake
+# NAME becomes the bundle's, the CMake target's and the add-on's displayed name; DIR (default
+# ./<Name>) must not exist or be empty. The project builds against the installed package.
+if(NOT DEFINED NAME OR NOT NAME MATCHES "^[A-Za-z][A-Za-z0-9_]*$")
+  message(FATAL_ERROR "new-addon: NAME must be a letter followed by letters, digits or _ (got \"${NAME}\")")
+endif()
+# The private settings file is <Name>_10 in a field of 32 bytes.
+string(LENGTH "${NAME}" length)
+if(length GREATER 28)
+  message(FATAL_ERROR "new-addon: NAME may have at most 28 characters")
+endif()
+if(NOT DEFINED DIR OR DIR STREQUAL "")
+  set(DIR ${NAME})
+endif()
+get_filename_component(DIR "${DIR}" ABSOLUTE BASE_DIR "$ENV{PWD}")
+if(EXISTS "${DIR}")
+  file(GLOB present "${DIR}/*")
+  if(present)
+    message(FATAL_ERROR "new-addon: ${DIR} exists and is not empty")
+  endif()
+endif()
+
+# The add-on's own module id: derived from the name, so that two add-ons of the maker differ.
+string(SHA1 digest "${NAME}")
+string(SUBSTRING "${digest}" 0 8 MODULE_LOCAL_ID)
+string(TOUPPER "${MODULE_LOCAL_ID}" MODULE_LOCAL_ID)
+set(MODULE_LOCAL_ID "0x${MODULE_LOCAL_ID}")
+
+set(template ${CMAKE_CURRENT_LIST_DIR}/template)
+file(GLOB_RECURSE files RELATIVE ${template} ${template}/*)
+foreach(file IN LISTS files)
+  configure_file(${template}/${file} ${DIR}/${file} @ONLY)
+endforeach()
+message(STATUS "new-addon: wrote ${NAME} to ${DIR}")
