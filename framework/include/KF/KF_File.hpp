@@ -3,7 +3,7 @@
 //
 // Result numbers shared by every operation that returns one:
 //   0 success, 1 no host file held (text writing), 2 access denied, 3 file not found,
-//   4 disk full, 5 other host file error, 6 any other failure.
+//   4 disk full, 5 other host file error, 6 any other failure; ReadFullText adds 7, too large.
 #pragma once
 
 #include "IO.hpp"
@@ -20,6 +20,11 @@ enum KF_File_OpenMode : std::int32_t {
     KF_File_ReadWriteEmpty = 3,
     KF_File_Append = 4
 };
+
+// ReadFullText's result for a file of KF_File_TextLimit bytes or more, refused before a byte is read.
+constexpr std::int32_t KF_File_TooLarge = 7;
+// The same bound as the framework's own settings and communication files.
+constexpr unsigned long KF_File_TextLimit = 100000;
 
 class KF_File {
 public:
@@ -54,4 +59,10 @@ public:
                                 unsigned long const& startPosition);
     static std::int32_t WriteFullText(KF_Location const& location, KF_String const& text,
                                       KF_String::Encoding encoding, bool writeBOM, bool append);
+    // Reads a whole text file into text: a byte-order mark decides the encoding, otherwise the
+    // bytes are taken in encoding (Enc_None: guessed from the bytes). A missing file gives 0 with
+    // *exists (may be null) false and text empty. Unlike ReadBin, a failed read is reported (the
+    // shared table); a mark of an encoding that cannot be converted gives 6.
+    static std::int32_t ReadFullText(KF_Location const& location, KF_String& text, KF_String::Encoding encoding,
+                                     bool* exists);
 };

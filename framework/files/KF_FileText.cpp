@@ -1,0 +1,26 @@
+// Whole text files for add-ons, bounded like the framework's own small files.
+#include "KF_FileDetail.hpp"
+
+std::int32_t KF_File::ReadFullText(KF_Location const& location, KF_String& text, KF_String::Encoding encoding,
+                                   bool* exists)
+{
+    text = KF_String("");
+    std::string bytes;
+    bool found = false;
+    std::int32_t const result = detail::KF_File_ReadWhole(location, KF_File_TextLimit, bytes, found);
+    if (exists != nullptr) {
+        *exists = found;
+    }
+    if (result != 0 || !found) {
+        return result == detail::kFileTooLarge ? KF_File_TooLarge : result;
+    }
+    // The limit keeps the size within the converters' unsigned int.
+    auto const size = static_cast<unsigned int>(bytes.size());
+    KF_String::Encoding const used =
+        KF_String::TextToString(text, bytes.data(), size, encoding == KF_String::Enc_None, encoding);
+    if (used == KF_String::Enc_Unsupported) {
+        text = KF_String("");
+        return 6;
+    }
+    return 0;
+}
