@@ -1,0 +1,48 @@
+# Every code block of the guide (```cpp, ```cmake, ```res, ```kfs) must be found, verbatim, in
+# the add-on the template writes (named Hello) or in one of SOURCES, all of which tests build or
+# play. Arguments (-D): GUIDE, NEW_ADDON, SOURCES (list), WORK.
+file(REMOVE_RECURSE ${WORK})
+execute_process(COMMAND ${CMAKE_COMMAND} -DNAME=Hello -DDIR=${WORK}/Hello -P ${NEW_ADDON}
+  RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE out)
+if(NOT rc EQUAL 0)
+  message(FATAL_ERROR "the template could not be written:\n${out}")
+endif()
+file(GLOB_RECURSE written ${WORK}/Hello/*)
+
+# List separators and brackets would cut the texts apart: swap them for markers first.
+macro(read_plain file var)
+  file(READ ${file} ${var})
+  string(REPLACE ";" "<semicolon>" ${var} "${${var}}")
+  string(REPLACE "[" "<open>" ${var} "${${var}}")
+  string(REPLACE "]" "<close>" ${var} "${${var}}")
+endmacro()
+
+set(haystack "")
+foreach(file IN LISTS written SOURCES)
+  read_plain(${file} text)
+  string(APPEND haystack "${text}\n<file>\n")
+endforeach()
+
+read_plain(${GUIDE} guide)
+string(REGEX MATCHALL "```(cpp|cmake|res|kfs)\n[^`]*```" blocks "${guide}")
+list(LENGTH blocks count)
+if(count LESS 10)
+  message(FATAL_ERROR "${GUIDE} has ${count} code blocks; the guide's samples are missing")
+endif()
+set(missing 0)
+foreach(block IN LISTS blocks)
+  string(REGEX REPLACE "^```[a-z]+\n" "" code "${block}")
+  string(REGEX REPLACE "```$" "" code "${code}")
+  string(FIND "${haystack}" "${code}" at)
+  if(at EQUAL -1)
+    string(REPLACE "<semicolon>" ";" shown "${code}")
+    string(REPLACE "<open>" "[" shown "${shown}")
+    string(REPLACE "<close>" "]" shown "${shown}")
+    message(SEND_ERROR "this block of the guide is in no built or played file:\n${shown}")
+    math(EXPR missing "${missing} + 1")
+  endif()
+endforeach()
+if(missing GREATER 0)
+  message(FATAL_ERROR "${missing} of ${count} code blocks are not built or played by a test")
+endif()
+message(STATUS "all ${count} code blocks of the guide are built or played")
