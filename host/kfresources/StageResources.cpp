@@ -3,9 +3,6 @@
 #include "kfhost/Resources.hpp"
 
 #include <algorithm>
-#include <charconv>
-#include <fstream>
-#include <iterator>
 #include <map>
 
 namespace kfhost {
@@ -31,29 +28,6 @@ void Collect(const fs::path& folder, FileMap& files, std::vector<fs::path>& read
         throw std::runtime_error(folder.string() + ": cannot be listed: " + ec.message());
 }
 
-// Reads one file as the host reads it at load; other kinds of files travel along unread.
-void Read(const fs::path& file, ResourceModule& module)
-{
-    const std::string ext = file.extension().string();
-    if (ext == ".res") {
-        std::ifstream in(file, std::ios::binary);
-        if (!in)
-            throw ResourceError(file.string(), 1, 1, "cannot be read");
-        ParseResourceText(std::string(std::istreambuf_iterator<char>(in), {}), file.string(), module);
-    } else if (ext == ".png") {
-        const std::string stem = file.stem().string();
-        int number = 0;
-        const auto [end, errc] = std::from_chars(stem.data(), stem.data() + stem.size(), number);
-        if (errc != std::errc() || end != stem.data() + stem.size() || number < 1 || number > 32767)
-            throw ResourceError(file.string(), 1, 1, "an icon's file name must be its resource number (1 to 32767)");
-        const std::string key = "icon " + std::to_string(number);
-        if (const auto it = module.origins.find(key); it != module.origins.end())
-            throw ResourceError(file.string(), 1, 1, key + " is defined twice (first at " + it->second + ")");
-        module.origins[key] = file.string();
-        module.icons[std::int16_t(number)] = ReadIcon(file, std::int16_t(number));
-    }
-}
-
 void Copy(const fs::path& from, const fs::path& to)
 {
     fs::create_directories(to.parent_path());
@@ -71,7 +45,7 @@ StageResult StageResources(const StageRequest& request)
     ResourceModule module;
     for (const auto& [inBundle, source] : own) {
         result.read.push_back(source);
-        Read(source, module);
+        ReadResourceFile(source, module);
     }
 
     // The framework's pack holds one resource per file, so that the add-on's own list, dialog or
@@ -83,7 +57,7 @@ StageResult StageResources(const StageRequest& request)
     for (const auto& [inPack, source] : pack) {
         result.read.push_back(source);
         ResourceModule one;
-        Read(source, one);
+        ReadResourceFile(source, one);
         const bool replaced = std::any_of(one.origins.begin(), one.origins.end(),
                                           [&](const auto& entry) { return module.origins.count(entry.first) != 0; });
         if (replaced) {

@@ -59,24 +59,28 @@ ResourceModule LoadResourceFolder(const std::filesystem::path& folder)
     if (ec)
         throw ResourceError(folder.string(), 1, 1, "cannot be listed: " + ec.message());
     std::sort(files.begin(), files.end());
-    for (const auto& file : files) {
-        const std::string ext = file.extension().string();
-        if (ext == ".res") {
-            ParseResourceText(ReadFile(file), file.string(), module);
-        } else if (ext == ".png") {
-            const std::string stem = file.stem().string();
-            int number = 0;
-            const auto [end, errc] = std::from_chars(stem.data(), stem.data() + stem.size(), number);
-            if (errc != std::errc() || end != stem.data() + stem.size() || number < 1 || number > 32767)
-                throw ResourceError(file.string(), 1, 1, "an icon's file name must be its resource number (1 to 32767)");
-            const std::string key = "icon " + std::to_string(number);
-            if (const auto it = module.origins.find(key); it != module.origins.end())
-                throw ResourceError(file.string(), 1, 1, key + " is defined twice (first at " + it->second + ")");
-            module.origins[key] = file.string();
-            module.icons[std::int16_t(number)] = ReadIcon(file, std::int16_t(number));
-        }
-    }
+    for (const auto& file : files)
+        ReadResourceFile(file, module);
     return module;
+}
+
+void ReadResourceFile(const std::filesystem::path& file, ResourceModule& module)
+{
+    const std::string ext = file.extension().string();
+    if (ext == ".res") {
+        ParseResourceText(ReadFile(file), file.string(), module);
+    } else if (ext == ".png") {
+        const std::string stem = file.stem().string();
+        int number = 0;
+        const auto [end, errc] = std::from_chars(stem.data(), stem.data() + stem.size(), number);
+        if (errc != std::errc() || end != stem.data() + stem.size() || number < 1 || number > 32767)
+            throw ResourceError(file.string(), 1, 1, "an icon's file name must be its resource number (1 to 32767)");
+        const std::string key = "icon " + std::to_string(number);
+        if (const auto it = module.origins.find(key); it != module.origins.end())
+            throw ResourceError(file.string(), 1, 1, key + " is defined twice (first at " + it->second + ")");
+        module.origins[key] = file.string();
+        module.icons[std::int16_t(number)] = ReadIcon(file, std::int16_t(number));
+    }
 }
 
 } // namespace kfhost

@@ -50,6 +50,11 @@ run("testing the new add-on" COMMAND ${CMAKE_CTEST_COMMAND} --test-dir ${hello}/
 if(NOT out MATCHES "Hello\\.first_run [.]+ +Passed")
   message(FATAL_ERROR "the template's test did not run:\n${out}")
 endif()
+# Its dialogs show the framework's texts from the pack, never the marker of a missing string.
+file(READ ${hello}/build/kf_addon_tests/Hello_first_run/transcript.txt transcript)
+if(NOT transcript MATCHES "dialog 32734" OR transcript MATCHES "_ERR_")
+  message(FATAL_ERROR "the language dialog is missing or shows a missing string:\n${transcript}")
+endif()
 
 # 3. A broken resource file fails the build, pointing at the source file, not at its copy.
 set(strings ${hello}/resources/strings/1-int.res)

@@ -104,5 +104,8 @@ void ParseResourceText(std::string_view text, const std::string& fileName, Resou
 IconResource ReadIcon(const std::filesystem::path& file, std::int16_t resID);
 // Every *.res file under folder (in path order) and every <number>.png icon.
 ResourceModule LoadResourceFolder(const std::filesystem::path& folder);
+// One file of a resource folder into module: a *.res text or a <number>.png icon; other files
+// are not resources and are left alone.
+void ReadResourceFile(const std::filesystem::path& file, ResourceModule& module);
 
 } // namespace kfhost
