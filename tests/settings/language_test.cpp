@@ -182,3 +182,26 @@ TEST_F(Language, ShownLanguagesLimitTheRowsAndAcceptUsesTheRowTable)
     EXPECT_EQ(ReadPlain(SharedFile()), "$Language_str: ger\n");
     EXPECT_EQ(gKF_Language, KF_Language_Ger);
 }
+
+TEST_F(Language, TheFirstAndTheLastRowAreLanguagesLikeTheOthers)
+{
+    struct Case {
+        char const* stored;
+        int selectedRow;
+        int chosenRow;
+        char const* written;
+        short language;
+    };
+    for (Case const c : {Case{"ita", 1, 7, "rus", KF_Language_Rus}, Case{"rus", 7, 1, "ita", KF_Language_Ita}}) {
+        ReadWith(std::string("$Language_str: ") + c.stored + "\n");
+        EXPECT_TRUE(Dialog("expect rows 3 7\nexpect selected 3 " + std::to_string(c.selectedRow) + "\nselect 3 " +
+                           std::to_string(c.chosenRow) + "\nclick 1"))
+            << c.stored;
+        EXPECT_EQ(gKF_Language, c.language) << c.stored;
+        EXPECT_EQ(ReadPlain(SharedFile()), std::string("$Language_str: ") + c.written + "\n");
+    }
+    // Only the first and the last language shown: the second row is the last language.
+    std::strcpy(sett_ADDON_SHOWED_LANGUAGES, "ita rus");
+    EXPECT_TRUE(Dialog("expect rows 3 2\nselect 3 2\nclick 1"));
+    EXPECT_EQ(ReadPlain(SharedFile()), "$Language_str: rus\n");
+}

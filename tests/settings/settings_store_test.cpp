@@ -78,21 +78,6 @@ TEST_F(HostedStores, MalformedFileKeepsEntriesBeforeTheFaultAndStaysUnloaded)
     EXPECT_EQ(ReadPlain(OwnFile()), "$a: 1\n");
 }
 
-TEST_F(HostedStores, FilesOfOneHundredThousandBytesAreNeitherReadNorWritten)
-{
-    WritePlain(OwnFile(), "$big: " + std::string(100000 - 7, 'x') + "\n");
-    EXPECT_FALSE(KF_AddonSettings_Load(kOwn, true));
-    EXPECT_EQ(KF_AddonSettings_GetCount(kOwn), 0);
-    // Not loaded, so the next Get with load reads the file again.
-    WritePlain(OwnFile(), "$big: " + std::string(99999 - 7, 'y') + "\n");
-    EXPECT_EQ(Utf8(KF_AddonSettings_Get(kOwn, S("big"), true)).size(), 99999u - 7u);
-
-    KF_AddonSettings_Set(kOwn, S("big"), S(std::string(100000, 'z')), true);
-    std::string const before = kftest::ReadFile(OwnFile());
-    EXPECT_FALSE(KF_AddonSettings_Save(kOwn));
-    EXPECT_EQ(kftest::ReadFile(OwnFile()), before);
-}
-
 TEST_F(HostedStores, FailedReplacementLeavesThePreviousFileByteIdentical)
 {
     WritePlain(OwnFile(), "$k: old\n$other: 1\n");
