@@ -34,6 +34,12 @@ end
 strings 32713
   5 "Abbrechen"
 end
+strings 32710
+  5 "Annulla"
+end
+strings 32716
+  5 "Otmena"
+end
 strings 32531
   1 "International one"
 end
@@ -189,13 +195,15 @@ TEST_F(Language, TheFirstAndTheLastRowAreLanguagesLikeTheOthers)
         char const* stored;
         int selectedRow;
         int chosenRow;
+        char const* preview;  // the cancel button in the chosen language
         char const* written;
         short language;
     };
-    for (Case const c : {Case{"ita", 1, 7, "rus", KF_Language_Rus}, Case{"rus", 7, 1, "ita", KF_Language_Ita}}) {
+    for (Case const c : {Case{"ita", 1, 7, "Otmena", "rus", KF_Language_Rus},
+                         Case{"rus", 7, 1, "Annulla", "ita", KF_Language_Ita}}) {
         ReadWith(std::string("$Language_str: ") + c.stored + "\n");
         EXPECT_TRUE(Dialog("expect rows 3 7\nexpect selected 3 " + std::to_string(c.selectedRow) + "\nselect 3 " +
-                           std::to_string(c.chosenRow) + "\nclick 1"))
+                           std::to_string(c.chosenRow) + "\nexpect text 2 \"" + c.preview + "\"\nclick 1"))
             << c.stored;
         EXPECT_EQ(gKF_Language, c.language) << c.stored;
         EXPECT_EQ(ReadPlain(SharedFile()), std::string("$Language_str: ") + c.written + "\n");
