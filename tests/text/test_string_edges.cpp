@@ -246,5 +246,7 @@ TEST(UnicodeEdges, LoneSurrogatesInUtf16AndSurrogateValuesInUtf32)
         EXPECT_EQ(Hex(Convert(E::Enc_UTF32LE, utf32, E::Enc_UTF8, false)),
                   Hex(Encoded(U"a\uFFFD\uFFFD\uFFFD\uFFFD\U0010FFFF", E::Enc_UTF8)))
             << route.name;
+        EXPECT_EQ(Convert(E::Enc_UTF32BE, std::string("\x00\x00\x00" "A" "\x00\x00", 6), E::Enc_UTF8, false), "A")
+            << "a partial last unit is ignored";
     }
 }
