@@ -26,6 +26,13 @@ protected:
     kftest::InProcessHost host;
 };
 
+// A host operation failing with a host code, and the result number that must come out.
+struct FailingStep {
+    FileOp op;
+    GSErrCode code;
+    std::int32_t result;
+};
+
 } // namespace
 
 TEST_F(WholeFiles, ReadsBelowTheLimitAndRefusesAtIt)
@@ -55,14 +62,9 @@ TEST_F(WholeFiles, ReadsBelowTheLimitAndRefusesAtIt)
 TEST_F(WholeFiles, EveryFailingReadStepIsReportedAndLeavesNothing)
 {
     kftest::WriteFile(Path("f"), "content");
-    struct Case {
-        FileOp op;
-        GSErrCode code;
-        std::int32_t result;
-    };
-    for (Case const c : {Case{FileOp::Open, IO::AccessDenied, 2}, Case{FileOp::Length, IO::Error, 5},
-                         Case{FileOp::Read, IO::DiskFull, 4}, Case{FileOp::Read, IO::EndOfFile, 6},
-                         Case{FileOp::Close, IO::FileNotFound, 3}}) {
+    for (FailingStep const c : {FailingStep{FileOp::Open, IO::AccessDenied, 2}, {FileOp::Length, IO::Error, 5},
+                                {FileOp::Read, IO::DiskFull, 4}, {FileOp::Read, IO::EndOfFile, 6},
+                                {FileOp::Close, IO::FileNotFound, 3}}) {
         host.Faults().Fail(c.op, "*", c.code);
         std::string out = "stale";
         bool exists = false;
@@ -79,14 +81,9 @@ TEST_F(WholeFiles, ReplacementIsAllOrNothing)
     EXPECT_EQ(kftest::ReadFile(Path("f")), "2nd") << "replaced, not overwritten in place";
     EXPECT_EQ(Entries(), 1u);
 
-    struct Case {
-        FileOp op;
-        GSErrCode code;
-        std::int32_t result;
-    };
-    for (Case const c : {Case{FileOp::Create, IO::AccessDenied, 2}, Case{FileOp::Open, IO::FileNotFound, 3},
-                         Case{FileOp::Write, IO::DiskFull, 4}, Case{FileOp::Close, IO::Error, 5},
-                         Case{FileOp::Close, 7, 6}, Case{FileOp::Move, IO::DiskFull, 4}}) {
+    for (FailingStep const c : {FailingStep{FileOp::Create, IO::AccessDenied, 2}, {FileOp::Open, IO::FileNotFound, 3},
+                                {FileOp::Write, IO::DiskFull, 4}, {FileOp::Close, IO::Error, 5},
+                                {FileOp::Close, 7, 6}, {FileOp::Move, IO::DiskFull, 4}}) {
         host.Faults().Fail(c.op, "*", c.code);
         EXPECT_EQ(detail::KF_File_ReplaceWhole(At("f"), "third", 5), c.result) << kfhost::FileOpName(c.op);
         EXPECT_EQ(kftest::ReadFile(Path("f")), "2nd") << kfhost::FileOpName(c.op);
