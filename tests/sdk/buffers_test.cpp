@@ -1,6 +1,8 @@
 // Texts the host hands into a caller's fixed-size buffer: cut to the buffer, always terminated,
 // never writing past it and never ending in half a character.
 #include "ACAPI.hpp"
+#include "DG.hpp"
+#include "FTM.hpp"
 #include "kftest/InProcessHost.hpp"
 
 #include <gtest/gtest.h>
@@ -41,6 +43,26 @@ TEST(FixedBuffers, MenuTextsAreCutToTheBufferAtACharacterBoundary)
     char tiny[1] = {'Z'};
     ASSERT_TRUE(EXPGetRendMenuStr(1, tiny, 1));
     EXPECT_EQ(tiny[0], '\0');
+}
+
+TEST(FixedBuffers, FileTypeTextsKeepWhatFitsTheirFields)
+{
+    for (std::size_t const length : {126u, 127u, 128u, 200u}) {
+        std::string const description(length, 'd');
+        std::string const extension(length - 96, 'e');  // 30, 31, 32 and 104 around the field of 32
+        FTM::FileType const type(description.c_str(), extension.c_str(), 0, 0, 0);
+        EXPECT_EQ(std::string(type.GetDescription()), description.substr(0, 127)) << length;
+        EXPECT_EQ(std::string(type.GetExtension()), extension.substr(0, 31)) << length;
+    }
+}
+
+TEST(FixedBuffers, AFileDialogTakesThirtyTwoFilters)
+{
+    DG::FileDialog dialog(DG::FileDialog::OpenFile);
+    for (FTM::TypeID id = 1; id <= 32; ++id)
+        EXPECT_TRUE(dialog.AddFilter(id)) << id;
+    EXPECT_FALSE(dialog.AddFilter(33));
+    EXPECT_FALSE(DG::FileDialog(DG::FileDialog::OpenFile).AddFilter(0)) << "no type";
 }
 
 } // namespace
