@@ -261,3 +261,31 @@ TEST_F(CheckInProcess, TheIntervalEndsAfterFourteenDaysToTheMinute)
         EXPECT_EQ(server_->RequestTargets().size(), requests + (checks ? 1 : 0)) << ago;
     }
 }
+
+TEST_F(CheckInProcess, TheCheckMarkFollowsTheSettingInAllSevenMenus)
+{
+    constexpr short kFirst = 32600;
+    constexpr short kLast = kFirst + 6;
+    for (short menu = kFirst; menu <= kLast; ++menu)
+        ASSERT_EQ(ACAPI_Register_Menu(menu, 0, MenuCode_Tools, 0), NoError) << menu;
+    auto checked = [](short menu) {
+        API_MenuItemRef item{};
+        item.menuResID = menu;
+        item.itemIndex = 2;
+        GSFlags flags = 0;
+        EXPECT_EQ(ACAPI_Interface(APIIo_GetMenuItemFlagsID, &item, &flags), NoError) << menu;
+        return (flags & API_MenuItemChecked) != 0;
+    };
+    KF_AddonSettings_LoadSetSave(KF_AddonSettings_ThisAddon, KF_String("AutoUpdate"), KF_String("1"), true);
+    EXPECT_TRUE(KF_AddonUpdate_SetMenuUpdateCheck(kFirst, 2));
+    for (short menu = kFirst; menu <= kLast; ++menu)
+        EXPECT_TRUE(checked(menu)) << menu;
+    EXPECT_TRUE(KF_AddonUpdate_SwitchAutoUpdateValue(kFirst, 2));
+    for (short menu = kFirst; menu <= kLast; ++menu)
+        EXPECT_FALSE(checked(menu)) << menu;
+    EXPECT_EQ(Utf8(KF_AddonSettings_Get(KF_AddonSettings_ThisAddon, KF_String("AutoUpdate"), false)), "0");
+    KF_AddonSettings_LoadSetSave(KF_AddonSettings_ThisAddon, KF_String("AutoUpdate"), KF_String("1"), true);
+    EXPECT_TRUE(KF_AddonUpdate_SetMenuUpdateCheck(kFirst, 2));
+    for (short menu = kFirst; menu <= kLast; ++menu)
+        EXPECT_TRUE(checked(menu)) << menu;
+}

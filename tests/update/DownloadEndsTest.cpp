@@ -53,3 +53,14 @@ TEST_F(DownloadEnds, AFailedWriteLosesItsBlockOnlyAndTheDownloadGoesOn)
     EXPECT_GE(none.Count(KF_URL_Data), 2) << "one event per block, written or not";
     EXPECT_EQ(std::filesystem::file_size(none.target), 0u);
 }
+
+TEST_F(DownloadEnds, OnlyAnAnswerOfOneAtTheOpeningCancels)
+{
+    ServedFile("go.txt", "went on");
+    for (int const answer : {2, -1}) {
+        Recorder& r = NewRecorder(answer);
+        ASSERT_TRUE(Fetch(Url("/go.txt"), r, "go" + std::to_string(answer) + ".txt")) << answer;
+        EXPECT_EQ(r.Story(), "Opened Data Done") << answer;
+        EXPECT_EQ(kftest::ReadFile(r.target), "went on") << answer;
+    }
+}
