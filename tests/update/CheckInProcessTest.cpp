@@ -289,3 +289,12 @@ TEST_F(CheckInProcess, TheCheckMarkFollowsTheSettingInAllSevenMenus)
     for (short menu = kFirst; menu <= kLast; ++menu)
         EXPECT_TRUE(checked(menu)) << menu;
 }
+
+TEST_F(CheckInProcess, ACancelledResultsDialogDoesNotCancelTheNextCheck)
+{
+    kfhost::Dialog& earlier = Results(2, false, 1);
+    EXPECT_EQ(detail::KF_AddonUpdate_ResultUpdate_Handler(DG_MSG_CLICK, earlier.id, 2, 0, 0), 2);
+    Serve("OBT 1.2.1.0 (AC170) 02/09/2013\n");
+    Check(KF_String("OBT 1.2.0.3 (AC170) 15/03/2013"));
+    EXPECT_EQ(detail::sUpdateStatus, 3) << "the next check runs to its result";
+}
