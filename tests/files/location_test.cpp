@@ -46,8 +46,11 @@ TEST_F(Locations, PathsKeepNoTrailingSlashAndNullMeansNone)
     location.Set(IO::Location()); // the host gives no path
     EXPECT_TRUE(location.path.IsNull());
 
-    std::string const odd = "/tmp/Ünï €/" + std::string(300, 'n');
-    EXPECT_EQ(Utf8(KF_Location(S(odd)).GetPOSIXPath()), odd);
+    // Around the first buffer of 256 bytes, terminator included, and well past it.
+    for (std::size_t const bytes : {254u, 255u, 256u, 257u, 300u}) {
+        std::string const path = "/tmp/Ünï €/" + std::string(bytes - 15, 'n');
+        EXPECT_EQ(Utf8(KF_Location(S(path)).GetPOSIXPath()), path) << bytes;
+    }
     EXPECT_EQ(Utf8(KF_Location::AddOnLocation(false).path), host.BundlePath().string());
     EXPECT_EQ(Utf8(KF_Location::AddOnLocation(true).path), host.BundlePath().parent_path().string());
 }

@@ -73,6 +73,28 @@ TEST_F(InProcess, LoadSequenceHandsOverTheTableAndUnloadFreesIt)
     EXPECT_EQ(ACAPI_GetOwnLocation(&own), APIERR_GENERAL) << "no table once unloaded";
 }
 
+TEST_F(InProcess, NameAndDescriptionAreCutToTheirRecordFields)
+{
+    struct Case {
+        std::size_t length;
+        std::size_t kept;
+    };
+    for (bool description : {false, true}) {
+        std::size_t const max = description ? KF_ENVIR_DESCRIPTION_MAX : KF_ENVIR_NAME_MAX;
+        for (Case const c : {Case{max - 1, max - 1}, Case{max, max}, Case{max + 1, max}}) {
+            std::string text;
+            for (std::size_t i = 0; i < c.length; ++i)
+                text += char('a' + i % 26);
+            probe::Get() = probe::State{};
+            (description ? probe::Get().description : probe::Get().name) = text;
+            const auto result = Load();
+            ASSERT_TRUE(result.Loaded()) << result.reason;
+            EXPECT_EQ(description ? result.addOn->description : result.addOn->name, text.substr(0, c.kept)) << c.length;
+            host.Unload();
+        }
+    }
+}
+
 TEST_F(InProcess, WrappersAnswerNeutrallyBeforeTheTable)
 {
     ASSERT_EQ(kfsdk::CurrentHostTable(), nullptr);

@@ -33,7 +33,7 @@ TEST_F(ProjectTest, TheTitleIsTheFileNameCutAt255Characters)
     Start(config);
     EXPECT_EQ(Title(), std::make_pair(std::string("Office Tower.proj"), false));
 
-    for (auto const& [length, expected] : {std::pair{255, 255}, {256, 255}, {300, 255}}) {
+    for (auto const& [length, expected] : {std::pair{254, 254}, {255, 255}, {256, 255}, {300, 255}}) {
         std::string name;
         for (int i = 0; i < length; ++i)
             name += char('a' + i % 26);

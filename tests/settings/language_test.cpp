@@ -34,6 +34,12 @@ end
 strings 32713
   5 "Abbrechen"
 end
+strings 32710
+  5 "Annulla"
+end
+strings 32716
+  5 "Otmena"
+end
 strings 32531
   1 "International one"
 end
@@ -181,4 +187,29 @@ TEST_F(Language, ShownLanguagesLimitTheRowsAndAcceptUsesTheRowTable)
     EXPECT_TRUE(Dialog("expect rows 3 2\nselect 3 2\nclick 1"));
     EXPECT_EQ(ReadPlain(SharedFile()), "$Language_str: ger\n");
     EXPECT_EQ(gKF_Language, KF_Language_Ger);
+}
+
+TEST_F(Language, TheFirstAndTheLastRowAreLanguagesLikeTheOthers)
+{
+    struct Case {
+        char const* stored;
+        int selectedRow;
+        int chosenRow;
+        char const* preview;  // the cancel button in the chosen language
+        char const* written;
+        short language;
+    };
+    for (Case const c : {Case{"ita", 1, 7, "Otmena", "rus", KF_Language_Rus},
+                         Case{"rus", 7, 1, "Annulla", "ita", KF_Language_Ita}}) {
+        ReadWith(std::string("$Language_str: ") + c.stored + "\n");
+        EXPECT_TRUE(Dialog("expect rows 3 7\nexpect selected 3 " + std::to_string(c.selectedRow) + "\nselect 3 " +
+                           std::to_string(c.chosenRow) + "\nexpect text 2 \"" + c.preview + "\"\nclick 1"))
+            << c.stored;
+        EXPECT_EQ(gKF_Language, c.language) << c.stored;
+        EXPECT_EQ(ReadPlain(SharedFile()), std::string("$Language_str: ") + c.written + "\n");
+    }
+    // Only the first and the last language shown: the second row is the last language.
+    std::strcpy(sett_ADDON_SHOWED_LANGUAGES, "ita rus");
+    EXPECT_TRUE(Dialog("expect rows 3 2\nselect 3 2\nclick 1"));
+    EXPECT_EQ(ReadPlain(SharedFile()), "$Language_str: rus\n");
 }

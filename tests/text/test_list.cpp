@@ -92,9 +92,14 @@ TEST_F(ListTest, AddDataInsertsBeforeThePosition)
     EXPECT_EQ(Values(list), (std::vector<long>{0, 1, 9, 2, 7}));
 }
 
-TEST_F(ListTest, DeleteDataIgnoresOutOfRangeIndices)
+TEST_F(ListTest, OutOfRangeIndicesAreIgnored)
 {
     KF_List<Tracked> list = Abc();
+    EXPECT_EQ(list.Get(-1), nullptr);
+    EXPECT_EQ(list.Get(list.count), nullptr);
+    ASSERT_NE(list.Get(list.count - 1), nullptr);
+    EXPECT_EQ(list.Get(list.count - 1)->value, 3);
+    EXPECT_EQ(list.Get(0)->value, 1);
     list.DeleteData(list.count);
     list.DeleteData(-1);
     EXPECT_EQ(Values(list), (std::vector<long>{1, 2, 3}));

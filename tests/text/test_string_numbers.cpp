@@ -90,7 +90,9 @@ TEST(NumberFormatting, WidthsAndTheTwoDoubleForms)
 TEST(NumberFormatting, FormatCutsAt2047Bytes)
 {
     EXPECT_EQ(U(E::Format("%s-%03d", "n", 7)), u"n-007");
-    std::string const big(3000, 'x');
-    EXPECT_EQ(E::Format("%s", big.c_str()).GetLength(), 2047u);
+    for (auto const [length, kept] : {std::pair{2046u, 2046u}, {2047u, 2047u}, {2048u, 2047u}, {3000u, 2047u}}) {
+        std::string const text(length, 'x');
+        EXPECT_EQ(E::Format("%s", text.c_str()).GetLength(), kept) << length;
+    }
     EXPECT_TRUE(E::Format(nullptr).IsNull());
 }

@@ -8,6 +8,7 @@
 
 #include "ACAPI.hpp"
 #include "DG.hpp"
+#include "KF/KF_AddonSettings.hpp"
 #include "KF/KF_AddonUpdate.hpp"
 #include "KF/KF_Language.hpp"
 #include "kfsdk/HostTable.h"
@@ -221,4 +222,79 @@ TEST_F(CheckInProcess, ReadVersionsFileReadsTheCopyInTheFrameworkFolder)
     host_->Faults().Fail(kfhost::FileOp::Read, "*__updcf__.tmp", KF_IOERR_ERROR);
     EXPECT_TRUE(KF_AddonUpdate_ReadVersionsFile(messages, addons, libraries)) << "an unreadable copy counts as empty";
     EXPECT_EQ(addons.GetCount(), 1);
+}
+
+TEST_F(CheckInProcess, FailuresBeforeTheComparisonEndInTheirOwnOutcome)
+{
+    Serve("OBT 1.2.1.0 (AC170) 02/09/2013\n");
+    KF_String const line("OBT 1.2.0.3 (AC170) 15/03/2013");
+    // The copy cannot be made at the opening: the download fails, the dialog goes, one alert.
+    host_->Faults().Fail(kfhost::FileOp::Open, "*__updcf__.tmp", KF_IOERR_ACCESSDENIED, -1);
+    Check(line);
+    EXPECT_TRUE(host_->Run("expect alert \"" + Text(33) + "\""));
+    EXPECT_TRUE(host_->Run("expect no-alert"));
+    EXPECT_EQ(host_->Host().Dialogs().Find(detail::sIDUpdateDialog), nullptr);
+    EXPECT_EQ(detail::sUpdateStatus, 1) << "no result was shown";
+    host_->Faults().Clear();
+
+    // No framework folder: false, and nothing is fetched or shown.
+    std::size_t const requests = server_->RequestTargets().size();
+    host_->Host().MutableConfig().frameworkFolder.clear();
+    EXPECT_FALSE(KF_AddonUpdate_CheckForUpdate(0, true, line, KF_String("")));
+    host_->RunLoop(0.3);
+    EXPECT_EQ(server_->RequestTargets().size(), requests);
+    EXPECT_TRUE(host_->Run("expect no-alert"));
+}
+
+TEST_F(CheckInProcess, TheIntervalEndsAfterFourteenDaysToTheMinute)
+{
+    Serve("OBT 1.2.1.0 (AC170) 02/09/2013\n");
+    KF_String const line("OBT 1.2.0.3 (AC170) 15/03/2013");
+    KF_String const key = KF_String("LastUpdateCheck_170");
+    long const fourteenDays = 14L * 24 * 3600;
+    for (auto const [ago, checks] : {std::pair{fourteenDays - 60, false}, {fourteenDays + 2, true}}) {
+        std::size_t const requests = server_->RequestTargets().size();
+        KF_AddonSettings_LoadSetSave(KF_AddonSettings_ThisAddon, key,
+                                     KF_String::LongToString(long(std::time(nullptr)) - ago, 0), true);
+        EXPECT_TRUE(KF_AddonUpdate_CheckForUpdate(0, false, line, KF_String("")));
+        host_->RunLoop(1.0);
+        EXPECT_EQ(server_->RequestTargets().size(), requests + (checks ? 1 : 0)) << ago;
+    }
+}
+
+TEST_F(CheckInProcess, TheCheckMarkFollowsTheSettingInAllSevenMenus)
+{
+    constexpr short kFirst = 32600;
+    constexpr short kLast = kFirst + 6;
+    for (short menu = kFirst; menu <= kLast; ++menu)
+        ASSERT_EQ(ACAPI_Register_Menu(menu, 0, MenuCode_Tools, 0), NoError) << menu;
+    auto checked = [](short menu) {
+        API_MenuItemRef item{};
+        item.menuResID = menu;
+        item.itemIndex = 2;
+        GSFlags flags = 0;
+        EXPECT_EQ(ACAPI_Interface(APIIo_GetMenuItemFlagsID, &item, &flags), NoError) << menu;
+        return (flags & API_MenuItemChecked) != 0;
+    };
+    KF_AddonSettings_LoadSetSave(KF_AddonSettings_ThisAddon, KF_String("AutoUpdate"), KF_String("1"), true);
+    EXPECT_TRUE(KF_AddonUpdate_SetMenuUpdateCheck(kFirst, 2));
+    for (short menu = kFirst; menu <= kLast; ++menu)
+        EXPECT_TRUE(checked(menu)) << menu;
+    EXPECT_TRUE(KF_AddonUpdate_SwitchAutoUpdateValue(kFirst, 2));
+    for (short menu = kFirst; menu <= kLast; ++menu)
+        EXPECT_FALSE(checked(menu)) << menu;
+    EXPECT_EQ(Utf8(KF_AddonSettings_Get(KF_AddonSettings_ThisAddon, KF_String("AutoUpdate"), false)), "0");
+    KF_AddonSettings_LoadSetSave(KF_AddonSettings_ThisAddon, KF_String("AutoUpdate"), KF_String("1"), true);
+    EXPECT_TRUE(KF_AddonUpdate_SetMenuUpdateCheck(kFirst, 2));
+    for (short menu = kFirst; menu <= kLast; ++menu)
+        EXPECT_TRUE(checked(menu)) << menu;
+}
+
+TEST_F(CheckInProcess, ACancelledResultsDialogDoesNotCancelTheNextCheck)
+{
+    kfhost::Dialog& earlier = Results(2, false, 1);
+    EXPECT_EQ(detail::KF_AddonUpdate_ResultUpdate_Handler(DG_MSG_CLICK, earlier.id, 2, 0, 0), 2);
+    Serve("OBT 1.2.1.0 (AC170) 02/09/2013\n");
+    Check(KF_String("OBT 1.2.0.3 (AC170) 15/03/2013"));
+    EXPECT_EQ(detail::sUpdateStatus, 3) << "the next check runs to its result";
 }

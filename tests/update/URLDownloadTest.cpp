@@ -52,16 +52,6 @@ TEST_F(URLDownload, FetchesAFileWithOpenedThenDataThenDone)
     EXPECT_EQ(r.events.size(), 3u) << "nothing follows the end";
 }
 
-TEST_F(URLDownload, WritesLargeFilesInBlocksOfAtMost16KiB)
-{
-    constexpr std::size_t kSize = 300000;
-    Recorder& r = NewRecorder();
-    ASSERT_TRUE(Fetch(Url("/test/bytes/" + std::to_string(kSize)), r));
-    EXPECT_EQ(r.Story(), "Opened Data Done");
-    EXPECT_GE(r.Count(KF_URL_Data), static_cast<long>((kSize + 16383) / 16384));
-    EXPECT_EQ(ReadFile(r.target), Pattern(kSize));
-}
-
 TEST_F(URLDownload, ZeroLengthFileLeavesAnEmptyFile)
 {
     ServedFile("empty.txt", "");

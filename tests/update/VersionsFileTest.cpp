@@ -163,7 +163,7 @@ TEST(VersionsFile, AddonLinesAcceptedAndRefused)
     EXPECT_TRUE(IsAddonLine("XYZ 1.2.3.4 (AC) 01/02/2012"));
     EXPECT_TRUE(IsAddonLine("XYZ 1.2.3.4 (AC160) 01/02/2012 "));   // trailing blank: empty last token
 
-    EXPECT_FALSE(IsAddonLine("XYZ 1.2 (AC160) 01/02/2012"));
+    EXPECT_FALSE(IsAddonLine("XYZ 1.2.3 (AC160) 01/02/2012"));     // one part short
     EXPECT_FALSE(IsAddonLine("XYZ 1.2.3.x (AC160) 01/02/2012"));
     EXPECT_FALSE(IsAddonLine("XYZ 1.2.3.-4 (AC160) 01/02/2012"));
     EXPECT_FALSE(IsAddonLine("XYZ 1.2.3.4 (AC16 01/02/2012"));

@@ -279,8 +279,10 @@ API_AddonType CheckEnvironment(API_EnvirParams* envir)
     probe::Get().release = info.mainVersion;
     if (envir->serverInfo.serverApplication != APIAppl_MainID)
         return APIAddon_DontRegister;
-    envir->addOnInfo.name = U(PROBE_NAME);
-    envir->addOnInfo.description = U("Exercises the host interface");
+    const probe::State& state = probe::Get();
+    envir->addOnInfo.name = U(state.name.empty() ? PROBE_NAME : state.name.c_str());
+    envir->addOnInfo.description =
+        U(state.description.empty() ? "Exercises the host interface" : state.description.c_str());
     return APIAddon_Normal;
 }
 

@@ -15,6 +15,8 @@ struct State {
     short lastModalResult = 0;
     short modelessID = 0;
     std::string lastChoice; // folder or file chosen, "" after a cancel
+    std::string name;       // the name the environment check reports, when not empty
+    std::string description;
 };
 
 State& Get();
