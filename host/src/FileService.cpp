@@ -214,6 +214,9 @@ KF_Err FileOpen(KF_HostContext* c, const KF_UChar* units, std::int32_t length, s
     case KF_FILEMODE_CREATENEW: flags |= O_WRONLY | O_CREAT | O_EXCL; break;
     default: return KF_APIERR_BADPARS;
     }
+    if (mode == KF_FILEMODE_CREATENEW)
+        if (const auto code = Fault(c, FileOp::Create, path))
+            return *code;
     if (const auto code = Fault(c, FileOp::Open, path))
         return *code;
     int error = 0;
