@@ -126,7 +126,8 @@ bool KF_Settings_AppendPlain(std::string& out, std::string_view name, std::strin
         }
         lastBreak = out.size();
         out += c;
-        if (c == '\r' && i + 1 < value.size() && value[i + 1] == '\n') {
+        // CR LF is one break, unless the LF ends the value: then it is the byte after the "#".
+        if (c == '\r' && i + 2 < value.size() && value[i + 1] == '\n') {
             out += '\n';
             ++i;
         }

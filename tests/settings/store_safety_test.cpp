@@ -121,7 +121,7 @@ TEST_F(HostedStores, EveryByteSurvivesALoadAndASave)
         char const* value;
         char const* readBack;
     };
-    Case const cases[] = {{"a\n\nb", "a\n\nb"}, {"a\r\n\r\nb", "a\r\n\r\nb"}, {"x\n", "x"}, {"x\r", "x"},
+    Case const cases[] = {{"a\n\nb", "a\n\nb"}, {"a\r\n\r\nb", "a\r\n\r\nb"}, {"x\n", "x"}, {"x\r", "x"}, {"x\r\n", "x\r\n"},
                           {"\n\n", "\n\n"}, {"\n", ""}};
     for (Case const& c : cases) {
         Forget();
