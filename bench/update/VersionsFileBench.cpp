@@ -61,6 +61,32 @@ void BM_ParseVersionsFile(benchmark::State& state)
     state.counters["lines"] = static_cast<double>(lines);
 }
 
+// Few entries with long text blocks: joining the "#" lines must stay linear in the block's length.
+void BM_ParseVersionsTextBlocks(benchmark::State& state)
+{
+    std::size_t const bytes = static_cast<std::size_t>(state.range(0)) << 20;
+    std::string text;
+    text.reserve(bytes + 256);
+    long lines = 0;
+    for (long n = 0; text.size() < bytes; ++n) {
+        text += "ADDON" + std::to_string(n) + " 1.0.0.0 (AC170) 15/03/2013 int\n";
+        ++lines;
+        // Blocks of 256 KiB of 80-character lines.
+        for (std::size_t block = 0; block < (256u << 10) && text.size() < bytes; block += 80, ++lines)
+            text += "# Release notes, one line of text among many in a long block of the file......\n";
+    }
+    for (auto _ : state) {
+        KF_List<KF_AddonUpdate_Message> messages;
+        KF_List<KF_AddonUpdate_Addon> addons;
+        KF_List<KF_AddonUpdate_Library> libraries;
+        detail::KF_AddonUpdate_ParseVersionsBytes(text.data(), text.size(), messages, addons, libraries);
+        benchmark::DoNotOptimize(addons.GetCount());
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(text.size()));
+    state.counters["lines"] = static_cast<double>(lines);
+}
+
 } // namespace
 
 BENCHMARK(BM_ParseVersionsFile)->Arg(1)->Arg(10)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ParseVersionsTextBlocks)->Arg(1)->Arg(10)->Unit(benchmark::kMillisecond);
