@@ -44,10 +44,9 @@ std::string MakeVersionsFile(std::size_t bytes, long& lines)
     return text;
 }
 
-void BM_ParseVersionsFile(benchmark::State& state)
+// Parses text once per iteration and reports bytes per second.
+void ParseRepeatedly(benchmark::State& state, std::string const& text)
 {
-    long lines = 0;
-    std::string const text = MakeVersionsFile(static_cast<std::size_t>(state.range(0)) << 20, lines);
     for (auto _ : state) {
         KF_List<KF_AddonUpdate_Message> messages;
         KF_List<KF_AddonUpdate_Addon> addons;
@@ -56,11 +55,37 @@ void BM_ParseVersionsFile(benchmark::State& state)
         benchmark::DoNotOptimize(addons.GetCount());
     }
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(text.size()));
+}
+
+void BM_ParseVersionsFile(benchmark::State& state)
+{
+    long lines = 0;
+    std::string const text = MakeVersionsFile(static_cast<std::size_t>(state.range(0)) << 20, lines);
+    ParseRepeatedly(state, text);
     state.counters["lines/s"] = benchmark::Counter(static_cast<double>(lines) * static_cast<double>(state.iterations()),
                                                    benchmark::Counter::kIsRate);
+    state.counters["lines"] = static_cast<double>(lines);
+}
+
+// Few entries with long text blocks: joining the "#" lines must stay linear in the block's length.
+void BM_ParseVersionsTextBlocks(benchmark::State& state)
+{
+    std::size_t const bytes = static_cast<std::size_t>(state.range(0)) << 20;
+    std::string text;
+    text.reserve(bytes + 256);
+    long lines = 0;
+    for (long n = 0; text.size() < bytes; ++n) {
+        text += "ADDON" + std::to_string(n) + " 1.0.0.0 (AC170) 15/03/2013 int\n";
+        ++lines;
+        // Blocks of 256 KiB of 80-character lines.
+        for (std::size_t block = 0; block < (256u << 10) && text.size() < bytes; block += 80, ++lines)
+            text += "# Release notes, one line of text among many in a long block of the file......\n";
+    }
+    ParseRepeatedly(state, text);
     state.counters["lines"] = static_cast<double>(lines);
 }
 
 } // namespace
 
 BENCHMARK(BM_ParseVersionsFile)->Arg(1)->Arg(10)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ParseVersionsTextBlocks)->Arg(1)->Arg(10)->Unit(benchmark::kMillisecond);

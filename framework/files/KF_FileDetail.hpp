@@ -18,12 +18,19 @@ constexpr std::int32_t kFileTooLarge = 7;
 // length query or read is reported, so that a read error never looks like an empty file.
 std::int32_t KF_File_ReadWhole(KF_Location const& location, std::size_t limit, std::string& out, bool& exists);
 
-// Replaces the file by data in one step: the bytes go to a temporary file beside it, which is then
-// moved over the old one. On any failure the old file is left as it was and the temporary file is
+// Replaces the file by data in one step: the bytes go to a new temporary file of this process
+// beside it, which is then moved over the old one (a symlink at the location is replaced, never
+// followed). On any failure the old file is left as it was and only that temporary file is
 // removed. Result number of the shared table.
 std::int32_t KF_File_ReplaceWhole(KF_Location const& location, char const* data, std::size_t length);
 
-// The temporary file's location used by KF_File_ReplaceWhole for location.
-KF_Location KF_File_ReplacementLocation(KF_Location const& location);
+// Creates a new file beside location under a unique name, exclusively (it never opens an entry that
+// was there before, symlinks included), and leaves it open for writing in file. created receives
+// its location: the caller moves it into place or deletes it. Result number of the shared table.
+std::int32_t KF_File_CreateBeside(KF_Location const& location, KF_File& file, KF_Location& created);
+
+// Moves the entry at location aside to location + suffix, replacing an older one of that name
+// (one generation). False when it could not be moved; true also when there was nothing to move.
+bool KF_File_KeepAside(KF_Location const& location, char const* suffix);
 
 } // namespace detail

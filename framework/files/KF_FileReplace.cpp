@@ -1,6 +1,9 @@
 // Bounded whole-file reading and atomic replacement for the framework's own small files.
 #include "KF_FileDetail.hpp"
 
+#include <chrono>
+#include <random>
+
 
 namespace detail {
 
@@ -45,22 +48,30 @@ std::int32_t KF_File_ReadWhole(KF_Location const& location, std::size_t limit, s
     return 0;
 }
 
-KF_Location KF_File_ReplacementLocation(KF_Location const& location)
-{
-    // Same folder, so that the final move never crosses file systems.
-    return KF_Location(location.path + ".kftmp");
-}
-
 namespace {
+
+// Attempts at a fresh name before giving up: a clash means another writer, or a planted entry.
+constexpr int kNameAttempts = 16;
+
+// Eight hexadecimal digits that differ between processes and between calls.
+std::string UniqueTag()
+{
+    static std::mt19937_64 generator{std::random_device{}() ^
+                                     static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count())};
+    static char const digits[] = "0123456789abcdef";
+    std::uint64_t bits = generator();
+    std::string tag(12, '0');
+    for (char& c : tag) {
+        c = digits[bits & 0xF];
+        bits >>= 4;
+    }
+    return tag;
+}
 
 // Writes the temporary file; unlike WriteBin, a failing close counts, as it may be where the
 // system reports that the bytes did not reach the disk.
-std::int32_t WriteTemporary(KF_Location const& temporary, char const* data, std::size_t length)
+std::int32_t WriteAndClose(KF_File& writer, char const* data, std::size_t length)
 {
-    KF_File writer;
-    if (std::int32_t const opened = writer.Open(temporary, KF_File_WriteEmpty); opened != 0) {
-        return opened;
-    }
     UInt64 written = 0;
     if (GSErrCode const err = writer.file->WriteBin(data, length, &written); err != NoError) {
         writer.file->ResetErrorStatus();
@@ -75,23 +86,68 @@ std::int32_t WriteTemporary(KF_Location const& temporary, char const* data, std:
 
 } // namespace
 
+std::int32_t KF_File_CreateBeside(KF_Location const& location, KF_File& file, KF_Location& created)
+{
+    std::int32_t result = 6;
+    for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
+        // Same folder, so that the final move never crosses file systems.
+        KF_Location const candidate(location.path + "." + UniqueTag().c_str() + ".kftmp");
+        delete file.file;
+        file.file = new IO::File(static_cast<IO::Location>(candidate), IO::File::LeaveToOpen);
+        GSErrCode const err = file.file->Open(IO::File::CreateNewMode);
+        if (err == NoError) {
+            created = candidate;
+            return 0;
+        }
+        result = err > 0 ? 6 : KF_File::MapHostError(err);
+        if (result == 2 || result == 4) {
+            break; // no other name would fare better
+        }
+    }
+    return result;
+}
+
+bool KF_File_KeepAside(KF_Location const& location, char const* suffix)
+{
+    IO::Location parent = static_cast<IO::Location>(location);
+    IO::Name name;
+    if (parent.MoveLastLocalName(&name) != NoError) {
+        return false;
+    }
+    IO::Folder const folder(parent, IO::Folder::Fail);
+    IO::Folder::EntryType type = IO::Folder::UnknownEntry;
+    if (folder.GetType(name, &type) == IO::NameNotFound) {
+        return true;
+    }
+    return IO::FileSystem::MoveOver(static_cast<IO::Location>(location),
+                                    static_cast<IO::Location>(KF_Location(location.path + suffix))) == NoError;
+}
+
 std::int32_t KF_File_ReplaceWhole(KF_Location const& location, char const* data, std::size_t length)
 {
     if (location.path.IsNullOrEmpty() || (data == nullptr && length > 0)) {
         return 6;
     }
-    KF_Location const temporary = KF_File_ReplacementLocation(location);
-    if (std::int32_t const written = WriteTemporary(temporary, data, length); written != 0) {
-        KF_File::Delete(temporary);
-        return written;
+    KF_Location temporary;
+    std::int32_t result = 0;
+    {
+        KF_File writer;
+        result = KF_File_CreateBeside(location, writer, temporary);
+        if (result != 0) {
+            return result; // nothing of ours to remove
+        }
+        result = WriteAndClose(writer, data, length);
     }
-    GSErrCode const moved = IO::FileSystem::MoveOver(static_cast<IO::Location>(temporary),
-                                                     static_cast<IO::Location>(location));
-    if (moved != NoError) {
-        KF_File::Delete(temporary);
-        return moved > 0 ? 6 : KF_File::MapHostError(moved);
+    if (result == 0) {
+        GSErrCode const moved = IO::FileSystem::MoveOver(static_cast<IO::Location>(temporary),
+                                                         static_cast<IO::Location>(location));
+        if (moved == NoError) {
+            return 0;
+        }
+        result = moved > 0 ? 6 : KF_File::MapHostError(moved);
     }
-    return 0;
+    KF_File::Delete(temporary);
+    return result;
 }
 
 } // namespace detail

@@ -6,6 +6,8 @@
 #include "KF_SettingsFormat.hpp"
 #include "KF_SettingsState.hpp"
 
+#include "kfsdk/HostTable.h"
+
 #include <string>
 
 namespace {
@@ -14,6 +16,12 @@ KF_List<KF_Setting> sAddonSettings;
 KF_List<KF_Setting> sAllAddonsSettings;
 bool sSettingsLoaded = false;
 bool sAllSettingsLoaded = false;
+// The file on disk was there but could not be read or parsed: it is kept aside before a save.
+bool sSettingsRefused = false;
+bool sAllSettingsRefused = false;
+
+// Beside the store, the last file that failed to load.
+constexpr char kRefusedSuffix[] = ".unreadable";
 
 KF_List<KF_Setting>& ListOf(KF_AddonSettings_Type type)
 {
@@ -23,6 +31,24 @@ KF_List<KF_Setting>& ListOf(KF_AddonSettings_Type type)
 bool& LoadedFlagOf(KF_AddonSettings_Type type)
 {
     return type == KF_AddonSettings_ThisAddon ? sSettingsLoaded : sAllSettingsLoaded;
+}
+
+bool& RefusedFlagOf(KF_AddonSettings_Type type)
+{
+    return type == KF_AddonSettings_ThisAddon ? sSettingsRefused : sAllSettingsRefused;
+}
+
+// A line for the host's log, when the host keeps one.
+void TellHost(std::string const& line)
+{
+    KF_HostTable const* table = kfsdk::CurrentHostTable();
+    if (table == nullptr || table->GetService == nullptr) {
+        return;
+    }
+    using LogLine = void (*)(char const* utf8);
+    if (auto const log = reinterpret_cast<LogLine>(table->GetService(table->context, "log"))) {
+        log(line.c_str());
+    }
 }
 
 long FindSetting(KF_AddonSettings_Type type, KF_String& name)
@@ -73,12 +99,13 @@ bool KF_AddonSettings_Load(KF_AddonSettings_Type type, bool onlyIfNotLoaded)
     }
     std::string bytes;
     bool exists = false;
-    if (detail::KF_File_ReadWhole(location, detail::kSettingsBufferSize, bytes, exists) != 0) {
+    bool& refused = RefusedFlagOf(type);
+    if (detail::KF_File_ReadWhole(location, detail::kSettingsBufferSize, bytes, exists) != 0 ||
+        !detail::KF_Settings_ParseFile(bytes.data(), bytes.size(), list)) {
+        refused = true;
         return false;
     }
-    if (!detail::KF_Settings_ParseFile(bytes.data(), bytes.size(), list)) {
-        return false;
-    }
+    refused = false;
     loaded = true;
     return true;
 }
@@ -93,6 +120,17 @@ bool KF_AddonSettings_Save(KF_AddonSettings_Type type)
     KF_Location location;
     if (KF_AddonSettings_GetLocation(type, location) != NoError) {
         return false;
+    }
+    // No byte the user had may vanish: a file that failed to load goes aside first, and when it
+    // cannot, it is not replaced.
+    if (RefusedFlagOf(type)) {
+        if (!detail::KF_File_KeepAside(location, kRefusedSuffix)) {
+            return false;
+        }
+        RefusedFlagOf(type) = false;
+        KF_CString const path = location.path.ToCStr(KF_String::Enc_UTF8);
+        TellHost(std::string("settings file could not be read and was kept as ") +
+                 (path.bytes != nullptr ? path.bytes : "") + kRefusedSuffix);
     }
     return detail::KF_File_ReplaceWhole(location, bytes.data(), bytes.size()) == 0;
 }
@@ -234,6 +272,7 @@ void KF_AddonSettings_Forget(KF_AddonSettings_Type type)
 {
     ListOf(type).Reset();
     LoadedFlagOf(type) = false;
+    RefusedFlagOf(type) = false;
 }
 
 } // namespace detail

@@ -3,6 +3,7 @@
 #include "KF_SettingsFormat.hpp"
 
 #include "KF/KF_AddonSettings.hpp"
+#include "../text/KF_TextLossless.hpp"
 
 KF_Setting::KF_Setting() : name("", KF_String::Enc_System), value("", KF_String::Enc_System)
 {
@@ -16,32 +17,19 @@ namespace detail {
 
 namespace {
 
-// 8-bit text (application encoding) of a string, without its terminator.
+// Names and values are 8-bit text in the application's encoding, converted without losing a byte
+// so that an entry nobody edited is written back exactly as it was read.
 std::string SystemBytes(KF_String const& text)
 {
-    KF_CString const converted = text.ToCStr(KF_String::Enc_System);
-    if (converted.bytes == nullptr) {
-        return {};
-    }
-    std::string bytes(converted.bytes, converted.length);
-    if (!bytes.empty() && bytes.back() == '\0') {
-        bytes.pop_back();
-    }
-    return bytes;
-}
-
-KF_String SystemText(std::string_view bytes)
-{
-    if (bytes.empty()) {
-        return KF_String("", KF_String::Enc_System);
-    }
-    return KF_String(bytes.data(), static_cast<unsigned int>(bytes.size()), KF_String::Enc_System);
+    return KF_Text_StringToBytes(text, KF_String::Enc_System);
 }
 
 void AppendToList(std::string_view name, std::string_view value, void* context)
 {
     auto& list = *static_cast<KF_List<KF_Setting>*>(context);
-    list.AddData(KF_Setting(SystemText(name), SystemText(value)), -1);
+    list.AddData(KF_Setting(KF_Text_BytesToString(name, KF_String::Enc_System),
+                            KF_Text_BytesToString(value, KF_String::Enc_System)),
+                 -1);
 }
 
 } // namespace
@@ -111,25 +99,48 @@ bool KF_Settings_ParsePlain(const char* text, std::size_t size, KF_Settings_Entr
     return true;
 }
 
-void KF_Settings_AppendPlain(std::string& out, std::string_view name, std::string_view value)
+bool KF_Settings_AppendPlain(std::string& out, std::string_view name, std::string_view value)
 {
+    // A name the reader would cut or refuse is not written at all, so that it cannot take its
+    // neighbours with it.
+    if (name.empty() || name.find(':') != std::string_view::npos) {
+        return false;
+    }
     out += '$';
     out += name;
     out += ": ";
+    // The inverse of the reader: a line break gets a "#" after it, and the byte after that "#" is
+    // value text whatever it is, so it is copied as it stands.
+    bool afterHash = false;
+    std::size_t lastBreak = std::string::npos;  // where the last unprotected break was written
     for (std::size_t i = 0; i < value.size(); ++i) {
         char const c = value[i];
-        out += c;
-        if (c == '\r') {
-            if (i + 1 < value.size() && value[i + 1] == '\n') {
-                out += '\n';
-                ++i;
-            }
-            out += '#';
-        } else if (c == '\n') {
-            out += '#';
+        if (afterHash) {
+            out += c;
+            afterHash = false;
+            continue;
         }
+        if (c != '\r' && c != '\n') {
+            out += c;
+            continue;
+        }
+        lastBreak = out.size();
+        out += c;
+        // CR LF is one break, unless the LF ends the value: then it is the byte after the "#".
+        if (c == '\r' && i + 2 < value.size() && value[i + 1] == '\n') {
+            out += '\n';
+            ++i;
+        }
+        out += '#';
+        afterHash = true;
+    }
+    // A value ending in a line break cannot be held: the reader would take the entry's own line
+    // end as text and run into the next entry. The last break goes instead.
+    if (afterHash) {
+        out.resize(lastBreak);
     }
     out += '\n';
+    return true;
 }
 
 bool KF_Settings_ParseFile(const char* bytes, std::size_t size, KF_List<KF_Setting>& list)

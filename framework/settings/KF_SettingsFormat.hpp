@@ -26,8 +26,10 @@ using KF_Settings_EntrySink = void (*)(std::string_view name, std::string_view v
 // true when the text was used up. Never reads outside [text, text + size).
 bool KF_Settings_ParsePlain(const char* text, std::size_t size, KF_Settings_EntrySink sink, void* context);
 
-// Appends one entry in plain form: "$", name, ": ", value with a "#" after each line break, LF.
-void KF_Settings_AppendPlain(std::string& out, std::string_view name, std::string_view value);
+// Appends one entry in plain form: "$", name, ": ", value with a "#" after each line break, LF,
+// such that the parser gives name and value back. A name that is empty or holds ":" is not written
+// (false); a value that ends in a line break is written without that last break.
+bool KF_Settings_AppendPlain(std::string& out, std::string_view name, std::string_view value);
 
 // Parses swapped file bytes into settings (names and values as 8-bit text in the application's
 // encoding), appending to list. The bytes are not changed.

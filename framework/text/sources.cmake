@@ -8,6 +8,7 @@ target_sources(kf_framework PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/KF_String_Numbers.cpp
   ${CMAKE_CURRENT_LIST_DIR}/KF_TextConverters.cpp
   ${CMAKE_CURRENT_LIST_DIR}/KF_TextFastPaths.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/KF_TextLossless.cpp
   ${CMAKE_CURRENT_LIST_DIR}/KF_TextUtf8.cpp
   ${CMAKE_CURRENT_LIST_DIR}/KF_TextSingleByte.cpp
   ${CMAKE_CURRENT_LIST_DIR}/KF_TextUtf8Vector.cpp

@@ -7,10 +7,10 @@
 #include "KF/KF_AddonSettings.hpp"
 #include "KF/KF_File.hpp"
 #include "KF/KF_General.hpp"
+#include "../files/KF_FileDetail.hpp"
 
 #include <ctime>
-#include <limits>
-#include <memory>
+#include <string>
 
 namespace detail {
 
@@ -36,81 +36,33 @@ constexpr double kCheckInterval = 1209600.0;  // fourteen days, in seconds
 // The same key for every add-on code: "LastUpdateCheck_" 17 "0".
 KF_String LastCheckKey() { return KF_String("LastUpdateCheck_") + KF_String::LongToString(17, 0) + "0"; }
 
-KF_String const& TokenOrEmpty(KF_List<KF_String> const& tokens, long i)
-{
-    static KF_String const empty("");
-    return i < tokens.GetCount() ? tokens[i] : empty;
-}
-
-bool Same(KF_String const& a, KF_String const& b) { return KF_String::Compare(a, 0, b, 0, 0) == 0; }
-
-// The versions file as system-encoding text; false when it cannot be opened. It is deleted.
+// The versions file as text for the comparison; false when it cannot be read or is too large.
+// It is deleted either way.
 bool ReadAndDeleteVersionsFile(KF_String& text)
 {
     KF_Location location;
     if (!KF_AddonUpdate_VersionsFileLocation(location))
         return false;
-    {
-        KF_File file;
-        if (file.Open(location, KF_File_Read) != 0)
-            return false;
-        UInt64 length = 0;
-        if (file.file->GetDataLength(&length) == NoError && length > 0 &&
-            length < std::numeric_limits<unsigned int>::max()) {
-            std::unique_ptr<char[]> bytes(new char[length]);
-            if (file.file->ReadBin(bytes.get(), length) == NoError)
-                KF_String::CStringToKF_String(text, bytes.get(), static_cast<unsigned int>(length),
-                                              KF_String::Enc_System, false);
-        }
-        file.file->Close();
-    }
+    std::string bytes;
+    bool exists = false;
+    std::int32_t const read = detail::KF_File_ReadWhole(location, kVersionsFileLimit + 1, bytes, exists);
     KF_File::Delete(location);
+    if (read != 0 || !exists)
+        return false;
+    text = KF_AddonUpdate_CheckText(bytes.data(), bytes.size());
     return true;
 }
 
-// Within one code, host-version token and major version only the release date decides.
 void CompareWithServer()
 {
     KF_String text("");
-    if (!ReadAndDeleteVersionsFile(text)) {
-        KF_AddonUpdate_ShowError();
-        return;
-    }
-    KF_List<KF_String> lines;
-    text.SplitLines(lines, true, true);
-
-    KF_List<KF_String> current;
-    sCurrentAddonVersion.SplitBySpaces(current);
-    if (KF_AddonUpdate_CheckVersionFormat(current) == 0) {
-        KF_AddonUpdate_ShowError();
-        return;
-    }
-    KF_List<KF_String> currentParts;
-    TokenOrEmpty(current, 1).Split(currentParts, '.');
-    KF_String currentDateToken = TokenOrEmpty(current, 3);
-    KF_String const currentDate = KF_AddonUpdate_FormatDate(currentDateToken);
-
-    sServerAddonVersion = "???";
-    sServerAddonLibVersion = "???";
     bool newer = false;
-
-    KF_List<KF_String> tokens;
-    KF_List<KF_String> parts;
-    for (long i = 0; i < lines.GetCount(); ++i) {
-        if (lines[i].IsNullOrEmpty())
-            continue;
-        lines[i].SplitBySpaces(tokens);
-        if (KF_AddonUpdate_CheckVersionFormat(tokens) != 1)
-            continue;
-        tokens[1].Split(parts, '.');
-        if (!Same(tokens[0], TokenOrEmpty(current, 0)) || !Same(tokens[2], TokenOrEmpty(current, 2)) ||
-            !Same(parts[0], TokenOrEmpty(currentParts, 0)))
-            continue;
-        if (KF_String::Compare(KF_AddonUpdate_FormatDate(tokens[3]), 0, currentDate, 0, 0) > 0)
-            newer = true;
-        sServerAddonVersion = tokens[0] + " " + tokens[1] + " " + tokens[2] + " " + tokens[3];
+    if (!ReadAndDeleteVersionsFile(text) ||
+        !KF_AddonUpdate_CompareVersions(text, sCurrentAddonVersion, newer, sServerAddonVersion)) {
+        KF_AddonUpdate_ShowError();
+        return;
     }
-
+    sServerAddonLibVersion = "???";
     // An automatic check with nothing newer stays silent.
     if (sUpdateCalledByUser || newer) {
         sUpdateStatus = newer ? 3 : 2;
@@ -174,7 +126,8 @@ bool KF_AddonUpdate_CheckForUpdate(long updateMode, bool byUser, const KF_String
     if (!KF_AddonUpdate_VersionsFileLocation(target))
         return false;
 
-    if (!KF_General::URLDownload(KF_AddonUpdate_VersionsFileURL(), target, KF_AddonUpdate_UpdateCallBack, nullptr)) {
+    if (!KF_General::URLDownload(KF_AddonUpdate_VersionsFileURL(), target, KF_AddonUpdate_UpdateCallBack, nullptr,
+                                 kVersionsFileLimit)) {
         KF_AddonUpdate_ShowError();
         return true;
     }

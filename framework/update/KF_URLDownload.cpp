@@ -1,5 +1,6 @@
 // KF_General::URLDownload: one HTTP document into a local file, asynchronously on the host's
 // main run loop. The client hears of it through its callback: opened, data, then done or failed.
+#include "../files/KF_FileDetail.hpp"
 #include "KF/KF_File.hpp"
 #include "KF/KF_General.hpp"
 #include "KF_CurlRunLoop.hpp"
@@ -24,7 +25,10 @@ struct URLDownloadParams : detail::KF_CurlTransfer {
     void* userData = nullptr;
     std::string url;
     KF_String targetPath;
-    KF_File* file = nullptr;    // created once the connection is open
+    KF_File* file = nullptr;    // created once the connection is open, beside the target
+    KF_Location partPath;       // that file, moved over the target when the document is complete
+    unsigned long long maxBytes = 0;  // 0: no limit
+    unsigned long long receivedBytes = 0;
     std::int32_t state = 0;     // 0 opened, 50 receiving, 101 done, -1 failed: for inspection only
 
     bool connected = false;     // libcurl has a connection and is about to send the request
@@ -62,11 +66,20 @@ void CloseFile(URLDownloadParams* params)
         params->file->file->Close();
 }
 
+// Only the file this download created goes; the target is never touched by a failure.
+void RemovePart(URLDownloadParams* params)
+{
+    CloseFile(params);
+    if (!params->partPath.path.IsNullOrEmpty())
+        KF_File::Delete(params->partPath);
+    params->partPath = KF_Location();
+}
+
 // The state block goes with its transfer: no callback can follow.
 void TerminateDownload(URLDownloadParams* params)
 {
     detail::KF_CurlLoop_Remove(params);
-    CloseFile(params);
+    RemovePart(params);
     curl_easy_cleanup(params->easy);
     delete params->file;
     delete params;
@@ -75,25 +88,43 @@ void TerminateDownload(URLDownloadParams* params)
 void Discard(detail::KF_CurlTransfer* transfer)
 {
     auto* params = static_cast<URLDownloadParams*>(transfer);
-    CloseFile(params);
+    RemovePart(params);
     curl_easy_cleanup(params->easy);
     delete params->file;
     delete params;
 }
 
+// The complete document takes the target's place in one step (a symlink there is replaced, not
+// followed).
+bool MoveIntoPlace(URLDownloadParams* params)
+{
+    CloseFile(params);
+    if (IO::FileSystem::MoveOver(static_cast<IO::Location>(params->partPath),
+                                 static_cast<IO::Location>(KF_Location(params->targetPath))) != NoError)
+        return false;
+    params->partPath = KF_Location();
+    return true;
+}
+
 void Finish(URLDownloadParams* params, KF_URL_Message message, std::int32_t state)
 {
+    if (message == KF_URL_Done && !MoveIntoPlace(params)) {
+        message = KF_URL_Failed;
+        state = -1;
+    }
+    if (message == KF_URL_Failed)
+        RemovePart(params);
     CloseFile(params);
     Send(params, message, 0.0);
     params->state = state;
     TerminateDownload(params);
 }
 
-// After the client has let the download go on: the target file, then the data held back.
+// After the client has let the download go on: the file, then the data held back.
 bool CreateTarget(URLDownloadParams* params)
 {
     params->file = new KF_File;
-    if (params->file->Open(KF_Location(params->targetPath), KF_File_WriteEmpty) != 0)
+    if (detail::KF_File_CreateBeside(KF_Location(params->targetPath), *params->file, params->partPath) != 0)
         return false;
     if (params->paused) {
         params->paused = false;
@@ -148,6 +179,10 @@ std::size_t Received(char* data, std::size_t size, std::size_t count, void* user
         return CURL_WRITEFUNC_PAUSE;
     }
     std::size_t const total = size * count;
+    // Decoded bytes are counted, so that a small compressed body cannot grow without bound.
+    params->receivedBytes += total;
+    if (params->maxBytes != 0 && params->receivedBytes > params->maxBytes)
+        return 0;  // libcurl ends the transfer with a write error
     for (std::size_t done = 0; done < total; done += kBlockSize) {
         std::size_t const block = total - done < kBlockSize ? total - done : kBlockSize;
         // A failed write is not reported: the download goes on.
@@ -173,6 +208,9 @@ CURL* MakeRequest(URLDownloadParams* params)
         curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L) == CURLE_OK &&
         curl_easy_setopt(easy, CURLOPT_MAXREDIRS, 20L) == CURLE_OK &&
         curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "") == CURLE_OK &&
+        // An error page is not the document: 400 and above fail.
+        curl_easy_setopt(easy, CURLOPT_FAILONERROR, 1L) == CURLE_OK &&
+        curl_easy_setopt(easy, CURLOPT_MAXFILESIZE_LARGE, curl_off_t(params->maxBytes)) == CURLE_OK &&
         curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L) == CURLE_OK &&
         curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, limit > 0 ? limit : 1L) == CURLE_OK &&
         curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, long(kReceiveSize)) == CURLE_OK &&
@@ -192,6 +230,12 @@ CURL* MakeRequest(URLDownloadParams* params)
 bool KF_General::URLDownload(const KF_String& url, const KF_Location& target, KF_URL_CallBack callback,
                              void* userData)
 {
+    return URLDownload(url, target, callback, userData, 0);
+}
+
+bool KF_General::URLDownload(const KF_String& url, const KF_Location& target, KF_URL_CallBack callback,
+                             void* userData, unsigned long long maxBytes)
+{
     if (url.IsNullOrEmpty())
         return false;
     std::string request;
@@ -203,6 +247,7 @@ bool KF_General::URLDownload(const KF_String& url, const KF_Location& target, KF
     params->userData = userData;
     params->url = std::move(request);
     params->targetPath = target.path;
+    params->maxBytes = maxBytes;
     params->pump = Pump;
     params->discard = Discard;
     params->easy = MakeRequest(params);

@@ -1,10 +1,10 @@
 // Reading the downloaded versions file from the framework folder.
 #include "KF_VersionsFile.hpp"
 
+#include "../files/KF_FileDetail.hpp"
 #include "KF/KF_File.hpp"
 
-#include <limits>
-#include <memory>
+#include <string>
 
 namespace detail {
 
@@ -28,22 +28,14 @@ bool KF_AddonUpdate_ReadVersionsFile(KF_List<KF_AddonUpdate_Message>& messages,
     KF_Location location;
     if (!detail::KF_AddonUpdate_VersionsFileLocation(location))
         return false;
-    KF_File file;
-    if (file.Open(location, KF_File_Read) != 0)
+    std::string bytes;
+    bool exists = false;
+    std::int32_t const read = detail::KF_File_ReadWhole(location, detail::kVersionsFileLimit + 1, bytes, exists);
+    if (!exists || read == detail::kFileTooLarge || read == 2 || read == 3)
         return false;
-
-    // A failed length query or read counts as an empty file.
-    std::unique_ptr<char[]> bytes;
-    UInt64 length = 0;
-    UInt64 read = 0;
-    if (file.file->GetDataLength(&length) == NoError && length > 0 &&
-        length < std::numeric_limits<unsigned int>::max()) {
-        bytes.reset(new char[length]);
-        if (file.file->ReadBin(bytes.get(), length) == NoError)
-            read = length;
-    }
-    file.file->Close();
-    detail::KF_AddonUpdate_ParseVersionsBytes(bytes.get(), static_cast<std::size_t>(read), messages, addons,
-                                              libraries);
+    // A failed read otherwise counts as an empty file.
+    if (read != 0)
+        bytes.clear();
+    detail::KF_AddonUpdate_ParseVersionsBytes(bytes.data(), bytes.size(), messages, addons, libraries);
     return true;
 }

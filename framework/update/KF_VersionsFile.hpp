@@ -6,6 +6,7 @@
 #include "KF/KF_Location.hpp"
 
 #include <cstddef>
+#include <string_view>
 
 namespace detail {
 
@@ -25,11 +26,24 @@ KF_String KF_AddonUpdate_ReadText(long& lineIndex, KF_List<KF_String>& lines);
 void KF_AddonUpdate_ParseVersionsText(KF_String const& text, KF_List<KF_AddonUpdate_Message>& messages,
                                       KF_List<KF_AddonUpdate_Addon>& addons,
                                       KF_List<KF_AddonUpdate_Library>& libraries);
-// The file's bytes (UTF-8) to records; bytes that are not UTF-8 give no records.
+// The file's bytes (UTF-8) to records; a byte that is not UTF-8 spoils at most its own line.
 void KF_AddonUpdate_ParseVersionsBytes(char const* bytes, std::size_t size,
                                        KF_List<KF_AddonUpdate_Message>& messages,
                                        KF_List<KF_AddonUpdate_Addon>& addons,
                                        KF_List<KF_AddonUpdate_Library>& libraries);
+
+// A versions file larger than this is refused, downloaded or read.
+inline constexpr std::size_t kVersionsFileLimit = 4u << 20;
+
+// What the check compares: the downloaded bytes as text in the application's encoding (a byte
+// that is not valid there spoils only its own line).
+KF_String KF_AddonUpdate_CheckText(char const* bytes, std::size_t size);
+
+// The comparison of the running add-on's version line with the add-on lines of text. False when
+// the version line is malformed. newer tells whether a matching line has a later date; serverVersion
+// is "???" or the head of the last matching line.
+bool KF_AddonUpdate_CompareVersions(KF_String const& text, KF_String const& currentLine, bool& newer,
+                                    KF_String& serverVersion);
 
 // The framework folder's path with "/" and the versions file name; false without the folder.
 bool KF_AddonUpdate_VersionsFileLocation(KF_Location& location);

@@ -1,7 +1,10 @@
 // The versions file's text: lines, text blocks, and the three kinds of entry.
 #include "KF_VersionsFile.hpp"
 
+#include "../text/KF_TextLossless.hpp"
+
 #include <limits>
+#include <vector>
 
 namespace detail {
 namespace {
@@ -12,19 +15,28 @@ bool IsTextLine(KF_String const& line) { return line.StartsWith(KF_String("#"));
 
 KF_String KF_AddonUpdate_ReadText(long& lineIndex, KF_List<KF_String>& lines)
 {
+    // Joined once at the end: extending a string piece by piece copies it each time.
     KF_String result("");
+    std::vector<unsigned short> joined;
     ++lineIndex;
     while (lineIndex < lines.GetCount() && IsTextLine(lines[lineIndex])) {
         KF_String const piece = lines[lineIndex].Substring(2);
+        unsigned short const* units = piece.Units();
+        unsigned int const count = units != nullptr ? piece.GetLength() : 0;
         // An empty result is replaced rather than extended: leading empty text lines vanish.
-        if (result.IsNullOrEmpty())
+        if (joined.empty()) {
             result = piece;
-        else
-            result = result + "\n" + piece;
+            joined.assign(units, units + count);
+        } else {
+            joined.push_back('\n');
+            joined.insert(joined.end(), units, units + count);
+        }
         ++lineIndex;
     }
     --lineIndex;
-    return result;
+    if (joined.empty())
+        return result;
+    return KF_String(joined.data(), static_cast<unsigned int>(joined.size()));
 }
 
 void KF_AddonUpdate_ParseVersionsText(KF_String const& text, KF_List<KF_AddonUpdate_Message>& messages,
@@ -90,7 +102,7 @@ void KF_AddonUpdate_ParseVersionsBytes(char const* bytes, std::size_t size,
 {
     KF_String text("");
     if (bytes != nullptr && size > 0 && size < std::numeric_limits<unsigned int>::max())
-        KF_String::CStringToKF_String(text, bytes, static_cast<unsigned int>(size), KF_String::Enc_UTF8, false);
+        text = KF_Text_BytesToString(std::string_view(bytes, size), KF_String::Enc_UTF8);
     KF_AddonUpdate_ParseVersionsText(text, messages, addons, libraries);
 }
 

@@ -171,11 +171,31 @@ KF_Err FileProbe(KF_HostContext* c, const KF_UChar* units, std::int32_t length, 
         return S_ISDIR(st.st_mode) ? KF_IOERR_ERROR : KF_NOERROR;
     if (errno != ENOENT || !createIfMissing)
         return ErrnoToCode(errno);
-    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+    // Exclusive, so that a dangling symlink planted at the path is refused, not followed.
+    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
     if (fd < 0)
         return ErrnoToCode(errno);
     ::close(fd);
     return KF_NOERROR;
+}
+
+// Opens without blocking (a FIFO would block for ever) and keeps the descriptor only for a regular
+// file: anything else is refused at once.
+int OpenRegular(const std::string& path, int flags, int& error)
+{
+    const int fd = ::open(path.c_str(), flags | O_NONBLOCK, 0644);
+    if (fd < 0) {
+        error = errno == ENXIO || errno == ELOOP ? EINVAL : errno;
+        return -1;
+    }
+    struct stat st {};
+    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+        ::close(fd);
+        error = EINVAL;
+        return -1;
+    }
+    ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK);
+    return fd;
 }
 
 KF_Err FileOpen(KF_HostContext* c, const KF_UChar* units, std::int32_t length, std::int32_t mode, std::int64_t* handle)
@@ -190,13 +210,19 @@ KF_Err FileOpen(KF_HostContext* c, const KF_UChar* units, std::int32_t length, s
     case 2: flags |= O_WRONLY | O_TRUNC; break;
     case 3: flags |= O_RDWR | O_TRUNC; break;
     case 4: flags |= O_WRONLY | O_APPEND; break;
+    // A new file that this call creates: an entry of any kind at the path, even a symlink, refuses.
+    case KF_FILEMODE_CREATENEW: flags |= O_WRONLY | O_CREAT | O_EXCL; break;
     default: return KF_APIERR_BADPARS;
     }
+    if (mode == KF_FILEMODE_CREATENEW)
+        if (const auto code = Fault(c, FileOp::Create, path))
+            return *code;
     if (const auto code = Fault(c, FileOp::Open, path))
         return *code;
-    const int fd = ::open(path.c_str(), flags);
+    int error = 0;
+    const int fd = OpenRegular(path, flags, error);
     if (fd < 0)
-        return ErrnoToCode(errno);
+        return ErrnoToCode(error);
     Host& host = HostOf(c);
     *handle = host.nextFileHandle++;
     host.openFiles[*handle] = Host::OpenFile{fd, path};
@@ -301,7 +327,7 @@ KF_Err FileWrite(KF_HostContext* c, std::int64_t handle, const char* data, std::
 // Flushes a file or folder to the disk; false with errno set when it cannot be opened or synced.
 bool SyncPath(const std::string& path, int flags)
 {
-    const int fd = ::open(path.c_str(), flags | O_CLOEXEC);
+    const int fd = ::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK);
     if (fd < 0)
         return false;
     const bool synced = ::fsync(fd) == 0;
@@ -322,7 +348,9 @@ KF_Err MoveOver(KF_HostContext* c, const KF_UChar* source, std::int32_t sourceLe
         return *code;
     // The new content must be on the disk before the name points at it, or a crash right after
     // the rename could leave an empty file where the old one was.
-    if (!SyncPath(from, O_RDONLY))
+    // Only a failed flush of data counts: an entry that cannot be opened for it (no read
+    // permission, not a regular file) is moved all the same.
+    if (!SyncPath(from, O_RDONLY) && (errno == EIO || errno == ENOSPC || errno == EDQUOT))
         return ErrnoToCode(errno);
     if (::rename(from.c_str(), to.c_str()) != 0)
         return ErrnoToCode(errno);

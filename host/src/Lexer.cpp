@@ -18,6 +18,29 @@ namespace {
 
 bool IsSpace(char c) { return c == ' ' || c == '\t' || c == '\r'; }
 
+// Columns of increasing offsets, counted on from the last one asked: a line is walked once, however
+// many tokens it holds.
+class ColumnCounter {
+public:
+    explicit ColumnCounter(std::string_view line) : line_(line) {}
+    int At(std::size_t offset)
+    {
+        if (offset < offset_) {
+            offset_ = 0;
+            column_ = 1;
+        }
+        for (; offset_ < offset && offset_ < line_.size(); ++offset_)
+            if ((static_cast<unsigned char>(line_[offset_]) & 0xC0) != 0x80)
+                ++column_;
+        return column_;
+    }
+
+private:
+    std::string_view line_;
+    std::size_t offset_ = 0;
+    int column_ = 1;
+};
+
 std::int64_t ParseNumber(std::string_view text, int column)
 {
     bool negative = false;
@@ -45,6 +68,7 @@ std::int64_t ParseNumber(std::string_view text, int column)
 std::vector<Token> Tokenize(std::string_view line)
 {
     std::vector<Token> tokens;
+    ColumnCounter columns(line);
     std::size_t i = 0;
     while (i < line.size()) {
         if (IsSpace(line[i])) {
@@ -53,7 +77,7 @@ std::vector<Token> Tokenize(std::string_view line)
         }
         if (line[i] == '#')
             break;
-        const int column = ColumnOf(line, i);
+        const int column = columns.At(i);
         if (line[i] == '"') {
             Token token{Token::Kind::String, {}, 0, 0, true, column};
             ++i;
@@ -75,7 +99,7 @@ std::vector<Token> Tokenize(std::string_view line)
                     case 'n': token.text.push_back('\n'); break;
                     case 't': token.text.push_back('\t'); break;
                     default:
-                        throw LexError(ColumnOf(line, i), std::string("unknown escape \\") + e);
+                        throw LexError(columns.At(i), std::string("unknown escape \\") + e);
                     }
                     i += 2;
                     continue;
@@ -86,7 +110,7 @@ std::vector<Token> Tokenize(std::string_view line)
             if (!closed)
                 throw LexError(column, "unterminated string");
             if (i < line.size() && !IsSpace(line[i]) && line[i] != '#')
-                throw LexError(ColumnOf(line, i), "expected a space after the string");
+                throw LexError(columns.At(i), "expected a space after the string");
             tokens.push_back(std::move(token));
             continue;
         }

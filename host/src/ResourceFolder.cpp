@@ -24,11 +24,28 @@ std::uint32_t BigEndian32(const unsigned char* p)
 
 } // namespace
 
+namespace {
+
+// Reads at most count bytes from the start of file.
+std::string ReadHead(const std::filesystem::path& file, std::size_t count)
+{
+    std::ifstream in(file, std::ios::binary);
+    if (!in)
+        throw ResourceError(file.string(), 1, 1, "cannot be read");
+    std::string head(count, '\0');
+    in.read(head.data(), std::streamsize(count));
+    head.resize(std::size_t(in.gcount()));
+    return head;
+}
+
+} // namespace
+
 IconResource ReadIcon(const std::filesystem::path& file, std::int16_t resID)
 {
-    // Only the header matters headless: signature, then the IHDR chunk with width and height.
+    // The header decides, for every backend alike: signature, then the IHDR chunk with width and
+    // height, which must be sane before any backend decodes the pixels.
     static constexpr unsigned char kSignature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
-    const std::string data = ReadFile(file);
+    const std::string data = ReadHead(file, 8 + 8 + 13 + 4);
     const auto* bytes = reinterpret_cast<const unsigned char*>(data.data());
     if (data.size() < 8 || !std::equal(kSignature, kSignature + 8, bytes))
         throw ResourceError(file.string(), 1, 1, "not a PNG image (bad signature)");
@@ -42,6 +59,11 @@ IconResource ReadIcon(const std::filesystem::path& file, std::int16_t resID)
     icon.height = BigEndian32(bytes + 20);
     if (icon.width == 0 || icon.height == 0)
         throw ResourceError(file.string(), 1, 17, "PNG image of zero size");
+    if (icon.width > kMaxIconSide || icon.height > kMaxIconSide)
+        throw ResourceError(file.string(), 1, 17,
+                            "PNG image of " + std::to_string(icon.width) + "x" + std::to_string(icon.height) +
+                                " pixels; an icon is at most " + std::to_string(kMaxIconSide) + "x" +
+                                std::to_string(kMaxIconSide));
     return icon;
 }
 

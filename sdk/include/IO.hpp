@@ -82,8 +82,12 @@ private:
 // A file opened through the host. Owns a host file handle while open.
 class File {
 public:
-    enum OnNotFound { Fail = 0, Create = 1 };
-    enum OpenMode { ReadMode = 0, ReadWriteMode = 1, WriteEmptyMode = 2, ReadWriteEmptyMode = 3, AppendMode = 4 };
+    // LeaveToOpen asks nothing of the host before Open (for CreateNewMode, which must find no entry).
+    enum OnNotFound { Fail = 0, Create = 1, LeaveToOpen = 2 };
+    // Only regular files open. CreateNewMode makes a new file for writing and fails when any entry,
+    // even a symlink, is at the location: a file so made is the caller's own.
+    enum OpenMode { ReadMode = 0, ReadWriteMode = 1, WriteEmptyMode = 2, ReadWriteEmptyMode = 3, AppendMode = 4,
+                    CreateNewMode = 5 };
     enum AccessDeniedTreatment { ReturnErrorOnDenied = 2 };
 
     File(const Location& location, OnNotFound onNotFound = Fail);

@@ -167,7 +167,7 @@ File::File(const Location& location, OnNotFound onNotFound) : location_(location
     GS::UniString path;
     if (location.ToPath(&path) != NoError)
         status_ = BadLocation;
-    else
+    else if (onNotFound != LeaveToOpen)
         status_ = KFSDK_CALL(FileProbe, APIERR_GENERAL, Units(path), Length(path), onNotFound == Create ? 1 : 0);
 }
 

@@ -164,3 +164,29 @@ TEST(Resources, IconsArePngFilesNamedByNumber)
 }
 
 } // namespace
+
+// The reader decides an icon's size for every backend: a header that claims more than an icon can
+// be is refused where it is read, with the file and the position of the size.
+TEST(Resources, IconsOfAnInsaneSizeAreRefusedByTheReader)
+{
+    kftest::TempFolder temp;
+    std::string png = kftest::ReadFile(std::filesystem::path(KF_PROBE_RESOURCES) / "common" / "icons" / "32758.png");
+    auto const withSize = [&](std::uint32_t side) {
+        std::string copy = png;
+        for (int field : {16, 20})
+            for (int i = 0; i < 4; ++i)
+                copy[std::size_t(field + i)] = char((side >> (24 - 8 * i)) & 0xFF);
+        return copy;
+    };
+    for (std::uint32_t const side : {20000u, 4294967295u, kfhost::kMaxIconSide + 1}) {
+        kftest::WriteFile(temp.Path() / "7.png", withSize(side));
+        try {
+            kfhost::LoadResourceFolder(temp.Path());
+            ADD_FAILURE() << side;
+        } catch (const ResourceError& e) {
+            EXPECT_NE(std::string(e.what()).find("7.png:1:17:"), std::string::npos) << e.what();
+        }
+    }
+    kftest::WriteFile(temp.Path() / "7.png", withSize(kfhost::kMaxIconSide));
+    EXPECT_EQ(kfhost::LoadResourceFolder(temp.Path()).icons.at(7).width, kfhost::kMaxIconSide);
+}

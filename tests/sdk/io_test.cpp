@@ -110,7 +110,7 @@ TEST_F(IOTest, FilesAreCreatedWrittenReadAndAppended)
     ASSERT_EQ(f.Open(IO::File::WriteEmptyMode), NoError);
     f.Close();
     EXPECT_EQ(kftest::ReadFile(file), "") << "mode 2 empties the file";
-    EXPECT_EQ(f.Open(IO::File::OpenMode(5)), APIERR_BADPARS);
+    EXPECT_EQ(f.Open(IO::File::OpenMode(6)), APIERR_BADPARS);
     char c;
     EXPECT_EQ(f.ReadBin(&c, 1), IO::NotOpen);
 

@@ -5,6 +5,8 @@
 
 #include "kfsdk/HostTable.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 
 using namespace kfupdate_test;
@@ -252,9 +254,53 @@ TEST_F(UpdateCheckFailure, ACopyThatCannotBeOpenedAfterTheDownload)
 {
     ServeVersions(kNewer);
     ASSERT_NO_FATAL_FAILURE(Load(server_->BaseUrl() + "/test/slow"));
-    Menu(kCheckNow);
-    ASSERT_TRUE(RunUntil([&] { return std::filesystem::exists(VersionsCopy()); }));
+    // The download goes to a file beside the copy, which it replaces at the end.
     host_->Faults().Fail(kfhost::FileOp::Open, "*__updcf__.tmp", KF_IOERR_ACCESSDENIED);
+    Menu(kCheckNow);
     ExpectOneAlert();
     EXPECT_EQ(ShownResults(), nullptr);
+}
+
+// ---- A hostile server or framework folder: the check fails loudly or answers right, and never
+// writes through what was planted. ----
+
+TEST_F(UpdateCheck, AByteThatIsNotTextSpoilsOnlyItsOwnLine)
+{
+    ServeVersions(With(kNewer, "Hello", "H\xe9llo \xff"));
+    ASSERT_NO_FATAL_FAILURE(Load());
+    ASSERT_TRUE(CheckNowShowsResults());
+    EXPECT_EQ(ItemText(*ShownResults(), 4), With(Text(81), "ADDONNAME", kName));
+}
+
+TEST_F(UpdateCheckFailure, AnErrorStatusOrAnOversizedFileIsAFailure)
+{
+    ASSERT_NO_FATAL_FAILURE(Load(server_->BaseUrl() + "/no/such/place"));
+    Menu(kCheckNow);
+    ExpectOneAlert();
+    EXPECT_EQ(ShownResults(), nullptr);
+
+    host_->ClearTranscript();
+    ServeVersions(std::string(kNewer) + std::string(5u << 20, '*'));
+    ASSERT_NO_FATAL_FAILURE(Load());
+    Menu(kCheckNow);
+    ExpectOneAlert();
+    EXPECT_EQ(ShownResults(), nullptr);
+    EXPECT_FALSE(std::filesystem::exists(VersionsCopy())) << "no partial copy stays";
+}
+
+TEST_F(UpdateCheck, PlantedEntriesAtTheCopysNameAreReplacedNotWrittenThrough)
+{
+    std::filesystem::path const victim = framework_.Path() / ".." / "victim.txt";
+    kftest::WriteFile(victim, "mine");
+    std::filesystem::create_symlink(victim, VersionsCopy());
+    ServeVersions(kNewer);
+    ASSERT_NO_FATAL_FAILURE(Load());
+    ASSERT_TRUE(CheckNowShowsResults());
+    EXPECT_EQ(kftest::ReadFile(victim), "mine");
+
+    // A FIFO there would block any open for writing until someone reads it.
+    host_->ClearTranscript();
+    ASSERT_EQ(::mkfifo(VersionsCopy().c_str(), 0600), 0);
+    ASSERT_TRUE(CheckNowShowsResults());
+    std::filesystem::remove(victim);
 }

@@ -214,7 +214,7 @@ TEST(VersionsFile, FormatDateCutsShortInputWithoutError)
     EXPECT_EQ(format(""), "");
 }
 
-TEST(VersionsFile, ListsAreAppendedToAndNotUtf8GivesNothing)
+TEST(VersionsFile, ListsAreAppendedToAndABadByteSpoilsOnlyItsLine)
 {
     KF_List<KF_AddonUpdate_Message> messages;
     KF_List<KF_AddonUpdate_Addon> addons;
@@ -228,7 +228,7 @@ TEST(VersionsFile, ListsAreAppendedToAndNotUtf8GivesNothing)
 
     std::string const broken = "X 1.0.0.0 (AC170) 01/01/2013\n\xC3\x28\n";
     detail::KF_AddonUpdate_ParseVersionsBytes(broken.data(), broken.size(), messages, addons, libraries);
-    EXPECT_EQ(addons.GetCount(), 2);
+    EXPECT_EQ(addons.GetCount(), 3);
     detail::KF_AddonUpdate_ParseVersionsBytes(nullptr, 0, messages, addons, libraries);
     EXPECT_EQ(messages.GetCount(), 2);
 }

@@ -21,6 +21,12 @@ public:
     // Download (update area).
     static bool URLDownload(const KF_String& url, const KF_Location& target, KF_URL_CallBack callback,
                             void* userData);
+    // As above; a document of more than maxBytes (counted after any content decoding; 0: no
+    // limit) ends the download as failed. The data goes to a new file beside the target, which
+    // replaces the target only when the document is complete; a failed download leaves nothing.
+    // An HTTP status of 400 or more is a failure.
+    static bool URLDownload(const KF_String& url, const KF_Location& target, KF_URL_CallBack callback,
+                            void* userData, unsigned long long maxBytes);
 
     // Library part look-ups with an error alert (library area).
     static bool GetLPIdxFullLib(const KF_String& name, long& index, bool showError, const KF_String& errorText,

@@ -100,7 +100,9 @@ struct ResourceModule {
 
 // Parses one resource text into module; fileName is used in error messages only.
 void ParseResourceText(std::string_view text, const std::string& fileName, ResourceModule& module);
-// Reads an icon file; throws ResourceError when it is not a PNG image.
+// The largest width and height of an icon, for the headless and the windowed backend alike.
+constexpr std::uint32_t kMaxIconSide = 1024;
+// Reads an icon file's header; throws ResourceError when it is not a PNG image or is too large.
 IconResource ReadIcon(const std::filesystem::path& file, std::int16_t resID);
 // Every *.res file under folder (in path order) and every <number>.png icon.
 ResourceModule LoadResourceFolder(const std::filesystem::path& folder);

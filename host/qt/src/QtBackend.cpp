@@ -282,7 +282,11 @@ QPixmap QtBackend::Icon(std::int32_t resModule, std::int16_t resID)
     QPixmap pixmap;
     if (const AddOn* owner = host_.ModuleOwner(resModule))
         if (const auto icon = owner->resources.icons.find(resID); icon != owner->resources.icons.end())
-            pixmap.load(QString::fromStdString(icon->second.file.string()), "PNG");
+            // The reader has vouched for the header; pixels that still cannot be decoded fail the
+            // run rather than leave an empty place without a word.
+            if (!pixmap.load(QString::fromStdString(icon->second.file.string()), "PNG"))
+                host_.Script().Fail(icon->second.file.string() + ":1:1: icon " + std::to_string(resID) +
+                                    " cannot be decoded");
     icons_[key] = pixmap;
     return pixmap;
 }

@@ -39,6 +39,8 @@ extern "C" {
 #define KF_IOERR_ENDOFFILE ((int32_t)0x81010106u)
 #define KF_IOERR_NAMENOTFOUND ((int32_t)0x81010107u)
 #define KF_IOERR_NOTAFOLDER ((int32_t)0x81010108u)
+/* FileOpen mode: creates a new file for writing; fails when any entry is at the path */
+#define KF_FILEMODE_CREATENEW 5
 
 /* Application text encodings, as the framework numbers them. */
 #define KF_TEXTENC_UTF8 11
@@ -219,6 +221,7 @@ typedef struct KF_HostTable {
     KF_Err (*Enumerate)(KF_HostContext*, const KF_UChar* path, int32_t length, KF_EnumProc proc,
                         void* userData);
     KF_Err (*FileProbe)(KF_HostContext*, const KF_UChar* path, int32_t length, int32_t createIfMissing);
+    /* modes 0 to 4 as IO::File::OpenMode, or KF_FILEMODE_CREATENEW; only regular files open */
     KF_Err (*FileOpen)(KF_HostContext*, const KF_UChar* path, int32_t length, int32_t mode, int64_t* handle);
     KF_Err (*FileClose)(KF_HostContext*, int64_t handle);
     KF_Err (*FileGetLength)(KF_HostContext*, int64_t handle, uint64_t* length);

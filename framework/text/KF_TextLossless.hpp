@@ -1,0 +1,24 @@
+// Bytes in an 8-bit or UTF-8 encoding to a string and back without losing a byte: what the
+// framework reads from its own files must come back unchanged when it writes them again.
+// Framework-internal.
+#pragma once
+
+#include "KF/KF_String.hpp"
+
+#include <string>
+#include <string_view>
+
+namespace detail {
+
+// A byte that is not (part of) a character of the encoding becomes the unit kEscapeBase + byte,
+// a lone low surrogate, which no valid text holds; zero bytes stay zero units.
+constexpr unsigned short kEscapeBase = 0xDC00;
+
+// Decodes bytes in enc (Enc_System follows the application's encoding); never fails.
+KF_String KF_Text_BytesToString(std::string_view bytes, KF_String::Encoding enc);
+
+// Encodes text in enc, escaped units back to their bytes; a character the encoding cannot hold
+// becomes "?". No terminator is added.
+std::string KF_Text_StringToBytes(KF_String const& text, KF_String::Encoding enc);
+
+} // namespace detail
