@@ -14,6 +14,9 @@ KF_List<KF_Setting> sAddonSettings;
 KF_List<KF_Setting> sAllAddonsSettings;
 bool sSettingsLoaded = false;
 bool sAllSettingsLoaded = false;
+// A file that did not parse, read whole: kept beside before the first save replaces it.
+std::string sAddonUnreadable;
+std::string sAllAddonsUnreadable;
 
 KF_List<KF_Setting>& ListOf(KF_AddonSettings_Type type)
 {
@@ -23,6 +26,29 @@ KF_List<KF_Setting>& ListOf(KF_AddonSettings_Type type)
 bool& LoadedFlagOf(KF_AddonSettings_Type type)
 {
     return type == KF_AddonSettings_ThisAddon ? sSettingsLoaded : sAllSettingsLoaded;
+}
+
+std::string& UnreadableOf(KF_AddonSettings_Type type)
+{
+    return type == KF_AddonSettings_ThisAddon ? sAddonUnreadable : sAllAddonsUnreadable;
+}
+
+// Writes the unreadable content under the first free name "<file>.unreadable", "<file>.unreadable2"...
+bool KeepUnreadable(KF_Location const& location, std::string const& bytes)
+{
+    for (int n = 1; n < 100; ++n) {
+        KF_Location kept(location.path + ".unreadable");
+        if (n > 1)
+            kept.path += KF_String::LongToString(n, 0);
+        std::string existing;
+        bool exists = false;
+        if (detail::KF_File_ReadWhole(kept, detail::kSettingsBufferSize, existing, exists) != 0)
+            return false;
+        if (exists && existing != bytes)
+            continue;
+        return exists || detail::KF_File_ReplaceWhole(kept, bytes.data(), bytes.size()) == 0;
+    }
+    return false;
 }
 
 long FindSetting(KF_AddonSettings_Type type, KF_String& name)
@@ -77,8 +103,10 @@ bool KF_AddonSettings_Load(KF_AddonSettings_Type type, bool onlyIfNotLoaded)
         return false;
     }
     if (!detail::KF_Settings_ParseFile(bytes.data(), bytes.size(), list)) {
+        UnreadableOf(type) = bytes;
         return false;
     }
+    UnreadableOf(type).clear();
     loaded = true;
     return true;
 }
@@ -93,6 +121,14 @@ bool KF_AddonSettings_Save(KF_AddonSettings_Type type)
     KF_Location location;
     if (KF_AddonSettings_GetLocation(type, location) != NoError) {
         return false;
+    }
+    // Nothing the user had is lost: what did not parse stays beside the new file.
+    std::string& unreadable = UnreadableOf(type);
+    if (!unreadable.empty()) {
+        if (!KeepUnreadable(location, unreadable)) {
+            return false;
+        }
+        unreadable.clear();
     }
     return detail::KF_File_ReplaceWhole(location, bytes.data(), bytes.size()) == 0;
 }
@@ -234,6 +270,7 @@ void KF_AddonSettings_Forget(KF_AddonSettings_Type type)
 {
     ListOf(type).Reset();
     LoadedFlagOf(type) = false;
+    UnreadableOf(type).clear();
 }
 
 } // namespace detail
