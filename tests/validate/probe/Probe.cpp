@@ -5,7 +5,6 @@
 #include "DG.hpp"
 #include "IO.hpp"
 #include "KF/KF_AddonSettings.hpp"
-#include "KF/KF_Dialog.hpp"
 #include "KF/KF_Language.hpp"
 
 #include <chrono>
@@ -30,8 +29,8 @@ GSErrCode MenuHandler(const API_MenuParams* params)
         std::this_thread::sleep_for(std::chrono::seconds(1));
 #endif
     // The greeting is text 3 of the current language.
-    KF_Dialog::ShowAlert(-1, KF_String(""), KF_Resource_GetString(short(kStrings + gKF_Language), 3, true),
-                         KF_String(""));
+    DGAlert(-1, GS::UniString(), KF_Resource_GetString(short(kStrings + gKF_Language), 3, true).ToUniString(),
+            GS::UniString(), GS::UniString::FromUTF8("OK"));
     return NoError;
 }
 

@@ -4,6 +4,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <functional>
 
 namespace kfhost::validate {
@@ -36,6 +37,26 @@ std::map<std::string, FileState> Snapshot(const fs::path& folder)
 bool EndsWith(std::string_view text, std::string_view end)
 {
     return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
+}
+
+// A copy of the old content left beside the new file.
+bool KeptBeside(const std::map<std::string, std::string>& files, const std::string& bytes)
+{
+    return std::any_of(files.begin(), files.end(), [&](const auto& file) { return file.second == bytes; });
+}
+
+// A settings file rewritten with every entry it had (and perhaps more).
+bool EntriesKept(const std::string& before, const std::string& after)
+{
+    const std::string old = SwapNibbles(before), now = SwapNibbles(after);
+    for (std::size_t begin = 0; begin < old.size();) {
+        std::size_t end = old.find("\n$", begin);
+        end = end == std::string::npos ? old.size() : end + 1;
+        if (now.find(old.substr(begin, end - begin)) == std::string::npos)
+            return false;
+        begin = end;
+    }
+    return true;
 }
 
 // Loads the add-on, makes every call as a user who only closes what opens, and unloads it.
@@ -152,10 +173,12 @@ void CheckSurroundings(CheckContext& ctx)
         const auto after = FolderContents(folder);
         for (const auto& [name, bytes] : before) {
             const auto now = after.find(name);
-            if (now == after.end())
-                report.Fail(scenario.name + ": " + name + " is gone");
-            else if (now->second != bytes)
-                report.Fail(scenario.name + ": " + name + " is changed although the user changed nothing");
+            if (now != after.end() && now->second == bytes)
+                continue;
+            if (KeptBeside(after, bytes) || (now != after.end() && EntriesKept(bytes, now->second)))
+                continue; // written on purpose, and nothing that was there lost
+            report.Fail(scenario.name + ": what " + name + " held is lost" +
+                        (now == after.end() ? " (the file is gone)" : " (it was rewritten without it)"));
         }
         for (const auto& [name, bytes] : after)
             if (EndsWith(name, "tmp"))
