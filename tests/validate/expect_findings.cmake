@@ -1,7 +1,11 @@
 # Runs kfhost validate at strictness 10 on one bundle and checks that it fails with exactly the
 # findings expected. -DKFHOST -DBUNDLE -DFAILS=<number of FAIL lines> -DEXPECT=<regexes, one a line>
-# [-DARGS=<more arguments, one a line>]
+# [-DARGS=<more arguments, one a line>] [-DREPORTS=<folder>: the JSON and JUnit reports agree]
 string(REPLACE "\n" ";" args "${ARGS}")
+if(DEFINED REPORTS)
+  file(MAKE_DIRECTORY ${REPORTS})
+  list(APPEND args --json ${REPORTS}/report.json --junit ${REPORTS}/report.xml)
+endif()
 string(REPLACE "\n" ";" expect "${EXPECT}")
 execute_process(
   COMMAND ${KFHOST} validate --strictness 10 --seed 1 ${args} ${BUNDLE}
@@ -19,3 +23,29 @@ foreach(regex IN LISTS expect)
     message(FATAL_ERROR "the report lacks \"${regex}\":\n${out}")
   endif()
 endforeach()
+
+if(DEFINED REPORTS)
+  file(READ ${REPORTS}/report.json json)
+  string(JSON checks LENGTH "${json}" checks)
+  set(failed 0)
+  math(EXPR last "${checks} - 1")
+  foreach(i RANGE ${last})
+    string(JSON status GET "${json}" checks ${i} status)
+    if(status STREQUAL "fail")
+      math(EXPR failed "${failed} + 1")
+      string(JSON first GET "${json}" checks ${i} failures 0)
+      string(JSON addon GET "${json}" checks ${i} addon)
+      string(FIND "${out}" "\"${addon}\"" addonAt)
+      string(FIND "${out}" "${first}" firstAt)
+      if(addonAt EQUAL -1 OR firstAt EQUAL -1)
+        message(FATAL_ERROR "the JSON report's failure \"${first}\" of \"${addon}\" is not in the summary")
+      endif()
+    endif()
+  endforeach()
+  file(READ ${REPORTS}/report.xml xml)
+  string(REGEX MATCHALL "<failure message=" failures "${xml}")
+  list(LENGTH failures xmlFailed)
+  if(NOT failed EQUAL FAILS OR NOT xmlFailed EQUAL FAILS)
+    message(FATAL_ERROR "JSON report: ${failed} failed checks, JUnit report: ${xmlFailed}, summary: ${FAILS}")
+  endif()
+endif()

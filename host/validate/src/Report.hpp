@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kfhost::validate {
@@ -28,6 +29,11 @@ struct RunInfo {
     unsigned long long seed = 0;
     int rounds = 1;
 };
+
+struct ChildOutcome;
+// The result of a check from its process: its report lines, and a crash, a hang or an early end
+// laid at the door of the add-on and the call named last.
+CheckResult ResultOf(const std::string& bundle, std::string_view check, const ChildOutcome& outcome, double timeout);
 
 void WriteSummary(std::ostream& out, const RunInfo& info, const std::vector<CheckResult>& results, bool verbose);
 bool WriteJson(const std::filesystem::path& file, const RunInfo& info, const std::vector<CheckResult>& results);
