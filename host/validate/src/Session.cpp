@@ -154,6 +154,14 @@ std::string SwapNibbles(std::string_view bytes)
     return out;
 }
 
+void ReportTime(CheckContext& ctx, const std::string& what, double seconds)
+{
+    ctx.report.Note(what + ": " + Milliseconds(seconds));
+    if (ctx.strictness >= kTimingLevel && seconds > kCallBudgetSeconds)
+        ctx.report.Fail(what + " takes " + Milliseconds(seconds) + ", more than the " +
+                        Milliseconds(kCallBudgetSeconds) + " it may take");
+}
+
 std::string Milliseconds(double seconds)
 {
     char buf[32];

@@ -65,6 +65,13 @@ void CheckUpdate(CheckContext& ctx);
 
 // ---- helpers ----
 
+// An entry point or a call slower than this keeps the user waiting: always reported, a failure from
+// kTimingLevel on.
+constexpr double kCallBudgetSeconds = 1.0;
+constexpr int kTimingLevel = 8;
+// Reports how long something took, and fails it when it took too long at this strictness.
+void ReportTime(CheckContext& ctx, const std::string& what, double seconds);
+
 // A host for one run in frameworkFolder: downloads go nowhere unless a server is named, and give
 // up after a few seconds.
 HostConfig ConfigFor(const std::filesystem::path& frameworkFolder, const std::string& updateServer = {});
@@ -105,5 +112,8 @@ void WriteWhole(const std::filesystem::path& file, std::string_view bytes);
 std::string SwapNibbles(std::string_view bytes);
 
 std::string Milliseconds(double seconds);
+
+// What keeps a PNG image from being shown; empty when it decodes.
+std::string PngProblem(std::string_view data);
 
 } // namespace kfhost::validate

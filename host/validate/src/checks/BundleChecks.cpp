@@ -20,7 +20,8 @@
 #endif
 #endif
 #ifdef KF_VALIDATE_ASAN
-#include <sanitizer/allocator_interface.h>
+// The sanitizer's allocator keeps its own books (its header is not installed with every compiler).
+extern "C" std::size_t __sanitizer_get_current_allocated_bytes();
 #endif
 
 namespace kfhost::validate {
@@ -133,6 +134,9 @@ void CheckBundle(CheckContext& ctx)
         CheckDialog(module, dialog, report);
     for (const auto& [resID, menu] : module.menus)
         CheckMenu(module, menu, report);
+    for (const auto& [resID, icon] : module.icons)
+        if (const std::string problem = PngProblem(ReadWhole(icon.file)); !problem.empty())
+            report.Fail("icon " + icon.file.filename().string() + ": " + problem);
     if (module.menus.empty() && !module.moduleID)
         report.Warn("the bundle has neither menus nor a module identifier: nothing can reach it");
     report.Note(std::to_string(module.strings.size()) + " string lists, " + std::to_string(module.dialogs.size()) +
@@ -201,8 +205,8 @@ void CheckLoad(CheckContext& ctx)
     const auto unloaded = std::chrono::steady_clock::now();
     std::set<std::string> seen;
     ReportHostFilesLeft(host, report, seen);
-    report.Note("load " + Milliseconds(std::chrono::duration<double>(loaded - start).count()) + ", unload " +
-                Milliseconds(std::chrono::duration<double>(unloaded - loaded).count()));
+    ReportTime(ctx, "load", std::chrono::duration<double>(loaded - start).count());
+    ReportTime(ctx, "unload", std::chrono::duration<double>(unloaded - loaded).count());
 }
 
 void CheckCycles(CheckContext& ctx)
