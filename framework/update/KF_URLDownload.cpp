@@ -84,9 +84,6 @@ void Discard(detail::KF_CurlTransfer* transfer)
 void Finish(URLDownloadParams* params, KF_URL_Message message, std::int32_t state)
 {
     CloseFile(params);
-    // What a failed download wrote is no document: it goes before the client hears of the failure.
-    if (message == KF_URL_Failed && params->file != nullptr)
-        KF_File::Delete(KF_Location(params->targetPath));
     Send(params, message, 0.0);
     params->state = state;
     TerminateDownload(params);
