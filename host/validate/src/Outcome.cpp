@@ -5,6 +5,7 @@
 #include <string.h>
 
 #include <cstdio>
+#include <regex>
 
 namespace kfhost::validate {
 
@@ -14,6 +15,21 @@ std::string SignalName(int signal)
 {
     const char* abbrev = ::sigabbrev_np(signal);
     return abbrev ? "SIG" + std::string(abbrev) : "signal " + std::to_string(signal);
+}
+
+// A sanitizer catches a crash itself and ends the process with a status of its own; its report
+// names what happened ("AddressSanitizer: SEGV on unknown address" becomes SIGSEGV).
+std::string SanitizerFinding(const std::string& output)
+{
+    static const std::regex pattern(R"((AddressSanitizer|LeakSanitizer|UndefinedBehaviorSanitizer): ([A-Za-z-]+))");
+    std::smatch match;
+    if (!std::regex_search(output, match, pattern))
+        return {};
+    const std::string what = match[2];
+    for (const char* signal : {"SEGV", "BUS", "FPE", "ILL", "ABRT"})
+        if (what == signal)
+            return "SIG" + what;
+    return match[1].str() + ": " + what;
 }
 
 } // namespace
@@ -50,6 +66,8 @@ CheckResult ResultOf(const std::string& bundle, std::string_view check, const Ch
         result.failures.push_back(std::string("did not finish within ") + limit + " s: it hangs" + where);
     else if (outcome.signal != 0)
         result.failures.push_back("crashed with " + SignalName(outcome.signal) + where);
+    else if (const std::string sanitizer = SanitizerFinding(outcome.output); !sanitizer.empty())
+        result.failures.push_back("crashed with " + sanitizer + where);
     else if (!outcome.exited || outcome.exitStatus != 0 || !done)
         result.failures.push_back("ended with exit status " + std::to_string(outcome.exitStatus) +
                                   " before the check was done" + where);
