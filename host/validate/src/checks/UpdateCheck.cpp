@@ -43,7 +43,8 @@ public:
                 response.set_content("<html><body><h1>Internal Server Error</h1></body></html>\n", "text/html");
                 break;
             case Serve::Hang:
-                while (!stopping_)
+                // Until the next scenario: a hanging request must not hold a server thread for good.
+                while (!stopping_ && Current() == Serve::Hang)
                     std::this_thread::sleep_for(std::chrono::milliseconds(20));
                 response.status = 503;
                 break;
@@ -68,6 +69,11 @@ public:
     LoopbackServer& operator=(const LoopbackServer&) = delete;
 
     int Port() const { return port_; }
+    Serve Current()
+    {
+        std::lock_guard lock(mutex_);
+        return serve_;
+    }
     int Requests() const { return requests_; }
     void Set(Serve serve, std::string body = {})
     {
