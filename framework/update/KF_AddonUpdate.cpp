@@ -79,10 +79,15 @@ int KF_AddonUpdate_UpdateCallBack(KF_URL_Message message, double, void*)
         // Never cancels at the opening.
         sUpdateCancelled = false;
         break;
-    case KF_URL_Failed:
+    case KF_URL_Failed: {
+        // What a failed download left is no versions file: it goes.
+        KF_Location location;
+        if (KF_AddonUpdate_VersionsFileLocation(location))
+            KF_File::Delete(location);
         DGModelessClose(sIDUpdateDialog);
         KF_AddonUpdate_ShowError();
         break;
+    }
     case KF_URL_Close:
         DGModelessClose(sIDUpdateDialog);
         break;

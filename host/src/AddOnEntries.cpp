@@ -187,9 +187,10 @@ std::int32_t GetOwnResModule(KF_HostContext* c) { return Self(c).resModule; }
 std::int32_t GetResString(KF_HostContext* c, std::int16_t resID, std::int16_t index, const KF_StringOut* out)
 {
     Host& host = HostOf(c);
-    const AddOn* owner = host.ModuleOwner(host.CurrentResModule());
+    AddOn* owner = host.ModuleOwner(host.CurrentResModule());
     if (!owner)
         return 0;
+    owner->stringsAsked.emplace(resID, index);
     const std::u16string* text = owner->resources.String(resID, index);
     if (!text)
         return 0;

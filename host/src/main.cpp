@@ -1,5 +1,6 @@
 // kfhost: loads add-on bundles and runs them headless from a script, or with real windows.
 #include "kfhost/Host.hpp"
+#include "kfhost/validate/Validate.hpp"
 
 #include <CLI/CLI.hpp>
 #ifdef KFHOST_WITH_QT
@@ -13,6 +14,8 @@
 
 int main(int argc, char** argv)
 {
+    if (argc > 1 && std::string_view(argv[1]) == "validate")
+        return kfhost::validate::Main(argc - 1, argv + 1);
     CLI::App app{"kfhost: the stand-in host for add-on bundles"};
     kfhost::HostConfig config;
     std::string addOnsFolder;

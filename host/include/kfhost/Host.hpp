@@ -76,6 +76,8 @@ public:
     std::map<std::pair<std::uint32_t, std::int32_t>, CommandHandler> commandHandlers;
     std::set<std::int64_t> timers;  // run-loop entries to drop when the add-on goes
     std::set<std::int64_t> watches;
+    // (resID, index) of every string looked up in this add-on's resources, found or not.
+    std::set<std::pair<std::int16_t, std::int16_t>> stringsAsked;
     KF_HostTable table{};
 
     bool Serves(std::uint32_t cmd, std::int32_t version) const;

@@ -1,0 +1,91 @@
+// kfhost validate on the add-on (the whole command, as CI runs it), and what running a check in a
+// child process costs over running it here.
+#include "kfhost/validate/Validate.hpp"
+
+#include <benchmark/benchmark.h>
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+extern char** environ;
+
+namespace {
+
+// Runs argv with its output (and descriptor 3) on /dev/null; answers its exit status.
+int Run(const std::vector<std::string>& argv)
+{
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    for (const int fd : {1, 2, 3})
+        posix_spawn_file_actions_addopen(&actions, fd, "/dev/null", O_WRONLY, 0);
+    std::vector<char*> args;
+    for (const auto& a : argv)
+        args.push_back(const_cast<char*>(a.c_str()));
+    args.push_back(nullptr);
+    pid_t pid = 0;
+    int status = -1;
+    if (posix_spawn(&pid, args[0], &actions, nullptr, args.data(), environ) == 0)
+        waitpid(pid, &status, 0);
+    posix_spawn_file_actions_destroy(&actions);
+    return status;
+}
+
+class Scratch {
+public:
+    Scratch()
+    {
+        std::string pattern = (std::filesystem::temp_directory_path() / "kfbench-XXXXXX").string();
+        if (mkdtemp(pattern.data()))
+            path_ = pattern;
+    }
+    ~Scratch()
+    {
+        std::error_code ec;
+        std::filesystem::remove_all(path_, ec);
+    }
+    std::string Path() const { return path_.string(); }
+
+private:
+    std::filesystem::path path_;
+};
+
+void BM_ValidateShell(benchmark::State& state)
+{
+    const std::vector<std::string> argv{KF_KFHOST, "validate", "--strictness", std::to_string(state.range(0)),
+                                        "--seed", "1", KF_SHELL_BUNDLE};
+    for (auto _ : state)
+        if (Run(argv) != 0)
+            state.SkipWithError("kfhost validate failed on the add-on");
+}
+BENCHMARK(BM_ValidateShell)->Arg(5)->Arg(10)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// The menus check: loads the add-on, plays every menu item and command, unloads it.
+void BM_CheckInChildProcess(benchmark::State& state)
+{
+    const Scratch scratch;
+    const std::vector<std::string> argv{KF_KFHOST, "validate", "--child", "menus", "--scratch", scratch.Path(),
+                                        "--strictness", "5", "--seed", "1", KF_SHELL_BUNDLE};
+    for (auto _ : state)
+        if (Run(argv) != 0)
+            state.SkipWithError("the check's process failed");
+}
+BENCHMARK(BM_CheckInChildProcess)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+void BM_CheckInProcess(benchmark::State& state)
+{
+    const Scratch scratch;
+    for (auto _ : state)
+        if (!kfhost::validate::RunCheckHere("menus", KF_SHELL_BUNDLE, scratch.Path(), 5, 1))
+            state.SkipWithError("the check failed");
+}
+BENCHMARK(BM_CheckInProcess)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+} // namespace
+
+BENCHMARK_MAIN();

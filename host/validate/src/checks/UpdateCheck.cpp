@@ -1,0 +1,203 @@
+// Update checks against a loopback server that the check runs itself: an error page, an empty
+// file, a newer and an older release, and a server that never answers.
+#include "../Monkey.hpp"
+#include "../Validation.hpp"
+
+#include <httplib.h>
+
+#include <atomic>
+#include <chrono>
+#include <mutex>
+#include <sstream>
+#include <thread>
+
+namespace kfhost::validate {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr double kDownloadLimit = 2.0;  // seconds, handed to the add-on through the host
+constexpr double kGraceSeconds = 3.0;   // beyond the limit, for the outcome to show
+
+enum class Serve { VersionsFile, ErrorPage, Empty, Hang };
+
+class LoopbackServer {
+public:
+    LoopbackServer()
+    {
+        server_.Get("/update_plugins/versions16.txt", [this](const httplib::Request&, httplib::Response& response) {
+            ++requests_;
+            Serve serve;
+            std::string body;
+            {
+                std::lock_guard lock(mutex_);
+                serve = serve_;
+                body = body_;
+            }
+            switch (serve) {
+            case Serve::VersionsFile: response.set_content(body, "text/plain"); break;
+            case Serve::Empty: response.set_content("", "text/plain"); break;
+            case Serve::ErrorPage:
+                response.status = 500;
+                response.set_content("<html><body><h1>Internal Server Error</h1></body></html>\n", "text/html");
+                break;
+            case Serve::Hang:
+                // Until the next scenario: a hanging request must not hold a server thread for good.
+                while (!stopping_ && Current() == Serve::Hang)
+                    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+                response.status = 503;
+                break;
+            }
+        });
+        port_ = server_.bind_to_any_port("127.0.0.1");
+        if (port_ <= 0)
+            return;
+        thread_ = std::thread([this] { server_.listen_after_bind(); });
+        // stop() before the server runs would be lost, and the thread never end.
+        while (!server_.is_running())
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    ~LoopbackServer()
+    {
+        stopping_ = true;
+        server_.stop();
+        if (thread_.joinable())
+            thread_.join();
+    }
+    LoopbackServer(const LoopbackServer&) = delete;
+    LoopbackServer& operator=(const LoopbackServer&) = delete;
+
+    int Port() const { return port_; }
+    Serve Current()
+    {
+        std::lock_guard lock(mutex_);
+        return serve_;
+    }
+    int Requests() const { return requests_; }
+    void Set(Serve serve, std::string body = {})
+    {
+        std::lock_guard lock(mutex_);
+        serve_ = serve;
+        body_ = std::move(body);
+    }
+
+private:
+    httplib::Server server_;
+    std::thread thread_;
+    int port_ = -1;
+    std::atomic<int> requests_{0};
+    std::atomic<bool> stopping_{false};
+    std::mutex mutex_;
+    Serve serve_ = Serve::Empty;
+    std::string body_;
+};
+
+// The add-on's own version line with the release year moved by `years`: "CODE a.b.c.d (ACn) DD/MM/YYYY".
+std::string MovedRelease(const std::string& line, int years)
+{
+    const std::size_t slash = line.rfind('/');
+    if (slash == std::string::npos || slash + 5 != line.size())
+        return {};
+    return line.substr(0, slash + 1) + std::to_string(std::stoi(line.substr(slash + 1)) + years);
+}
+
+std::string VersionsFile(const std::string& line)
+{
+    return "* versions file served by kfhost validate\r\nZZZ 9.9.9.9 (AC999) 01/01/2030\r\n" + line + "\r\n";
+}
+
+struct Outcome {
+    int requests = 0;
+    int outcomes = 0; // alerts and dialogs shown
+    double seconds = 0;
+    bool temporaryLeft = false;
+};
+
+Outcome TryCall(CheckContext& ctx, LoopbackServer& server, const fs::path& folder, const UserCall& call)
+{
+    fs::create_directories(folder);
+    WriteWhole(folder / "Quadrelle.cfg", SwapNibbles("$Language_str: int\n"));
+    HostConfig config = ConfigFor(folder, "127.0.0.1:" + std::to_string(server.Port()));
+    config.settings["download-limit"] = std::to_string(kDownloadLimit);
+    Host host(config);
+    std::mt19937_64 rng(ctx.seed);
+    Monkey& monkey = InstallMonkey(host, rng, true);
+    Outcome outcome;
+    AddOn* addOn = LoadFor(host, ctx);
+    if (!addOn)
+        return outcome;
+    const int requests = server.Requests();
+    const int before = monkey.Alerts() + monkey.DialogsShown();
+    const auto start = std::chrono::steady_clock::now();
+    Session session{host, *addOn, monkey, ctx};
+    Play(session, std::span(&call, 1));
+    outcome.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    outcome.requests = server.Requests() - requests;
+    outcome.outcomes = monkey.Alerts() + monkey.DialogsShown() - before;
+    ctx.report.Calling("unload (FreeData)");
+    host.UnloadAll();
+    for (const auto& [name, bytes] : FolderContents(folder))
+        outcome.temporaryLeft = outcome.temporaryLeft || name.ends_with("tmp");
+    return outcome;
+}
+
+} // namespace
+
+void CheckUpdate(CheckContext& ctx)
+{
+    Reporter& report = ctx.report;
+    LoopbackServer server;
+    if (server.Port() <= 0) {
+        report.Fail("cannot start a loopback server");
+        return;
+    }
+    // Which of the user's calls asks the server? Each is tried in a fresh folder.
+    std::vector<UserCall> calls;
+    {
+        Host host(ConfigFor(ctx.scratch / "discover"));
+        if (AddOn* addOn = LoadFor(host, ctx))
+            calls = UserCalls(host, *addOn);
+    }
+    std::vector<UserCall> checking;
+    for (std::size_t i = 0; i < calls.size(); ++i)
+        if (TryCall(ctx, server, ctx.scratch / ("discover-" + std::to_string(i)), calls[i]).requests > 0)
+            checking.push_back(calls[i]);
+    if (checking.empty()) {
+        report.Skip("the add-on does not check for updates");
+        return;
+    }
+
+    const char* versionLine = std::getenv("KF_VALIDATE_VERSION_LINE");
+    struct Scenario {
+        std::string name;
+        Serve serve;
+        std::string body;
+    };
+    std::vector<Scenario> scenarios{{"an error page", Serve::ErrorPage, {}},
+                                    {"an empty versions file", Serve::Empty, {}},
+                                    {"a server that never answers", Serve::Hang, {}}};
+    if (versionLine && *versionLine) {
+        scenarios.push_back({"a newer release", Serve::VersionsFile, VersionsFile(MovedRelease(versionLine, 1))});
+        scenarios.push_back({"an older release", Serve::VersionsFile, VersionsFile(MovedRelease(versionLine, -1))});
+    } else {
+        report.Warn("newer and older releases not tried: give the add-on's version line with --version-line");
+    }
+    int n = 0;
+    for (const UserCall& call : checking)
+        for (const Scenario& scenario : scenarios) {
+            server.Set(scenario.serve, scenario.body);
+            report.Calling(call.Label() + " against " + scenario.name);
+            const Outcome outcome = TryCall(ctx, server, ctx.scratch / ("scenario-" + std::to_string(n++)), call);
+            const std::string what = call.Label() + " against " + scenario.name + ": ";
+            if (outcome.outcomes != 1)
+                report.Fail(what + std::to_string(outcome.outcomes) + " outcomes (alerts and dialogs), not one");
+            if (outcome.seconds > kDownloadLimit + kGraceSeconds)
+                report.Fail(what + "the outcome took " + Milliseconds(outcome.seconds));
+            if (outcome.temporaryLeft)
+                report.Fail(what + "a temporary file is left behind");
+            report.Note(what + Milliseconds(outcome.seconds));
+        }
+}
+
+} // namespace kfhost::validate
