@@ -7,6 +7,7 @@
 #pragma once
 
 #include "kfhost/Host.hpp"
+#include "kfhost/script/Runner.hpp"
 
 #include <cstdint>
 #include <filesystem>
@@ -43,6 +44,7 @@ public:
     InProcessHost& operator=(const InProcessHost&) = delete;
 
     kfhost::Host& Host() { return *host_; }
+    kfhost::ScriptRunner& Script() { return *script_; }
     // Scratch folder of this host, removed at the end; the framework folder is inside it unless given.
     const std::filesystem::path& TempDir() const { return temp_; }
     const std::filesystem::path& FrameworkFolder() const { return host_->Config().frameworkFolder; }
@@ -91,6 +93,7 @@ private:
     std::filesystem::path temp_;
     bool ownsFramework_ = false;
     std::unique_ptr<kfhost::Host> host_;
+    std::unique_ptr<kfhost::ScriptRunner> script_;
     kfhost::ResourceModule resources_;
     kfhost::AddOn* addOn_ = nullptr;
     bool loaded_ = false;
