@@ -121,7 +121,7 @@ TEST(ScriptStrict, WhatTheScriptLeavesUnsaidFailsOnlyWhenStrict)
         {"fail open \"/nowhere/*\" 0x81060003\nexpect no-dialog",
          {"end of script: no file operation met script:1: fail open \"/nowhere/*\" 0x81060003"}},
         {"menu 32500 9\nexpect alert \"without: missing, with: found\"",
-         {"end of script: host warning: warning: string list 32610 index 5: no resource module is current"}},
+         {"end of script: host warning: string list 32610 index 5: no resource module is current"}},
         {"menu 32500 4\nanswer folder \"/tmp\"\nexpect alert \"folder: /tmp\"", {}},
     };
     for (const StrictCase& c : cases) {

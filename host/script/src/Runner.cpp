@@ -158,7 +158,7 @@ bool ScriptRunner::Finish()
         Fail("the alert " + Quote(alert.texts[1]) + " was never checked");
     alerts_.clear();
     for (const std::string& warning : host_.Warnings())
-        Fail("host warning: " + warning);
+        Fail("host " + (warning.rfind("warning: ", 0) == 0 ? warning : "warning: " + warning));
     return Ok();
 }
 
