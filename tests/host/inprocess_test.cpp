@@ -34,13 +34,7 @@ protected:
         return std::find(lines.begin(), lines.end(), line) != lines.end();
     }
 
-    std::string Failures() const
-    {
-        std::string all;
-        for (const auto& f : host.Failures())
-            all += f + "\n";
-        return all;
-    }
+    std::string Failures() const { return host.FailureText(); }
 
     kftest::InProcessHost host;
 };

@@ -23,13 +23,7 @@ struct Probed {
         host.AddResourceFolder(kProbe / "a");
         loaded = host.Load(kftest::LinkedEntryPoints(), "ProbeA").Loaded();
     }
-    std::string Failures() const
-    {
-        std::string all;
-        for (const auto& f : host.Failures())
-            all += f + "\n";
-        return all;
-    }
+    std::string Failures() const { return host.FailureText(); }
     kftest::InProcessHost host;
     bool loaded = false;
 };

@@ -147,6 +147,14 @@ bool InProcessHost::Run(std::string_view lines)
 std::size_t InProcessHost::PendingLines() const { return script_->PendingCount(); }
 bool InProcessHost::ScriptOk() const { return script_->Ok(); }
 const std::vector<std::string>& InProcessHost::Failures() const { return script_->Failures(); }
+
+std::string InProcessHost::FailureText() const
+{
+    std::string all;
+    for (const auto& f : script_->Failures())
+        all += f + "\n";
+    return all;
+}
 void InProcessHost::RunLoop(double seconds) { host_->Loop().RunFor(seconds); }
 
 bool InProcessHost::RunUntil(const std::function<bool()>& pred, double seconds)

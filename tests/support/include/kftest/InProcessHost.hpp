@@ -77,6 +77,7 @@ public:
     std::size_t PendingLines() const;
     bool ScriptOk() const;
     const std::vector<std::string>& Failures() const;
+    std::string FailureText() const; // one failure a line
     void RunLoop(double seconds);
     // Runs the loop in short slices until pred holds or seconds pass; whether it held.
     bool RunUntil(const std::function<bool()>& pred, double seconds);
