@@ -132,3 +132,19 @@ TEST(ScriptStrict, WhatTheScriptLeavesUnsaidFailsOnlyWhenStrict)
 }
 
 } // namespace
+
+namespace {
+
+TEST(ScriptRunner, WithoutOneTheHostClosesModalDialogsAsTheirCloseBoxWould)
+{
+    Probed p;
+    ASSERT_TRUE(p.loaded);
+    { kfhost::ScriptRunner passing(p.host.Host()); } // takes the dialogs over, then lets go
+    p.host.ClearTranscript();
+    EXPECT_EQ(p.host.Menu(32500, 1), 0);
+    EXPECT_EQ(probe::Get().lastModalResult, 2) << "closed with its cancel item";
+    EXPECT_EQ(p.host.CurrentDialog(), nullptr);
+    EXPECT_EQ(p.host.TranscriptText(), "") << "nobody shows it";
+}
+
+} // namespace

@@ -25,14 +25,13 @@ void AppendScriptLines(std::deque<ScriptLine>& out, std::string_view text, const
 
 ScriptRunner::ScriptRunner(Host& host) : host_(host)
 {
-    auto backend = std::make_unique<HeadlessBackend>(host, *this);
-    backend_ = backend.get();
-    host_.SetDialogBackend(std::move(backend));
+    host_.SetDialogBackend(std::make_unique<HeadlessBackend>(host, *this));
 }
 
 ScriptRunner::~ScriptRunner()
 {
-    if (&host_.Dialogs().Backend() == backend_)
+    const auto* headless = dynamic_cast<const HeadlessBackend*>(&host_.Dialogs().Backend());
+    if (headless && &headless->Script() == this)
         host_.SetDialogBackend(nullptr);
 }
 
@@ -153,7 +152,7 @@ bool ScriptRunner::Finish()
         failAt(answer.origin, "no file or folder dialog took this answer");
     answers_.clear();
     for (const std::string& rule : host_.Faults().Unused())
-        Fail("no file operation met " + rule);
+        Fail("no file operation met " + (rule.empty() ? std::string("a fail rule") : rule));
     for (const AlertRequest& alert : alerts_)
         Fail("the alert " + Quote(alert.texts[1]) + " was never checked");
     alerts_.clear();

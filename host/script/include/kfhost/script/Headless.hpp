@@ -21,6 +21,7 @@ public:
     std::int16_t Alert(const AlertRequest& request) override;
     std::optional<FileAnswer> ChooseFile(const FileRequest& request) override;
     std::optional<std::u16string> ChooseFolder(const FolderRequest& request) override;
+    const ScriptRunner& Script() const { return script_; }
 
 private:
     Host& host_;

@@ -27,7 +27,8 @@ void AppendScriptLines(std::deque<ScriptLine>& out, std::string_view text, const
 
 class ScriptRunner {
 public:
-    // Installs the headless dialog backend in host (removed again when the runner goes).
+    // Installs the headless dialog backend in host; when the runner goes, a headless backend of
+    // its own still installed goes too.
     explicit ScriptRunner(Host& host);
     ~ScriptRunner();
     ScriptRunner(const ScriptRunner&) = delete;
@@ -87,7 +88,6 @@ private:
     void Execute(const ScriptLine& line);
 
     Host& host_;
-    const DialogBackend* backend_ = nullptr; // the one installed, to leave another in place
     std::deque<ScriptLine> lines_;
     std::optional<ScriptLine> current_;
     std::vector<std::string> failures_;
