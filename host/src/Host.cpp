@@ -160,8 +160,6 @@ void Host::Forget(AddOn& addOn)
     std::erase_if(menus_, [&](const RegisteredMenu& m) { return m.owner == &addOn; });
     std::erase_if(modelessWindows_, [&](const auto& entry) { return entry.second == &addOn; });
     std::erase(builtInLibraries_, &addOn);
-    for (auto& [type, state] : services_)
-        state->Forget(addOn);
     addOn.menuHandlers.clear();
     addOn.commandHandlers.clear();
     addOn.services.clear();

@@ -129,8 +129,6 @@ struct RegisteredFileType {
 class ServiceState {
 public:
     virtual ~ServiceState() = default;
-    // The add-on is going: drop what it registered.
-    virtual void Forget(const AddOn& /*addOn*/) {}
 };
 
 class Host {
