@@ -109,7 +109,7 @@ else
 fi
 say "the language list shows flags, rows 1 to 7: Italian, English, French, German, Spanish, Japanese, Russian"
 set +e
-"$HOST" "${common[@]}" --script "$script"
+"$HOST" "${common[@]}" --strict --script "$script"
 status=$?
 set -e
 if ((status == 0)); then

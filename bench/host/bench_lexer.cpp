@@ -1,6 +1,6 @@
 // Splitting one very long resource line into tokens: time per byte must not grow with the line, as
 // every token's column is counted on from the one before.
-#include "Lexer.hpp"
+#include "kfhost/Lexer.hpp"
 
 #include <benchmark/benchmark.h>
 

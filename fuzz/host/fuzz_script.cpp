@@ -1,5 +1,6 @@
 // Any bytes as a script for a host with nothing loaded: failures are reported, nothing else.
 #include "kfhost/Host.hpp"
+#include "kfhost/script/Runner.hpp"
 
 #include <cstdint>
 #include <filesystem>
@@ -15,6 +16,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     kfhost::HostConfig config;
     config.frameworkFolder = folder;
     kfhost::Host host(config);
-    host.RunScript(text, "fuzz");
+    kfhost::ScriptRunner script(host);
+    script.SetStrict(true); // the end-of-run checks too
+    script.Append(text, "fuzz");
+    script.RunAll();
+    script.Finish();
     return 0;
 }

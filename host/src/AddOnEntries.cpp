@@ -67,7 +67,6 @@ KF_Err RegisterMenu(KF_HostContext* c, std::int16_t menuResID, std::int16_t prom
     const MenuTemplate* tmpl = self.resources.Menu(menuResID);
     if (!tmpl)
         return KF_APIERR_BADID;
-    Host& host = *self.host;
     RegisteredMenu menu;
     menu.resID = menuResID;
     menu.promptResID = promptResID;
@@ -76,11 +75,9 @@ KF_Err RegisterMenu(KF_HostContext* c, std::int16_t menuResID, std::int16_t prom
     menu.owner = &self;
     menu.title = tmpl->title;
     for (const MenuItemTemplate& item : tmpl->items)
-        menu.items.push_back(MenuItemState{item.text, (item.disabled ? 1u : 0u) | (item.checked ? 2u : 0u)});
-    if (RegisteredMenu* existing = host.FindMenu(menuResID, &self))
-        *existing = std::move(menu);
-    else
-        host.MutableMenus().push_back(std::move(menu));
+        menu.items.push_back(
+            MenuItemState{item.text, (item.disabled ? kMenuItemDisabled : 0u) | (item.checked ? kMenuItemChecked : 0u)});
+    self.host->RegisterMenu(std::move(menu));
     return KF_NOERROR;
 }
 
@@ -137,13 +134,13 @@ KF_Err CommandCall(KF_HostContext* c, const KF_ModulID* mdid, std::uint32_t cmd,
 KF_Err RegisterModelessWindow(KF_HostContext* c, std::int32_t referenceID, KF_PaletteProc, void*, std::uint32_t,
                               std::uint64_t, std::uint64_t)
 {
-    HostOf(c).modelessWindows[referenceID] = &Self(c);
+    HostOf(c).RegisterModelessWindow(referenceID, Self(c));
     return KF_NOERROR;
 }
 
 KF_Err UnregisterModelessWindow(KF_HostContext* c, std::int32_t referenceID)
 {
-    return HostOf(c).modelessWindows.erase(referenceID) ? KF_NOERROR : KF_APIERR_BADID;
+    return HostOf(c).UnregisterModelessWindow(referenceID) ? KF_NOERROR : KF_APIERR_BADID;
 }
 
 MenuItemState* MenuItem(KF_HostContext* c, std::int16_t menuResID, std::int32_t itemIndex)
@@ -187,13 +184,19 @@ std::int32_t GetOwnResModule(KF_HostContext* c) { return Self(c).resModule; }
 std::int32_t GetResString(KF_HostContext* c, std::int16_t resID, std::int16_t index, const KF_StringOut* out)
 {
     Host& host = HostOf(c);
+    // A failed lookup shows as the framework's fall-back text, so the host names it.
+    const std::string which = "string list " + std::to_string(resID) + " index " + std::to_string(index) + ": ";
     AddOn* owner = host.ModuleOwner(host.CurrentResModule());
-    if (!owner)
+    if (!owner) {
+        host.Warn("warning: " + which + "no resource module is current");
         return 0;
+    }
     owner->stringsAsked.emplace(resID, index);
     const std::u16string* text = owner->resources.String(resID, index);
-    if (!text)
+    if (!text) {
+        host.Warn("warning: " + which + "not in the resources of " + Quote(owner->name));
         return 0;
+    }
     Emit(out, *text);
     return 1;
 }

@@ -58,7 +58,7 @@ std::int16_t ModalDialog(KF_HostContext* c, std::int32_t resModule, std::int16_t
     AddOn* owner = nullptr;
     const DialogTemplate* tmpl = Template(c, resModule, resID, &owner);
     if (!tmpl) {
-        HostOf(c).Log().Add("no dialog resource " + std::to_string(resID) + " in the current module");
+        HostOf(c).Warn("no dialog resource " + std::to_string(resID) + " in the current module");
         return 0;
     }
     return HostOf(c).Dialogs().Modal(Self(c), owner->resModule, *tmpl, proc, cookie, userData);
@@ -70,7 +70,7 @@ std::int16_t ModelessInit(KF_HostContext* c, std::int32_t resModule, std::int16_
     AddOn* owner = nullptr;
     const DialogTemplate* tmpl = Template(c, resModule, resID, &owner);
     if (!tmpl) {
-        HostOf(c).Log().Add("no dialog resource " + std::to_string(resID) + " in the current module");
+        HostOf(c).Warn("no dialog resource " + std::to_string(resID) + " in the current module");
         return 0;
     }
     return HostOf(c).Dialogs().ModelessInit(Self(c), owner->resModule, *tmpl, proc, cookie, userData, refID);
@@ -374,13 +374,7 @@ std::uint32_t AddFileType(KF_HostContext* c, const KF_UChar* managerName, std::i
     t.macType = type->macType;
     t.iconID = type->iconID;
     t.visible = type->visible != 0;
-    auto& types = HostOf(c).fileTypes;
-    for (std::size_t i = 0; i < types.size(); ++i)
-        if (types[i].description == t.description && types[i].extension == t.extension &&
-            types[i].creator == t.creator && types[i].macType == t.macType)
-            return std::uint32_t(i + 1);
-    types.push_back(std::move(t));
-    return std::uint32_t(types.size());
+    return HostOf(c).RegisterFileType(std::move(t));
 }
 
 } // namespace

@@ -1,7 +1,5 @@
 #include "kfhost/Dialogs.hpp"
 
-#include "kfhost/Host.hpp"
-
 #include <algorithm>
 
 namespace kfhost {
@@ -32,7 +30,7 @@ const DialogItem* Dialog::Item(std::int16_t number) const
     return number >= 1 && number <= std::int16_t(items.size()) ? &items[std::size_t(number - 1)] : nullptr;
 }
 
-DialogManager::DialogManager(Host& host) : host_(host) {}
+DialogManager::DialogManager() = default;
 DialogManager::~DialogManager() = default;
 
 Dialog& DialogManager::Create(AddOn& owner, std::int32_t resModule, const DialogTemplate& tmpl, KF_DialogProc proc,

@@ -33,10 +33,19 @@ std::string_view FileOpName(FileOp op)
     return "?";
 }
 
-void FileFaults::Fail(FileOp op, std::string pattern, std::int32_t code, int count)
+void FileFaults::Fail(FileOp op, std::string pattern, std::int32_t code, int count, std::string origin)
 {
     if (count != 0)
-        rules_.push_back(Rule{op, std::move(pattern), code, count});
+        rules_.push_back(Rule{op, std::move(pattern), code, count, std::move(origin)});
+}
+
+std::vector<std::string> FileFaults::Unused() const
+{
+    std::vector<std::string> origins;
+    for (const Rule& rule : rules_)
+        if (!rule.used)
+            origins.push_back(rule.origin);
+    return origins;
 }
 
 std::optional<std::int32_t> FileFaults::Check(FileOp op, std::string_view path)
@@ -48,6 +57,7 @@ std::optional<std::int32_t> FileFaults::Check(FileOp op, std::string_view path)
         if (::fnmatch(it->pattern.c_str(), p.c_str(), 0) != 0)
             continue;
         const std::int32_t code = it->code;
+        it->used = true;
         if (it->remaining > 0 && --it->remaining == 0)
             rules_.erase(it);
         return code;

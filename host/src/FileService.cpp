@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <map>
 #include <vector>
 
 namespace kfhost {
@@ -44,9 +45,25 @@ std::optional<std::int32_t> Fault(KF_HostContext* c, FileOp op, const std::strin
     return HostOf(c).Faults().Check(op, path);
 }
 
-Host::OpenFile* Handle(KF_HostContext* c, std::int64_t handle)
+struct OpenFile {
+    int fd = -1;
+    std::string path;
+};
+
+// The host's file handles; what is still open when the host goes is closed.
+struct OpenFiles : ServiceState {
+    std::map<std::int64_t, OpenFile> files;
+    std::int64_t next = 1;
+    ~OpenFiles() override
+    {
+        for (const auto& [handle, file] : files)
+            ::close(file.fd);
+    }
+};
+
+OpenFile* Handle(KF_HostContext* c, std::int64_t handle)
 {
-    auto& files = HostOf(c).openFiles;
+    auto& files = HostOf(c).Service<OpenFiles>().files;
     const auto it = files.find(handle);
     return it == files.end() ? nullptr : &it->second;
 }
@@ -223,19 +240,19 @@ KF_Err FileOpen(KF_HostContext* c, const KF_UChar* units, std::int32_t length, s
     const int fd = OpenRegular(path, flags, error);
     if (fd < 0)
         return ErrnoToCode(error);
-    Host& host = HostOf(c);
-    *handle = host.nextFileHandle++;
-    host.openFiles[*handle] = Host::OpenFile{fd, path};
+    OpenFiles& open = HostOf(c).Service<OpenFiles>();
+    *handle = open.next++;
+    open.files[*handle] = OpenFile{fd, path};
     return KF_NOERROR;
 }
 
 KF_Err FileClose(KF_HostContext* c, std::int64_t handle)
 {
-    Host::OpenFile* file = Handle(c, handle);
+    OpenFile* file = Handle(c, handle);
     if (!file)
         return KF_IOERR_NOTOPEN;
-    const Host::OpenFile closing = *file;
-    HostOf(c).openFiles.erase(handle);
+    const OpenFile closing = *file;
+    HostOf(c).Service<OpenFiles>().files.erase(handle);
     const bool failed = ::close(closing.fd) != 0;
     const int error = errno;
     if (const auto code = Fault(c, FileOp::Close, closing.path))
@@ -245,7 +262,7 @@ KF_Err FileClose(KF_HostContext* c, std::int64_t handle)
 
 KF_Err FileGetLength(KF_HostContext* c, std::int64_t handle, std::uint64_t* length)
 {
-    Host::OpenFile* file = Handle(c, handle);
+    OpenFile* file = Handle(c, handle);
     if (!file)
         return KF_IOERR_NOTOPEN;
     if (const auto code = Fault(c, FileOp::Length, file->path))
@@ -260,7 +277,7 @@ KF_Err FileGetLength(KF_HostContext* c, std::int64_t handle, std::uint64_t* leng
 
 KF_Err FileSeek(KF_HostContext* c, std::int64_t handle, std::uint64_t position)
 {
-    Host::OpenFile* file = Handle(c, handle);
+    OpenFile* file = Handle(c, handle);
     if (!file)
         return KF_IOERR_NOTOPEN;
     if (const auto code = Fault(c, FileOp::Seek, file->path))
@@ -272,7 +289,7 @@ KF_Err FileSeek(KF_HostContext* c, std::int64_t handle, std::uint64_t position)
 
 KF_Err FileRead(KF_HostContext* c, std::int64_t handle, char* buffer, std::uint64_t count, std::uint64_t* read)
 {
-    Host::OpenFile* file = Handle(c, handle);
+    OpenFile* file = Handle(c, handle);
     if (read)
         *read = 0;
     if (!file)
@@ -300,7 +317,7 @@ KF_Err FileRead(KF_HostContext* c, std::int64_t handle, char* buffer, std::uint6
 
 KF_Err FileWrite(KF_HostContext* c, std::int64_t handle, const char* data, std::uint64_t count, std::uint64_t* written)
 {
-    Host::OpenFile* file = Handle(c, handle);
+    OpenFile* file = Handle(c, handle);
     if (written)
         *written = 0;
     if (!file)
@@ -380,4 +397,21 @@ void FillFileEntries(KF_HostTable& t)
 }
 
 } // namespace detail
+
+std::vector<std::string> Host::OpenFilePaths()
+{
+    std::vector<std::string> paths;
+    for (const auto& [handle, file] : Service<detail::OpenFiles>().files)
+        paths.push_back(file.path);
+    return paths;
+}
+
+void Host::CloseOpenFiles()
+{
+    auto& open = Service<detail::OpenFiles>();
+    for (const auto& [handle, file] : open.files)
+        ::close(file.fd);
+    open.files.clear();
+}
+
 } // namespace kfhost

@@ -2,6 +2,7 @@
 
 #include "Services.hpp"
 #include "kfhost/Text.hpp"
+#include "kfsdk/Codes.hpp"
 
 #include <dlfcn.h>
 #include <signal.h>
@@ -10,7 +11,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 
 extern char** environ;
@@ -33,20 +33,37 @@ bool AddOn::Serves(std::uint32_t cmd, std::int32_t version) const
     return std::find(services.begin(), services.end(), std::make_pair(cmd, version)) != services.end();
 }
 
-Host::Host(HostConfig config)
-    : config_(std::move(config)), loop_(std::make_unique<PollRunLoop>()), dialogs_(*this), script_(*this)
+namespace {
+
+// The backend of a host nobody watches: a modal dialog closes at once as its close box would, an
+// alert takes its first button, a file or folder dialog is cancelled.
+class UnattendedBackend final : public DialogBackend {
+public:
+    explicit UnattendedBackend(DialogManager& dialogs) : dialogs_(dialogs) {}
+    void Shown(Dialog&) override {}
+    void RunModal(Dialog& dialog) override { dialogs_.CloseBox(dialog); }
+    void Closed(Dialog&) override {}
+    std::int16_t Alert(const AlertRequest&) override { return 1; }
+    std::optional<FileAnswer> ChooseFile(const FileRequest&) override { return std::nullopt; }
+    std::optional<std::u16string> ChooseFolder(const FolderRequest&) override { return std::nullopt; }
+
+private:
+    DialogManager& dialogs_;
+};
+
+} // namespace
+
+Host::Host(HostConfig config) : config_(std::move(config)), loop_(std::make_unique<PollRunLoop>())
 {
     if (config_.frameworkFolder.empty())
         config_.frameworkFolder = DefaultFrameworkFolder();
-    backend_ = std::make_unique<HeadlessBackend>(*this);
-    dialogs_.SetBackend(backend_.get());
+    SetDialogBackend(nullptr);
 }
 
 Host::~Host()
 {
     UnloadAll();
-    for (const auto& [handle, file] : openFiles)
-        ::close(file.fd);
+    services_.clear(); // open files close while the host is whole
     // Reap launched programs that have ended; the others go on without us.
     while (::waitpid(-1, nullptr, WNOHANG) > 0) {
     }
@@ -54,8 +71,38 @@ Host::~Host()
 
 void Host::SetDialogBackend(std::unique_ptr<DialogBackend> backend)
 {
-    backend_ = std::move(backend);
+    backend_ = backend ? std::move(backend) : std::make_unique<UnattendedBackend>(dialogs_);
     dialogs_.SetBackend(backend_.get());
+}
+
+void Host::Warn(std::string line)
+{
+    transcript_.Add(line);
+    warnings_.push_back(std::move(line));
+}
+
+void Host::RegisterMenu(RegisteredMenu menu)
+{
+    if (RegisteredMenu* existing = FindMenu(menu.resID, menu.owner))
+        *existing = std::move(menu);
+    else
+        menus_.push_back(std::move(menu));
+}
+
+std::uint32_t Host::RegisterFileType(RegisteredFileType type)
+{
+    for (std::size_t i = 0; i < fileTypes_.size(); ++i)
+        if (fileTypes_[i].description == type.description && fileTypes_[i].extension == type.extension &&
+            fileTypes_[i].creator == type.creator && fileTypes_[i].macType == type.macType)
+            return std::uint32_t(i + 1);
+    fileTypes_.push_back(std::move(type));
+    return std::uint32_t(fileTypes_.size());
+}
+
+void Host::AddBuiltInLibrary(AddOn& addOn)
+{
+    if (std::find(builtInLibraries_.begin(), builtInLibraries_.end(), &addOn) == builtInLibraries_.end())
+        builtInLibraries_.push_back(&addOn);
 }
 
 void Host::SetRunLoop(std::unique_ptr<RunLoop> loop) { loop_ = std::move(loop); }
@@ -111,8 +158,8 @@ RegisteredMenu* Host::FindMenu(std::int16_t resID, const AddOn* owner)
 void Host::Forget(AddOn& addOn)
 {
     std::erase_if(menus_, [&](const RegisteredMenu& m) { return m.owner == &addOn; });
-    std::erase_if(modelessWindows, [&](const auto& entry) { return entry.second == &addOn; });
-    std::erase(builtInLibraries, &addOn);
+    std::erase_if(modelessWindows_, [&](const auto& entry) { return entry.second == &addOn; });
+    std::erase(builtInLibraries_, &addOn);
     addOn.menuHandlers.clear();
     addOn.commandHandlers.clear();
     addOn.services.clear();
@@ -145,21 +192,17 @@ LoadResult Host::Load(std::unique_ptr<AddOn> owned)
         transcript_.Add("refused " + path.string() + ": " + reason);
         return LoadResult{path, nullptr, reason};
     };
-    auto hex = [](std::int32_t code) {
-        char buf[16];
-        std::snprintf(buf, sizeof buf, "0x%08X", static_cast<unsigned>(code));
-        return std::string(buf);
-    };
+    using kfsdk::HexCode;
 
     if (const KF_Err err = a.entry.setHostTable(&a.table); err != 0)
         return refuse("it refused host table version " + std::to_string(KF_HOST_TABLE_VERSION) + " (code " +
-                      hex(err) + ")");
+                      HexCode(err) + ")");
     KF_EnvirRecord envir{};
     envir.serverInfo.serverApplication = config_.serverApplication;
     envir.serverInfo.mainVersion = config_.release;
     envir.serverInfo.releaseVersion = 0;
-    envir.serverInfo.buildNum = 3006;
-    envir.serverInfo.platform = 1;
+    envir.serverInfo.buildNum = kBuildNumber;
+    envir.serverInfo.platform = kPlatform;
     const std::int32_t type = a.entry.checkEnvironment(&envir);
     a.name = ToUTF8(std::u16string_view(reinterpret_cast<const char16_t*>(envir.name),
                                         std::size_t(std::clamp(envir.nameLength, 0, KF_ENVIR_NAME_MAX))));
@@ -169,10 +212,10 @@ LoadResult Host::Load(std::unique_ptr<AddOn> owned)
     if (type == 0)
         return refuse("its environment check answered 0 (it does not register in this host)");
     if (const KF_Err err = a.entry.registerInterface(); err != 0)
-        return refuse("RegisterInterface answered " + hex(err));
+        return refuse("RegisterInterface answered " + HexCode(err));
     if (const KF_Err err = a.entry.initialize(&a); err != 0) {
         a.entry.freeData();
-        return refuse("Initialize answered " + hex(err));
+        return refuse("Initialize answered " + HexCode(err));
     }
     a.initialized = true;
     transcript_.Add("loaded " + Quote(a.name) + " from " + path.string());
@@ -306,7 +349,7 @@ std::int32_t Host::MenuCommand(std::int16_t menuResID, std::int32_t itemIndex, b
     if (menu) {
         if (requireRegistered && (itemIndex < 1 || itemIndex > std::int32_t(menu->items.size())))
             return refuse("menu " + std::to_string(menuResID) + " has no item " + std::to_string(itemIndex));
-        if (requireRegistered && (menu->items[std::size_t(itemIndex - 1)].flags & 1))
+        if (requireRegistered && (menu->items[std::size_t(itemIndex - 1)].flags & kMenuItemDisabled))
             return refuse("item " + std::to_string(itemIndex) + " of menu " + std::to_string(menuResID) +
                           " is disabled");
         target = menu->owner;
@@ -353,12 +396,6 @@ std::int32_t Host::ModuleCommand(std::uint32_t cmd, std::int32_t version, const 
     if (!known)
         return refuse("no loaded add-on has that module identifier", KF_APIERR_MODULNOTINSTALLED);
     return refuse("no loaded add-on serves the command " + name, KF_APIERR_MODULCMDNOTSUPPORTED);
-}
-
-bool Host::RunScript(std::string_view text, const std::string& source)
-{
-    script_.Append(text, source);
-    return script_.RunAll();
 }
 
 std::int32_t Host::Spawn(const std::vector<std::string>& argv)

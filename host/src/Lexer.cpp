@@ -1,4 +1,4 @@
-#include "Lexer.hpp"
+#include "kfhost/Lexer.hpp"
 
 #include <cctype>
 #include <charconv>

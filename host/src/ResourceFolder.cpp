@@ -1,10 +1,13 @@
 // A bundle's resource folder: text resources and PNG icons named by their resource number.
 #include "kfhost/Resources.hpp"
 
+#include "kfsdk/Codes.hpp"
+
 #include <algorithm>
 #include <charconv>
 #include <fstream>
 #include <iterator>
+#include <string_view>
 
 namespace kfhost {
 namespace {
@@ -19,7 +22,7 @@ std::string ReadFile(const std::filesystem::path& file)
 
 std::uint32_t BigEndian32(const unsigned char* p)
 {
-    return (std::uint32_t(p[0]) << 24) | (std::uint32_t(p[1]) << 16) | (std::uint32_t(p[2]) << 8) | p[3];
+    return kfsdk::FourCharCode(std::string_view(reinterpret_cast<const char*>(p), 4));
 }
 
 } // namespace

@@ -1,5 +1,5 @@
 // Reads the resource text format of docs/resources.md.
-#include "Lexer.hpp"
+#include "kfhost/Lexer.hpp"
 #include "kfhost/Resources.hpp"
 #include "kfhost/Text.hpp"
 

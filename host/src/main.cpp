@@ -1,5 +1,6 @@
 // kfhost: loads add-on bundles and runs them headless from a script, or with real windows.
 #include "kfhost/Host.hpp"
+#include "kfhost/script/Runner.hpp"
 #include "kfhost/validate/Validate.hpp"
 
 #include <CLI/CLI.hpp>
@@ -30,6 +31,10 @@ int main(int argc, char** argv)
     app.add_option("--addons", addOnsFolder, "load every <Name>.bundle of this folder");
     app.add_option("--addon", addOns, "load this bundle (repeatable)");
     app.add_option("--script", script, "run this script headless (- for standard input)");
+    bool strict = false;
+    app.add_flag("--strict", strict,
+                 "also fail on an empty script, no expect, unused answer and fail lines, unchecked alerts "
+                 "and host warnings");
     app.add_option("--release", config.release, "the host's release number")->capture_default_str();
     app.add_option("--framework-folder", frameworkFolder, "special location 13 (default: a per-user data folder)");
     app.add_option("--text-encoding", encoding, "application text encoding: utf-8 or macroman")
@@ -108,12 +113,14 @@ int main(int argc, char** argv)
 
     kfhost::Host host(config);
     host.Log().Echo(&std::cout);
+    kfhost::ScriptRunner runner(host);
+    runner.SetStrict(strict);
 #ifdef KFHOST_WITH_QT
     // Before loading: what the add-ons schedule at load already runs on Qt's loop.
     std::unique_ptr<kfhost::qt::GuiSession> session;
     if (windows)
         session = std::make_unique<kfhost::qt::GuiSession>(
-            host, kfhost::qt::GuiOptions{screenshotDir, !screenshotDir.empty(), true});
+            host, runner, kfhost::qt::GuiOptions{screenshotDir, !screenshotDir.empty(), true});
 #endif
     std::vector<std::filesystem::path> bundles(addOns.begin(), addOns.end());
     std::vector<kfhost::LoadResult> results;
@@ -131,22 +138,24 @@ int main(int argc, char** argv)
         }
 
 #ifdef KFHOST_WITH_QT
-    if (session) {
-        const bool ok = session->Run(scriptText, script == "-" ? std::string("-") : script);
-        for (const auto& failure : host.Script().Failures())
+    const std::string source = script == "-" ? std::string("-") : script;
+    auto finish = [&] {
+        const bool ok = runner.Finish();
+        for (const auto& failure : runner.Failures())
             std::cerr << "kfhost: " << failure << "\n";
         if (!ok)
             status = 1;
+    };
+    if (session) {
+        session->Run(scriptText, source);
+        finish();
         session.reset();
     } else
 #endif
     if (!script.empty()) {
-        host.RunScript(scriptText, script == "-" ? std::string("-") : script);
-        const bool ok = host.Script().Ok();
-        for (const auto& failure : host.Script().Failures())
-            std::cerr << "kfhost: " << failure << "\n";
-        if (!ok)
-            status = 1;
+        runner.Append(scriptText, source);
+        runner.RunAll();
+        finish();
     }
     host.UnloadAll();
     return status;

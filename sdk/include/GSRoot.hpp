@@ -1,8 +1,11 @@
 // Basic types of the host interface, shared by every sdk header.
 #pragma once
 
+#include "kfsdk/Codes.hpp"
+
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 using Int8 = std::int8_t;
 using UInt8 = std::uint8_t;
@@ -31,8 +34,7 @@ using uchar_t = unsigned short; // one UTF-16 code unit
 // 'ABCD' spelled as a constexpr so that no multi-character literal is needed.
 constexpr GSType FourCC(const char (&code)[5])
 {
-    return (GSType(UInt8(code[0])) << 24) | (GSType(UInt8(code[1])) << 16) |
-           (GSType(UInt8(code[2])) << 8) | GSType(UInt8(code[3]));
+    return kfsdk::FourCharCode(std::string_view(code, 4));
 }
 } // namespace GS
 

@@ -5,6 +5,7 @@
 #include "TempFolder.hpp"
 
 #include "kfhost/qt/Gui.hpp"
+#include "kfhost/script/Runner.hpp"
 #include "kfhost/qt/MainWindow.hpp"
 
 #include <QAction>
@@ -38,7 +39,7 @@ struct HostRun {
               config.frameworkFolder = folder;
               return config;
           }()),
-          session(host, kfhost::qt::GuiOptions{{}, true, false})
+          session(host, script, kfhost::qt::GuiOptions{{}, true, false})
     {
         loaded = host.LoadBundle(KF_GUI_SHELL_BUNDLE);
         session.ShowMainWindow();
@@ -62,6 +63,7 @@ struct HostRun {
     }
 
     kfhost::Host host;
+    kfhost::ScriptRunner script{host};
     kfhost::qt::GuiSession session;
     kfgui::Driver drive{host, session.Backend()};
     kfhost::LoadResult loaded;

@@ -37,7 +37,7 @@ kfhost::HostConfig Config(const std::filesystem::path& folder)
 
 class ProbeWindows : public ::testing::Test {
 protected:
-    ProbeWindows() : host(Config(temp.Path())), session(host, kfhost::qt::GuiOptions{{}, true, false})
+    ProbeWindows() : host(Config(temp.Path())), session(host, script, kfhost::qt::GuiOptions{{}, true, false})
     {
         loaded = host.LoadBundle(KF_GUI_PROBE_BUNDLE);
         session.ShowMainWindow();
@@ -64,6 +64,7 @@ protected:
 
     kfgui::TempFolder temp;
     kfhost::Host host;
+    kfhost::ScriptRunner script{host};
     kfhost::qt::GuiSession session;
     kfgui::Driver drive{host, session.Backend()};
     kfhost::LoadResult loaded;
@@ -165,13 +166,13 @@ TEST_F(ProbeWindows, ModelessWindowStandsBesideTheMainWindow)
             EXPECT_EQ(window->windowModality(), Qt::NonModal);
             EXPECT_TRUE(window->isVisible());
             EXPECT_GE(window->x(), session.Window().frameGeometry().right()) << "beside, not over, the work";
-            EXPECT_EQ(host.modelessWindows.size(), 1u);
+            EXPECT_EQ(host.ModelessWindows().size(), 1u);
             EXPECT_TRUE(session.Window().StatusLabel().text().contains("1 dialog open"));
             QTest::mouseClick(window->ItemWidget(1), Qt::LeftButton);
         }),
         Do([&] {
             EXPECT_EQ(drive.WindowOf(32601), nullptr);
-            EXPECT_TRUE(host.modelessWindows.empty()) << "unregistered on close";
+            EXPECT_TRUE(host.ModelessWindows().empty()) << "unregistered on close";
         }),
         // Again, closed by its close box: no cancel item, so the item is -1 and the add-on answers 1.
         Do([&] { MenuItem(2)->trigger(); }),
@@ -238,8 +239,8 @@ TEST_F(ProbeWindows, ScriptClicksGoToTheWidgetsAndRefusalsAreTheHeadlessOnes)
                                 "click 2\n",
                                 "gui.kfs");
     EXPECT_FALSE(ok);
-    ASSERT_EQ(host.Script().Failures().size(), 1u);
-    EXPECT_EQ(host.Script().Failures()[0], "gui.kfs:4: click 1: item 1 is disabled");
+    ASSERT_EQ(script.Failures().size(), 1u);
+    EXPECT_EQ(script.Failures()[0], "gui.kfs:4: click 1: item 1 is disabled");
     EXPECT_TRUE(Logged(host, "> select 3 3"));
     EXPECT_TRUE(Logged(host, "closed 32600 with 2"));
 }

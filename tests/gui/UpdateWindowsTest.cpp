@@ -6,6 +6,7 @@
 #include "UpdateServer.hpp"
 
 #include "kfhost/qt/Gui.hpp"
+#include "kfhost/script/Runner.hpp"
 #include "kfhost/qt/MainWindow.hpp"
 
 #include <QAction>
@@ -36,7 +37,7 @@ protected:
               config.updateServer = "127.0.0.1:" + std::to_string(port);
               return config;
           }()),
-          session(host, kfhost::qt::GuiOptions{{}, true, false})
+          session(host, script, kfhost::qt::GuiOptions{{}, true, false})
     {
         loaded = host.LoadBundle(KF_GUI_UPDATE_BUNDLE);
         session.ShowMainWindow();
@@ -60,6 +61,7 @@ protected:
     kfupd::UpdateServer server;
     int port;
     kfhost::Host host;
+    kfhost::ScriptRunner script{host};
     kfhost::qt::GuiSession session;
     kfgui::Driver drive{host, session.Backend()};
     kfhost::LoadResult loaded;

@@ -4,7 +4,7 @@
 file(REMOVE_RECURSE ${WORK})
 file(MAKE_DIRECTORY ${WORK})
 
-execute_process(COMMAND ${KFHOST} ${ARGS} --framework-folder ${WORK}/fw-headless --headless --script ${SCRIPT}
+execute_process(COMMAND ${KFHOST} ${ARGS} --framework-folder ${WORK}/fw-headless --headless --strict --script ${SCRIPT}
   RESULT_VARIABLE headless_rc OUTPUT_VARIABLE headless_out ERROR_VARIABLE headless_err TIMEOUT 60)
 if(NOT headless_rc EQUAL 0)
   message(FATAL_ERROR "the headless run failed (${headless_rc}):\n${headless_out}\n${headless_err}")
@@ -12,7 +12,7 @@ endif()
 
 set(ENV{QT_QPA_PLATFORM} offscreen)
 execute_process(COMMAND ${KFHOST} ${ARGS} --framework-folder ${WORK}/fw-gui --gui --screenshot ${WORK}/pictures
-                        --script ${SCRIPT}
+                        --strict --script ${SCRIPT}
   RESULT_VARIABLE gui_rc OUTPUT_VARIABLE gui_out ERROR_VARIABLE gui_err TIMEOUT 60)
 if(NOT gui_rc EQUAL 0)
   message(FATAL_ERROR "the windowed run failed (${gui_rc}):\n${gui_out}\n${gui_err}")

@@ -1,6 +1,7 @@
 // Bundles through the real dlopen path: load order, refusals with their reasons, menus and module
 // commands between two loaded bundles.
 #include "kfhost/Host.hpp"
+#include "kfhost/script/Runner.hpp"
 #include "kftest/InProcessHost.hpp"
 
 #include <gtest/gtest.h>
@@ -31,6 +32,7 @@ TEST(Bundles, LoadInNameOrderAndBrokenOnesAreRefusedWithTheirReasons)
 {
     kftest::TempFolder temp;
     kfhost::Host host(Config(temp));
+    kfhost::ScriptRunner script(host);
     const auto results = host.LoadBundles({kAddOns / "ProbeB.bundle", kBroken / "OldTable.bundle",
                                            kAddOns / "ProbeA.bundle", kBroken / "NoEntries.bundle",
                                            temp.Path() / "Missing.bundle"});
@@ -63,6 +65,8 @@ TEST(Bundles, MalformedResourcesAreRefusedWhileTheOthersLoad)
     kftest::WriteFile(addOns / "Bad.bundle" / "Resources" / "zz.res", "strings 7\n  x \"no number\"\nend\n");
 
     kfhost::Host host(Config(temp));
+
+    kfhost::ScriptRunner script(host);
     const auto results = host.LoadAddOnsFolder(addOns);
     ASSERT_EQ(results.size(), 2u);
     EXPECT_FALSE(results[0].Loaded());
@@ -77,6 +81,7 @@ TEST(Bundles, AnAddOnThatDoesNotRegisterInThisHostIsNotLoaded)
     kfhost::HostConfig config = Config(temp);
     config.serverApplication = 2;
     kfhost::Host host(config);
+    kfhost::ScriptRunner script(host);
     const auto result = host.LoadBundle(kAddOns / "ProbeA.bundle");
     EXPECT_FALSE(result.Loaded());
     EXPECT_NE(result.reason.find("environment check answered 0"), std::string::npos);
@@ -88,6 +93,7 @@ TEST(Bundles, ModuleCommandsPassBetweenLoadedBundles)
 {
     kftest::TempFolder temp;
     kfhost::Host host(Config(temp));
+    kfhost::ScriptRunner script(host);
     host.LoadAddOnsFolder(kAddOns);
     ASSERT_EQ(host.AddOns().size(), 2u);
 
@@ -97,9 +103,10 @@ TEST(Bundles, ModuleCommandsPassBetweenLoadedBundles)
     EXPECT_TRUE(Has(host, "alert \"\" \"call: 0x00000000 pong\" \"\" buttons \"OK\""));
 
     // Menus of the same number are per add-on.
-    const bool ok = host.RunScript("expect alert \"test: 0x00000000\"\nexpect alert \"call: 0x00000000 pong\"\n"
-                                   "menu 32500 3 \"Probe B\"\nexpect alert \"Probe alert text\"\n",
-                                   "t");
+    script.Append("expect alert \"test: 0x00000000\"\nexpect alert \"call: 0x00000000 pong\"\n"
+                  "menu 32500 3 \"Probe B\"\nexpect alert \"Probe alert text\"\n",
+                  "t");
+    const bool ok = script.RunAll();
     EXPECT_TRUE(ok) << host.Log().Text();
 
     const kfhost::ModuleID nobody{0x50524F42, 99};
@@ -114,6 +121,7 @@ TEST(Bundles, DisabledAndUnregisteredMenusAreNotDelivered)
 {
     kftest::TempFolder temp;
     kfhost::Host host(Config(temp));
+    kfhost::ScriptRunner script(host);
     host.LoadBundle(kAddOns / "ProbeA.bundle");
     std::string why;
     EXPECT_EQ(host.MenuCommand(32500, 11, true, &why), KF_APIERR_BADID);
@@ -142,6 +150,7 @@ TEST(Bundles, UnloadingRemovesTheLibraryFromTheProcess)
     kftest::TempFolder temp;
     {
         kfhost::Host host(Config(temp));
+        kfhost::ScriptRunner script(host);
         ASSERT_TRUE(host.LoadBundle(kAddOns / "ProbeB.bundle").Loaded());
         EXPECT_TRUE(Mapped("ProbeB.so"));
         host.UnloadAll();

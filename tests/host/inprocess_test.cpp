@@ -34,13 +34,7 @@ protected:
         return std::find(lines.begin(), lines.end(), line) != lines.end();
     }
 
-    std::string Failures() const
-    {
-        std::string all;
-        for (const auto& f : host.Failures())
-            all += f + "\n";
-        return all;
-    }
+    std::string Failures() const { return host.FailureText(); }
 
     kftest::InProcessHost host;
 };
@@ -173,10 +167,10 @@ TEST_F(InProcess, ModelessDialogLivesUntilClosedAndUnregistersItsWindow)
     const short id = probe::Get().modelessID;
     ASSERT_NE(id, 0);
     EXPECT_TRUE(Logged("dialog 32601 title \"Probe modeless\" modeless"));
-    EXPECT_EQ(host.Host().modelessWindows.count(id), 1u);
+    EXPECT_EQ(host.Host().ModelessWindows().count(id), 1u);
     EXPECT_TRUE(host.Run("expect dialog 32601\nexpect text 2 \"Working\"\nclick 1\nexpect no-dialog\n")) << Failures();
     EXPECT_TRUE(Logged("closed 32601 with 1"));
-    EXPECT_TRUE(host.Host().modelessWindows.empty());
+    EXPECT_TRUE(host.Host().ModelessWindows().empty());
     EXPECT_EQ(probe::Get().modelessID, 0);
 }
 
@@ -203,14 +197,14 @@ TEST_F(InProcess, SystemDialogsTakeTheScriptsAnswers)
     host.Queue("answer file \"/tmp/a.txt\"\n");
     host.Menu(32500, 5);
     EXPECT_EQ(probe::Get().lastChoice, "/tmp/a.txt");
-    ASSERT_EQ(host.Host().fileTypes.size(), 1u);
-    EXPECT_EQ(host.Host().fileTypes[0].extension, u"txt");
-    EXPECT_EQ(host.Host().fileTypes[0].manager, u"Module");
+    ASSERT_EQ(host.Host().FileTypes().size(), 1u);
+    EXPECT_EQ(host.Host().FileTypes()[0].extension, u"txt");
+    EXPECT_EQ(host.Host().FileTypes()[0].manager, u"Module");
 
     host.Queue("answer cancel\n");
     host.Menu(32500, 5);
     EXPECT_EQ(probe::Get().lastChoice, "");
-    EXPECT_EQ(host.Host().fileTypes.size(), 1u) << "the same type is registered once";
+    EXPECT_EQ(host.Host().FileTypes().size(), 1u) << "the same type is registered once";
     EXPECT_TRUE(host.ScriptOk()) << Failures();
 
     host.Menu(32500, 4); // no answer given

@@ -121,8 +121,8 @@ TEST_F(DialogHelpers, OneTypeDescribedOnTheSpotIsRegisteredOnceAndIsTheOnlyFilte
         EXPECT_EQ(Utf8(chosen.path), "/lib/part.part");
         EXPECT_EQ(backend->files[std::size_t(i)].filters, (std::vector<std::uint32_t>{1}));
     }
-    ASSERT_EQ(host.Host().fileTypes.size(), 1u);
-    kfhost::RegisteredFileType const& type = host.Host().fileTypes.front();
+    ASSERT_EQ(host.Host().FileTypes().size(), 1u);
+    kfhost::RegisteredFileType const& type = host.Host().FileTypes().front();
     EXPECT_EQ(type.manager, u"Module");
     EXPECT_EQ(type.description, u"Library part");
     EXPECT_EQ(type.extension, u"part");

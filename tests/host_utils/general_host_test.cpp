@@ -37,7 +37,7 @@ TEST_F(ProjectTest, TheTitleIsTheFileNameCutAt255Characters)
         std::string name;
         for (int i = 0; i < length; ++i)
             name += char('a' + i % 26);
-        Host().Host().MutableConfig().project = "/p/" + name;
+        Host().Host().SetProject("/p/" + name);
         EXPECT_EQ(Title().first, name.substr(0, std::size_t(expected))) << length;
     }
     long const before = LiveBlocks();

@@ -57,7 +57,7 @@ TEST(HostLink, UnknownServicesAreRefusedAndTheBuiltInLibraryIsRecorded)
     EXPECT_EQ(ACAPI_Environment(GS::FourCC("XXXX"), &sets), APIERR_NOTSUPPORTED);
     EXPECT_EQ(ACAPI_Interface(GS::FourCC("XXXX"), &sets), APIERR_NOTSUPPORTED);
     EXPECT_EQ(ACAPI_Register_BuiltInLibrary(), NoError);
-    EXPECT_EQ(host.Host().builtInLibraries.size(), 1u);
+    EXPECT_EQ(host.Host().BuiltInLibraries().size(), 1u);
 }
 
 void Count(MainLoop::TimerID, void* userData) { ++*static_cast<int*>(userData); }

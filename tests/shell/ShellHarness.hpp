@@ -31,12 +31,14 @@ public:
     Workspace() { fs::create_directories(Framework()); }
     fs::path Framework() const { return temp_.Path() / "framework"; }
     // kfhost on the bundles with this framework folder; a script name without a folder is one of
-    // the checked-in scripts, "" runs none.
+    // the checked-in scripts, "" runs none. Scripts run --strict unless a test provokes warnings.
     HostRun Run(const std::vector<fs::path>& bundles, const fs::path& script,
                 const std::vector<std::string>& extra = {}) const;
     fs::path WriteScript(const std::vector<std::string>& lines) const;
     // A copy of the bundle in the workspace, for a test to alter.
     fs::path CopyBundle(const fs::path& bundle) const;
+
+    bool strict = true;
 
 private:
     kftest::TempFolder temp_;

@@ -24,7 +24,7 @@ TEST(Suite, AnswersItsCommandBesideTheAddOn)
 
     // Addressed by its module identifier, and by nobody else's.
     const HostRun direct = w.Run({kSuite}, w.WriteScript({
-        "command \"SUIT\" 0 0x53735736 0x1BBAAC53"}));
+        "command \"SUIT\" 0 0x53735736 0x1BBAAC53", "expect no-alert"}));
     EXPECT_EQ(direct.status, 0) << direct.transcript;
     const HostRun wrong = w.Run({kSuite}, w.WriteScript({
         "command \"SUIT\" 0 0x53735736 0x4F524647"}));

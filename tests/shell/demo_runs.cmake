@@ -3,7 +3,7 @@ file(REMOVE_RECURSE ${WORK})
 file(MAKE_DIRECTORY ${WORK}/framework)
 foreach(script first-run next-run)
   execute_process(
-    COMMAND ${HOST} --addon ${BUNDLE} --framework-folder ${WORK}/framework --script ${DEMO}/${script}.kfs
+    COMMAND ${HOST} --addon ${BUNDLE} --framework-folder ${WORK}/framework --strict --script ${DEMO}/${script}.kfs
     RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE out)
   if(NOT status EQUAL 0)
     message(FATAL_ERROR "${script}.kfs failed (${status}):\n${out}")

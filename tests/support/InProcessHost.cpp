@@ -54,11 +54,13 @@ InProcessHost::InProcessHost(kfhost::HostConfig config) : temp_(MakeTemp())
     }
     fs::create_directories(config.frameworkFolder);
     host_ = std::make_unique<kfhost::Host>(std::move(config));
+    script_ = std::make_unique<kfhost::ScriptRunner>(*host_);
 }
 
 InProcessHost::~InProcessHost()
 {
     Unload();
+    script_.reset();
     host_.reset();
     std::error_code ec;
     fs::remove_all(temp_, ec);
@@ -134,13 +136,25 @@ std::int32_t InProcessHost::Command(std::uint32_t cmd, std::int32_t version, std
     return host_->ModuleCommand(cmd, version, target ? &*target : nullptr, params, resultData, silent);
 }
 
-void InProcessHost::Queue(std::string_view lines) { host_->Script().Append(lines, "queued"); }
+void InProcessHost::Queue(std::string_view lines) { script_->Append(lines, "queued"); }
 
-bool InProcessHost::Run(std::string_view lines) { return host_->RunScript(lines, "script"); }
+bool InProcessHost::Run(std::string_view lines)
+{
+    script_->Append(lines, "script");
+    return script_->RunAll();
+}
 
-std::size_t InProcessHost::PendingLines() const { return host_->Script().PendingCount(); }
-bool InProcessHost::ScriptOk() const { return host_->Script().Ok(); }
-const std::vector<std::string>& InProcessHost::Failures() const { return host_->Script().Failures(); }
+std::size_t InProcessHost::PendingLines() const { return script_->PendingCount(); }
+bool InProcessHost::ScriptOk() const { return script_->Ok(); }
+const std::vector<std::string>& InProcessHost::Failures() const { return script_->Failures(); }
+
+std::string InProcessHost::FailureText() const
+{
+    std::string all;
+    for (const auto& f : script_->Failures())
+        all += f + "\n";
+    return all;
+}
 void InProcessHost::RunLoop(double seconds) { host_->Loop().RunFor(seconds); }
 
 bool InProcessHost::RunUntil(const std::function<bool()>& pred, double seconds)

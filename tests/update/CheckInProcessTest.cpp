@@ -239,7 +239,7 @@ TEST_F(CheckInProcess, FailuresBeforeTheComparisonEndInTheirOwnOutcome)
 
     // No framework folder: false, and nothing is fetched or shown.
     std::size_t const requests = server_->RequestTargets().size();
-    host_->Host().MutableConfig().frameworkFolder.clear();
+    host_->Host().SetFrameworkFolder({});
     EXPECT_FALSE(KF_AddonUpdate_CheckForUpdate(0, true, line, KF_String("")));
     host_->RunLoop(0.3);
     EXPECT_EQ(server_->RequestTargets().size(), requests);

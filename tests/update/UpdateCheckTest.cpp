@@ -80,7 +80,7 @@ TEST_F(UpdateCheck, UserCheckShowsANewerReleaseAndOpensItsUpdatePage)
     EXPECT_EQ(ToUtf8(d.title), kName);
     EXPECT_EQ(ItemText(d, 4), With(Text(81), "ADDONNAME", kName));
     EXPECT_EQ(ItemText(d, 6), With(Text(82), "ADDONLIBNAME", "OrvellaBeamLib"));
-    EXPECT_TRUE(host_->Host().modelessWindows.count(d.id)) << "registered as a modeless window";
+    EXPECT_TRUE(host_->Host().ModelessWindows().count(d.id)) << "registered as a modeless window";
 
     EXPECT_FALSE(std::filesystem::exists(VersionsCopy())) << "the copy is deleted after the comparison";
     EXPECT_TRUE(CheckedRecently());
@@ -92,7 +92,7 @@ TEST_F(UpdateCheck, UserCheckShowsANewerReleaseAndOpensItsUpdatePage)
                                 "xdg-open", server_->BaseUrl() +
                                                 "/update_plugins/updates.htm?acver=17&lang=1&addon=Orvella Beam Tools"}));
     EXPECT_EQ(OpenResults(), nullptr);
-    EXPECT_FALSE(host_->Host().modelessWindows.count(id)) << "closing unregisters the window";
+    EXPECT_FALSE(host_->Host().ModelessWindows().count(id)) << "closing unregisters the window";
 }
 
 TEST_F(UpdateCheck, UserCheckWithNothingNewerSaysSoAndTheLibraryPageNamesNoLibrary)

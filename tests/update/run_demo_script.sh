@@ -19,4 +19,4 @@ port=$(head -n1 "$work/port")
 [ -n "$port" ] || { echo "kfupdateserver did not start"; cat "$work/server.log"; exit 1; }
 
 "$kfhost" --addon "$bundle" --framework-folder "$work/framework" \
-  --update-server "http://127.0.0.1:$port" --script "$script"
+  --update-server "http://127.0.0.1:$port" --strict --script "$script"

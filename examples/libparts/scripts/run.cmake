@@ -40,7 +40,7 @@ endif()
 
 configure_file(${CMAKE_CURRENT_LIST_DIR}/${RUN}.kfs ${WORK}/${RUN}.kfs @ONLY)
 execute_process(
-  COMMAND ${KFHOST} --addon ${bundle} --framework-folder ${WORK}/framework --script ${WORK}/${RUN}.kfs ${args}
+  COMMAND ${KFHOST} --addon ${bundle} --framework-folder ${WORK}/framework --strict --script ${WORK}/${RUN}.kfs ${args}
   OUTPUT_VARIABLE out ERROR_VARIABLE err RESULT_VARIABLE rc)
 message("${out}${err}")
 if(NOT rc EQUAL 0)

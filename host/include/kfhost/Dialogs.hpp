@@ -16,7 +16,6 @@
 namespace kfhost {
 
 class AddOn;
-class Host;
 
 // Messages sent to dialog callbacks.
 enum : std::int16_t { MsgInit = 1, MsgClose = 3, MsgClick = 4, MsgChange = 5 };
@@ -127,7 +126,7 @@ public:
 
 class DialogManager {
 public:
-    explicit DialogManager(Host& host);
+    DialogManager();
     ~DialogManager();
     DialogManager(const DialogManager&) = delete;
     DialogManager& operator=(const DialogManager&) = delete;
@@ -169,7 +168,6 @@ private:
     void CloseWith(Dialog& dialog, std::int16_t item);
     void Purge();
 
-    Host& host_;
     DialogBackend* backend_ = nullptr;
     std::vector<std::unique_ptr<Dialog>> dialogs_; // open and (until purged) closed ones
     std::vector<std::int16_t> modalStack_;

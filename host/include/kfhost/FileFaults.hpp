@@ -17,12 +17,14 @@ std::string_view FileOpName(FileOp op);
 class FileFaults {
 public:
     // The next `count` operations op on a path (for Move: the target) matching pattern (a glob where * also crosses "/")
-    // fail with code; count < 0 means every such operation from now on.
-    void Fail(FileOp op, std::string pattern, std::int32_t code, int count = 1);
+    // fail with code; count < 0 means every such operation from now on. origin says who asked.
+    void Fail(FileOp op, std::string pattern, std::int32_t code, int count = 1, std::string origin = {});
     void Clear() { rules_.clear(); }
     // The code to fail with, consuming one use of the first matching rule.
     std::optional<std::int32_t> Check(FileOp op, std::string_view path);
     bool Empty() const { return rules_.empty(); }
+    // The origins of the rules no operation has met yet.
+    std::vector<std::string> Unused() const;
 
 private:
     struct Rule {
@@ -30,6 +32,8 @@ private:
         std::string pattern;
         std::int32_t code;
         int remaining;
+        std::string origin;
+        bool used = false;
     };
     std::vector<Rule> rules_;
 };

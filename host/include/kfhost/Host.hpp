@@ -7,7 +7,6 @@
 #include "kfhost/FileFaults.hpp"
 #include "kfhost/Resources.hpp"
 #include "kfhost/RunLoop.hpp"
-#include "kfhost/Script.hpp"
 #include "kfhost/Transcript.hpp"
 #include "kfsdk/HostTable.h"
 
@@ -18,13 +17,24 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <type_traits>
+#include <typeindex>
 #include <utility>
 #include <vector>
 
 namespace kfhost {
 
+// What the host tells an add-on about itself in the environment record.
+inline constexpr std::int32_t kDefaultRelease = 17;
+inline constexpr std::int32_t kBuildNumber = 3006;
+inline constexpr std::int32_t kPlatform = 1; // the code of the platform add-ons run on
+
+// Flags of a registered menu item.
+inline constexpr std::uint32_t kMenuItemDisabled = 1;
+inline constexpr std::uint32_t kMenuItemChecked = 2;
+
 struct HostConfig {
-    std::int32_t release = 17;
+    std::int32_t release = kDefaultRelease;
     std::filesystem::path frameworkFolder;       // special location 13; empty: a per-user data folder
     std::int32_t textEncoding = KF_TEXTENC_UTF8; // or KF_TEXTENC_MACROMAN
     std::int32_t serverApplication = 0;
@@ -55,6 +65,8 @@ struct CommandHandler {
     KF_ModulCommandProc proc = nullptr;
     void* cookie = nullptr;
 };
+
+class Host;
 
 // One add-on known to the host. Its address is the context of its host table.
 class AddOn {
@@ -92,7 +104,7 @@ struct LoadResult {
 
 struct MenuItemState {
     std::u16string text;
-    std::uint32_t flags = 0; // 1 disabled, 2 checked
+    std::uint32_t flags = 0; // kMenuItemDisabled, kMenuItemChecked
 };
 
 struct RegisteredMenu {
@@ -115,6 +127,12 @@ struct RegisteredFileType {
     bool visible = true;
 };
 
+// What one host service (files, libraries, rendering, ...) keeps for the lifetime of a host.
+class ServiceState {
+public:
+    virtual ~ServiceState() = default;
+};
+
 class Host {
 public:
     explicit Host(HostConfig config = {});
@@ -123,7 +141,10 @@ public:
     Host& operator=(const Host&) = delete;
 
     const HostConfig& Config() const { return config_; }
-    HostConfig& MutableConfig() { return config_; }
+    // The open project file (the user opens another project).
+    void SetProject(std::filesystem::path project) { config_.project = std::move(project); }
+    // Empty: the host has no framework folder (special location 13 is not found).
+    void SetFrameworkFolder(std::filesystem::path folder) { config_.frameworkFolder = std::move(folder); }
 
     // ---- loading: table, CheckEnvironment, RegisterInterface, Initialize ----
     LoadResult LoadBundle(const std::filesystem::path& bundle);
@@ -156,7 +177,8 @@ public:
                                void* params = nullptr, char* resultData = nullptr, bool silent = false,
                                std::string* why = nullptr);
     const std::vector<RegisteredMenu>& Menus() const { return menus_; }
-    std::vector<RegisteredMenu>& MutableMenus() { return menus_; }
+    // Adds a menu, or replaces the one of the same number its owner registered before.
+    void RegisterMenu(RegisteredMenu menu);
     // owner null: the first registered menu of that number.
     RegisteredMenu* FindMenu(std::int16_t resID, const AddOn* owner = nullptr);
 
@@ -167,29 +189,45 @@ public:
 
     // ---- parts ----
     DialogManager& Dialogs() { return dialogs_; }
+    // Who presents dialogs; null: none, modal dialogs close at once as their close box would.
     void SetDialogBackend(std::unique_ptr<DialogBackend> backend);
     RunLoop& Loop() { return *loop_; }
     void SetRunLoop(std::unique_ptr<RunLoop> loop);
     FileFaults& Faults() { return faults_; }
     Transcript& Log() { return transcript_; }
-    ScriptRunner& Script() { return script_; }
-    bool RunScript(std::string_view text, const std::string& source);
+    // Something an add-on asked for that the host could not give; logged and kept.
+    void Warn(std::string line);
+    const std::vector<std::string>& Warnings() const { return warnings_; }
+
+    // The state a service keeps in this host, made on first use.
+    template <class State>
+    State& Service()
+    {
+        static_assert(std::is_base_of_v<ServiceState, State>);
+        std::unique_ptr<ServiceState>& slot = services_[std::type_index(typeid(State))];
+        if (!slot)
+            slot = std::make_unique<State>();
+        return static_cast<State&>(*slot);
+    }
+
+    // Paths of the host file handles still open, and closing them all: what an add-on left open.
+    std::vector<std::string> OpenFilePaths();
+    void CloseOpenFiles();
 
     // ---- operating-system services ----
     const std::vector<std::vector<std::string>>& Launched() const { return launched_; }
     std::int32_t Spawn(const std::vector<std::string>& argv);
     const char* Setting(const std::string& key) const;
 
-    // ---- records kept for inspection ----
-    std::map<std::int32_t, AddOn*> modelessWindows;   // reference id -> registering add-on
-    std::vector<RegisteredFileType> fileTypes;        // id = position + 1
-    std::vector<AddOn*> builtInLibraries;             // add-ons that registered their library
-    struct OpenFile {
-        int fd = -1;
-        std::string path;
-    };
-    std::map<std::int64_t, OpenFile> openFiles;       // host file handles
-    std::int64_t nextFileHandle = 1;
+    // ---- what add-ons registered ----
+    const std::map<std::int32_t, AddOn*>& ModelessWindows() const { return modelessWindows_; } // by reference id
+    void RegisterModelessWindow(std::int32_t referenceID, AddOn& owner) { modelessWindows_[referenceID] = &owner; }
+    bool UnregisterModelessWindow(std::int32_t referenceID) { return modelessWindows_.erase(referenceID) != 0; }
+    const std::vector<RegisteredFileType>& FileTypes() const { return fileTypes_; } // id = position + 1
+    // Answers the type's id; the same type registered again keeps its id.
+    std::uint32_t RegisterFileType(RegisteredFileType type);
+    const std::vector<AddOn*>& BuiltInLibraries() const { return builtInLibraries_; }
+    void AddBuiltInLibrary(AddOn& addOn);
 
     // Fills an add-on's table (done at load; exposed for the in-process case).
     void FillTable(AddOn& addOn);
@@ -199,7 +237,6 @@ private:
     void Forget(AddOn& addOn); // drops what the add-on registered
 
     HostConfig config_;
-    std::map<std::string, std::string> settings_;
     std::vector<std::unique_ptr<AddOn>> addOns_;
     std::vector<RegisteredMenu> menus_;
     std::int32_t currentResModule_ = 0;
@@ -209,8 +246,12 @@ private:
     std::unique_ptr<DialogBackend> backend_;
     FileFaults faults_;
     Transcript transcript_;
-    ScriptRunner script_;
+    std::vector<std::string> warnings_;
     std::vector<std::vector<std::string>> launched_;
+    std::map<std::int32_t, AddOn*> modelessWindows_;
+    std::vector<RegisteredFileType> fileTypes_;
+    std::vector<AddOn*> builtInLibraries_;
+    std::map<std::type_index, std::unique_ptr<ServiceState>> services_;
 };
 
 // The host's file system, shared by the table entries (paths are UTF-8 here).

@@ -1,6 +1,6 @@
 #include "kfhost/qt/DialogWindow.hpp"
 
-#include "kfhost/Script.hpp"
+#include "kfhost/script/Headless.hpp"
 #include "kfhost/Text.hpp"
 #include "kfhost/qt/QtBackend.hpp"
 #include "kfhost/qt/RowList.hpp"

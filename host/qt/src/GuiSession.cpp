@@ -84,7 +84,7 @@ bool Set(const char* name)
 bool DisplayPresent() { return Set("DISPLAY") || Set("WAYLAND_DISPLAY") || Set("QT_QPA_PLATFORM"); }
 
 struct GuiSession::Impl {
-    Impl(Host& h, GuiOptions o) : host(h), options(std::move(o)) {}
+    Impl(Host& h, ScriptRunner& r, GuiOptions o) : host(h), script(r), options(std::move(o)) {}
 
     void Capture()
     {
@@ -96,13 +96,14 @@ struct GuiSession::Impl {
                 continue;
             std::string why;
             if (shots->Save(*window, std::to_string(window->ResID()), &why).empty())
-                host.Script().Fail(why);
+                script.Fail(why);
             else
                 window->capturedSignature = window->Signature();
         }
     }
 
     Host& host;
+    ScriptRunner& script;
     GuiOptions options;
     std::unique_ptr<QApplication> app; // when there was none
     QtBackend* backend = nullptr;      // owned by the host
@@ -114,7 +115,8 @@ struct GuiSession::Impl {
     std::unique_ptr<std::ostream> echo;
 };
 
-GuiSession::GuiSession(Host& host, GuiOptions options) : impl_(std::make_unique<Impl>(host, std::move(options)))
+GuiSession::GuiSession(Host& host, ScriptRunner& script, GuiOptions options)
+    : impl_(std::make_unique<Impl>(host, script, std::move(options)))
 {
     Impl& s = *impl_;
     static const bool quiet = [] {
@@ -135,7 +137,7 @@ GuiSession::GuiSession(Host& host, GuiOptions options) : impl_(std::make_unique<
     auto loop = std::make_unique<QtRunLoop>();
     s.loop = loop.get();
     host.SetRunLoop(std::move(loop));
-    auto backend = std::make_unique<QtBackend>(host);
+    auto backend = std::make_unique<QtBackend>(host, script);
     s.backend = backend.get();
     host.SetDialogBackend(std::move(backend));
 
@@ -162,7 +164,7 @@ GuiSession::~GuiSession()
     s.host.UnloadAll(); // FreeData and the modeless windows' close while the windows exist
     s.backend->EndScript();
     s.host.Log().Echo(s.options.echo ? &std::cout : nullptr);
-    s.host.SetDialogBackend(std::make_unique<HeadlessBackend>(s.host));
+    s.host.SetDialogBackend(std::make_unique<HeadlessBackend>(s.host, s.script));
     s.host.SetRunLoop(std::make_unique<PollRunLoop>());
     s.player.reset();
     s.window.reset();
@@ -194,7 +196,7 @@ bool GuiSession::Run(std::string_view script, const std::string& source)
                     windows.push_back(window);
             std::string why;
             if (s.shots->Save(Screenshots::Desktop(windows), "host", &why).empty())
-                s.host.Script().Fail(why);
+                s.script.Fail(why);
         }
     }
     if (!s.options.batch) {
@@ -204,7 +206,7 @@ bool GuiSession::Run(std::string_view script, const std::string& source)
             untilClosed.exec();
         s.window->onClose = nullptr;
     }
-    return s.host.Script().Ok();
+    return s.script.Ok();
 }
 
 QtBackend& GuiSession::Backend() { return *impl_->backend; }

@@ -19,9 +19,6 @@ namespace {
 QString Q(const std::u16string& text) { return QString::fromStdU16String(text); }
 QString Q(const std::string& text) { return QString::fromStdString(text); }
 
-constexpr std::uint32_t kItemDisabled = 1;
-constexpr std::uint32_t kItemChecked = 2;
-
 } // namespace
 
 MainWindow::MainWindow(Host& host, const QtRunLoop* loop) : host_(host), loop_(loop)
@@ -74,9 +71,9 @@ void MainWindow::FillMenu(QMenu& menu, std::int16_t resID)
     for (std::size_t i = 0; i < registered->items.size(); ++i) {
         const MenuItemState& state = registered->items[i];
         QAction* action = menu.addAction(Q(state.text).replace(QLatin1Char('&'), QLatin1String("&&")));
-        action->setCheckable((state.flags & kItemChecked) != 0);
-        action->setChecked((state.flags & kItemChecked) != 0);
-        action->setEnabled((state.flags & kItemDisabled) == 0);
+        action->setCheckable((state.flags & kMenuItemChecked) != 0);
+        action->setChecked((state.flags & kMenuItemChecked) != 0);
+        action->setEnabled((state.flags & kMenuItemDisabled) == 0);
         const auto index = std::int32_t(i + 1);
         connect(action, &QAction::triggered, this, [this, resID, index] {
             host_.Log().Add("> menu " + std::to_string(resID) + " " + std::to_string(index));

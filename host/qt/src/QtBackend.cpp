@@ -1,7 +1,7 @@
 #include "kfhost/qt/QtBackend.hpp"
 
 #include "kfhost/Host.hpp"
-#include "kfhost/Script.hpp"
+#include "kfhost/script/Runner.hpp"
 #include "kfhost/Text.hpp"
 #include "kfhost/qt/DialogWindow.hpp"
 #include "kfhost/qt/Screenshots.hpp"
@@ -35,7 +35,7 @@ QMessageBox::Icon AlertIcon(std::int16_t type)
 
 } // namespace
 
-QtBackend::QtBackend(Host& host) : host_(host), transcript_(host) {}
+QtBackend::QtBackend(Host& host, ScriptRunner& script) : host_(host), script_(script), transcript_(host, script) {}
 
 QtBackend::~QtBackend()
 {
@@ -125,7 +125,7 @@ void QtBackend::RunModal(Dialog& dialog)
             break; // the user takes over where the script ends
         // Never wait for input that cannot come: report, then close as the close box would.
         if (forcedCloses_ < 100)
-            host_.Script().Fail("dialog " + std::to_string(dialog.resID) + " is still waiting for the script");
+            script_.Fail("dialog " + std::to_string(dialog.resID) + " is still waiting for the script");
         ++forcedCloses_;
         host_.Dialogs().CloseBox(dialog);
     }
@@ -202,7 +202,7 @@ std::int16_t QtBackend::Alert(const AlertRequest& request)
             box.show();
             std::string why;
             if (screenshots_->Save(box, "alert", &why).empty())
-                host_.Script().Fail(why);
+                script_.Fail(why);
             box.hide();
         }
         return transcript_.Alert(request);
@@ -221,9 +221,9 @@ std::optional<FileAnswer> QtBackend::ChooseFile(const FileRequest& request)
     dialog.setObjectName(QStringLiteral("fileDialog"));
     QStringList filters;
     for (const std::uint32_t id : request.filters) {
-        if (id < 1 || id > host_.fileTypes.size())
+        if (id < 1 || id > host_.FileTypes().size())
             continue;
-        const RegisteredFileType& type = host_.fileTypes[id - 1];
+        const RegisteredFileType& type = host_.FileTypes()[id - 1];
         QString extension = Q(type.extension);
         while (extension.startsWith(QLatin1Char('.')))
             extension.remove(0, 1);
@@ -285,8 +285,8 @@ QPixmap QtBackend::Icon(std::int32_t resModule, std::int16_t resID)
             // The reader has vouched for the header; pixels that still cannot be decoded fail the
             // run rather than leave an empty place without a word.
             if (!pixmap.load(QString::fromStdString(icon->second.file.string()), "PNG"))
-                host_.Script().Fail(icon->second.file.string() + ":1:1: icon " + std::to_string(resID) +
-                                    " cannot be decoded");
+                script_.Fail(icon->second.file.string() + ":1:1: icon " + std::to_string(resID) +
+                             " cannot be decoded");
     icons_[key] = pixmap;
     return pixmap;
 }

@@ -1,6 +1,6 @@
 #include "kfhost/qt/ScriptPlayer.hpp"
 
-#include "Lexer.hpp"
+#include "kfhost/Lexer.hpp"
 #include "kfhost/Host.hpp"
 #include "kfhost/Text.hpp"
 #include "kfhost/qt/DialogWindow.hpp"
@@ -59,7 +59,7 @@ bool ScriptPlayer::Step()
     try {
         tokens = detail::Tokenize(line.text);
     } catch (const detail::LexError&) {
-        host_.Script().Run(line); // reports it
+        backend_.Script().Run(line); // reports it
         return true;
     }
     if (tokens.empty())
@@ -68,7 +68,7 @@ bool ScriptPlayer::Step()
     if (onPause)
         onPause();
     if (!Act(line, tokens))
-        host_.Script().Run(line);
+        backend_.Script().Run(line);
     backend_.Flush();
     CheckWindows();
     return true;
@@ -155,7 +155,7 @@ void ScriptPlayer::CheckWindows()
         if (!dialog || !dialog->IsOpen())
             continue;
         if (const std::string difference = window->Disagreement(*dialog); !difference.empty())
-            host_.Script().Fail("the window disagrees with the dialog: " + difference);
+            backend_.Script().Fail("the window disagrees with the dialog: " + difference);
     }
 }
 

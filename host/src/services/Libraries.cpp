@@ -2,7 +2,6 @@
 // library, those added by add-ons and the add-ons' built-in libraries (docs/libraries.md).
 #include "../Services.hpp"
 #include "LibrariesCatalog.hpp"
-#include "LibrariesState.hpp"
 #include "kfhost/Text.hpp"
 
 #include <algorithm>
@@ -17,7 +16,7 @@ using libraries::Catalog;
 using libraries::Part;
 using libraries::PartType;
 
-struct LibraryState {
+struct LibraryState : ServiceState {
     bool configured = false;
     Catalog catalog;
     std::ptrdiff_t embedded = -1;              // position of the project's library in the catalog
@@ -59,7 +58,7 @@ AddResult Load(Host& host, LibraryState& state, const fs::path& folder, bool lis
     std::vector<std::string> warnings;
     AddResult const result = state.catalog.Add(folder, listed, &warnings);
     for (std::string& warning : warnings)
-        host.Log().Add("library warning: " + std::move(warning));
+        host.Warn("library warning: " + std::move(warning));
     return result;
 }
 
@@ -67,23 +66,23 @@ AddResult Load(Host& host, LibraryState& state, const fs::path& folder, bool lis
 // add-ons that registered them.
 LibraryState& StateOf(Host& host)
 {
-    LibraryState& state = PerHost<LibraryState>(host);
+    LibraryState& state = host.Service<LibraryState>();
     if (!state.configured) {
         state.configured = true;
         for (const fs::path& folder : host.Config().libraries) {
             if (AddResult const r = Load(host, state, folder, true); Refusal(r) != KF_NOERROR)
-                host.Log().Add("library refused " + Quote(folder.string()) + ": " + Reason(r));
+                host.Warn("library refused " + Quote(folder.string()) + ": " + Reason(r));
         }
         if (const char* embedded = host.Setting("embedded-library"); embedded && *embedded) {
             AddResult const r = Load(host, state, embedded, true);
             if (r == AddResult::Added)
                 state.embedded = std::ptrdiff_t(state.catalog.Libraries().size()) - 1;
             else if (Refusal(r) != KF_NOERROR)
-                host.Log().Add("library refused " + Quote(embedded) + ": " + Reason(r));
+                host.Warn("library refused " + Quote(embedded) + ": " + Reason(r));
         }
     }
     std::vector<fs::path> current;
-    for (const AddOn* addOn : host.builtInLibraries)
+    for (const AddOn* addOn : host.BuiltInLibraries())
         current.push_back(addOn->bundlePath / "library");
     if (current != state.builtIns) {
         for (const fs::path& gone : state.builtIns) {
@@ -99,10 +98,7 @@ LibraryState& StateOf(Host& host)
 
 KF_Err RegisterBuiltInLibrary(KF_HostContext* c)
 {
-    AddOn& self = Self(c);
-    auto& builtIns = HostOf(c).builtInLibraries;
-    if (std::find(builtIns.begin(), builtIns.end(), &self) == builtIns.end())
-        builtIns.push_back(&self);
+    HostOf(c).AddBuiltInLibrary(Self(c));
     return KF_NOERROR;
 }
 

@@ -2,7 +2,6 @@
 // three of our own) and the current engine ("rendering-current", 1-based; the first by default).
 // Every change an add-on asks for is written to the transcript.
 #include "../Services.hpp"
-#include "LibrariesState.hpp"
 #include "kfhost/Text.hpp"
 
 #include <charconv>
@@ -12,7 +11,7 @@
 namespace kfhost::detail {
 namespace {
 
-struct RenderingState {
+struct RenderingState : ServiceState {
     bool configured = false;
     std::vector<std::string> engines; // UTF-8 menu texts; engine n is engines[n - 1]
     std::int32_t current = 0;
@@ -20,7 +19,7 @@ struct RenderingState {
 
 RenderingState& StateOf(Host& host)
 {
-    RenderingState& state = PerHost<RenderingState>(host);
+    RenderingState& state = host.Service<RenderingState>();
     if (state.configured)
         return state;
     state.configured = true;
@@ -45,7 +44,7 @@ RenderingState& StateOf(Host& host)
             std::size_t(number) <= state.engines.size())
             state.current = number;
         else
-            host.Log().Add("rendering-current " + Quote(text) + " ignored: no such engine");
+            host.Warn("rendering-current " + Quote(text) + " ignored: no such engine");
     }
     return state;
 }

@@ -97,12 +97,10 @@ std::multiset<std::string> OpenDescriptors()
 // Host file handles the add-on did not close before it was unloaded (then closed by the host).
 void ReportHostFilesLeft(Host& host, Reporter& report, std::set<std::string>& seen)
 {
-    for (const auto& [handle, file] : host.openFiles) {
-        if (seen.insert(file.path).second)
-            report.Fail("left " + file.path + " open at unload");
-        ::close(file.fd);
-    }
-    host.openFiles.clear();
+    for (const std::string& path : host.OpenFilePaths())
+        if (seen.insert(path).second)
+            report.Fail("left " + path + " open at unload");
+    host.CloseOpenFiles();
 }
 
 } // namespace

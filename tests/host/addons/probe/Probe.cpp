@@ -32,12 +32,7 @@ constexpr short kStrings = 32610;
 
 GS::UniString U(const char* utf8) { return GS::UniString::FromUTF8(utf8); }
 
-GS::UniString Hex(GSErrCode code)
-{
-    char buf[16];
-    std::snprintf(buf, sizeof buf, "0x%08X", static_cast<unsigned>(code));
-    return U(buf);
-}
+GS::UniString Hex(GSErrCode code) { return U(kfsdk::HexCode(code).c_str()); }
 
 void Tell(const GS::UniString& text) { DGAlert(-1, GS::UniString(), text, GS::UniString(), U("OK")); }
 

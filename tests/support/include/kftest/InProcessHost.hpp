@@ -7,6 +7,7 @@
 #pragma once
 
 #include "kfhost/Host.hpp"
+#include "kfhost/script/Runner.hpp"
 
 #include <cstdint>
 #include <filesystem>
@@ -43,6 +44,7 @@ public:
     InProcessHost& operator=(const InProcessHost&) = delete;
 
     kfhost::Host& Host() { return *host_; }
+    kfhost::ScriptRunner& Script() { return *script_; }
     // Scratch folder of this host, removed at the end; the framework folder is inside it unless given.
     const std::filesystem::path& TempDir() const { return temp_; }
     const std::filesystem::path& FrameworkFolder() const { return host_->Config().frameworkFolder; }
@@ -75,6 +77,7 @@ public:
     std::size_t PendingLines() const;
     bool ScriptOk() const;
     const std::vector<std::string>& Failures() const;
+    std::string FailureText() const; // one failure a line
     void RunLoop(double seconds);
     // Runs the loop in short slices until pred holds or seconds pass; whether it held.
     bool RunUntil(const std::function<bool()>& pred, double seconds);
@@ -91,6 +94,7 @@ private:
     std::filesystem::path temp_;
     bool ownsFramework_ = false;
     std::unique_ptr<kfhost::Host> host_;
+    std::unique_ptr<kfhost::ScriptRunner> script_;
     kfhost::ResourceModule resources_;
     kfhost::AddOn* addOn_ = nullptr;
     bool loaded_ = false;

@@ -9,6 +9,7 @@
 
 namespace kfhost {
 class Host;
+class ScriptRunner;
 }
 
 namespace kfhost::qt {
@@ -30,17 +31,18 @@ bool DisplayPresent();
 class GuiSession {
 public:
     // Makes the Qt application (unless one exists) and installs the Qt run loop and dialog backend in
-    // host. Do it before loading add-ons, so that whatever they schedule runs on Qt's loop.
-    GuiSession(Host& host, GuiOptions options);
+    // host, answering from script while it plays. Do it before loading add-ons, so that whatever
+    // they schedule runs on Qt's loop.
+    GuiSession(Host& host, ScriptRunner& script, GuiOptions options);
     // Unloads the add-ons while their windows still exist, then gives the host back its headless
-    // backend and poll loop.
+    // backend (the script's) and poll loop.
     ~GuiSession();
     GuiSession(const GuiSession&) = delete;
     GuiSession& operator=(const GuiSession&) = delete;
 
     // Shows the main window with the menus registered so far, plays the script (if any) against
     // the real widgets and then, unless batch, leaves the windows to the user until the main
-    // window closes. Answers whether every expectation held; failures are in host.Script().
+    // window closes. Answers whether every expectation held; failures are in the script runner.
     bool Run(std::string_view script, const std::string& source);
     // Shows (or refreshes) the main window; Run does it.
     void ShowMainWindow();

@@ -5,7 +5,8 @@
 #pragma once
 
 #include "kfhost/Dialogs.hpp"
-#include "kfhost/Script.hpp"
+#include "kfhost/script/Headless.hpp"
+#include "kfhost/script/Runner.hpp"
 
 #include <QObject>
 #include <QPixmap>
@@ -34,7 +35,7 @@ class Screenshots;
 
 class QtBackend final : public DialogBackend {
 public:
-    explicit QtBackend(Host& host);
+    QtBackend(Host& host, ScriptRunner& script);
     ~QtBackend() override;
     QtBackend(const QtBackend&) = delete;
     QtBackend& operator=(const QtBackend&) = delete;
@@ -48,6 +49,7 @@ public:
     std::optional<std::u16string> ChooseFolder(const FolderRequest& request) override;
 
     Host& GetHost() { return host_; }
+    ScriptRunner& Script() { return script_; }
 
     // The window of an open dialog, null when it has none (yet).
     DialogWindow* Window(std::int16_t dialogID) const;
@@ -88,6 +90,7 @@ private:
     void Refused(const std::string& why);
 
     Host& host_;
+    ScriptRunner& script_;
     HeadlessBackend transcript_; // the transcript's lines, and answers while a script plays
     bool scripted_ = false;
     QObject context_; // owner of the queued flushes

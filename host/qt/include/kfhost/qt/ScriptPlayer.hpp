@@ -3,7 +3,7 @@
 // line the windows must show what the model holds; a difference is a failure.
 #pragma once
 
-#include "kfhost/Script.hpp"
+#include "kfhost/script/Runner.hpp"
 
 #include <deque>
 #include <functional>

@@ -1,5 +1,6 @@
-// The headless host: a script of user actions and checks (see docs/scripts.md) and the dialog
-// backend that answers dialogs from it. A modal dialog consumes script lines until it closes.
+// The headless host's script (docs/scripts.md): user actions and checks, run one line at a time.
+// The runner drives the host through its public interface only; while it lives, the host's
+// dialogs are answered from the script (modal dialogs take the lines that follow).
 #pragma once
 
 #include "kfhost/Dialogs.hpp"
@@ -26,7 +27,14 @@ void AppendScriptLines(std::deque<ScriptLine>& out, std::string_view text, const
 
 class ScriptRunner {
 public:
+    // Installs the headless dialog backend in host; when the runner goes, a headless backend of
+    // its own still installed goes too.
     explicit ScriptRunner(Host& host);
+    ~ScriptRunner();
+    ScriptRunner(const ScriptRunner&) = delete;
+    ScriptRunner& operator=(const ScriptRunner&) = delete;
+
+    Host& GetHost() { return host_; }
 
     // Appends the lines of a script (comments and blank lines are skipped when run).
     void Append(std::string_view text, const std::string& source);
@@ -38,6 +46,15 @@ public:
     bool Step();
     // Runs every pending line; answers whether nothing failed meanwhile.
     bool RunAll();
+    // Runs one command line now (also used by tests); answers false on a failure.
+    bool Run(const ScriptLine& line);
+
+    // Strict runs also fail on what a script leaves unsaid: see Finish.
+    void SetStrict(bool strict) { strict_ = strict; }
+    bool Strict() const { return strict_; }
+    // The end of the run. Strict: an empty script, no expect run, an answer or fail line never
+    // used, an alert never checked and every host warning are failures. Answers Ok().
+    bool Finish();
 
     bool Ok() const { return failures_.empty(); }
     const std::vector<std::string>& Failures() const { return failures_; }
@@ -45,22 +62,30 @@ public:
     // Records a failure at the line being run (or the end of the script).
     void Fail(const std::string& message);
     int ExpectCount() const { return expects_; }
+    void CountExpect() { ++expects_; }
 
-    // Answers queued for system dialogs, and alerts not yet checked.
+    // Answers queued for system dialogs: a dialog takes the answer lines that come next.
     struct SystemAnswer {
         enum class Kind { File, Folder, Cancel } kind;
         std::u16string path;
         std::uint32_t filter = 0;
+        ScriptLine origin;
     };
+    void AddAnswer(SystemAnswer answer) { answers_.push_back(std::move(answer)); }
     std::optional<SystemAnswer> TakeAnswer();
-    void NoteAlert(const AlertRequest& alert) { alerts_.push_back(alert); }
 
-    // Runs one command line now (also used by tests); answers false on a failure.
-    bool Run(const ScriptLine& line);
+    // Alerts shown and not yet checked, oldest first.
+    void NoteAlert(const AlertRequest& alert) { alerts_.push_back(alert); }
+    std::optional<AlertRequest> TakeAlert();
+    const std::deque<AlertRequest>& Alerts() const { return alerts_; }
+
+    // The line being run, if any.
+    const std::optional<ScriptLine>& CurrentLine() const { return current_; }
+    // Where a line of the script is: "source:number".
+    static std::string Where(const ScriptLine& line);
 
 private:
-    bool Execute(const ScriptLine& line);
-    std::string Where(const ScriptLine& line) const;
+    void Execute(const ScriptLine& line);
 
     Host& host_;
     std::deque<ScriptLine> lines_;
@@ -69,25 +94,9 @@ private:
     std::deque<SystemAnswer> answers_;
     std::deque<AlertRequest> alerts_;
     int expects_ = 0;
+    int commands_ = 0;
+    int queued_ = 0;
+    bool strict_ = false;
 };
-
-// Headless dialog backend: prints dialogs to the transcript, runs modal dialogs on the script.
-class HeadlessBackend final : public DialogBackend {
-public:
-    explicit HeadlessBackend(Host& host) : host_(host) {}
-    void Shown(Dialog& dialog) override;
-    void RunModal(Dialog& dialog) override;
-    void Closed(Dialog& dialog) override;
-    std::int16_t Alert(const AlertRequest& request) override;
-    std::optional<FileAnswer> ChooseFile(const FileRequest& request) override;
-    std::optional<std::u16string> ChooseFolder(const FolderRequest& request) override;
-
-private:
-    Host& host_;
-    int forcedCloses_ = 0;
-};
-
-// The lines that show one dialog in the transcript.
-std::vector<std::string> DescribeDialog(const Dialog& dialog);
 
 } // namespace kfhost
