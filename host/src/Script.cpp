@@ -13,12 +13,7 @@ using detail::Token;
 
 namespace {
 
-std::string Hex(std::int32_t code)
-{
-    char buf[16];
-    std::snprintf(buf, sizeof buf, "0x%08X", static_cast<unsigned>(code));
-    return buf;
-}
+std::string Hex(std::int32_t code) { return ErrorText(code); }
 
 // Argument reader of one command line; every miss becomes a syntax failure.
 class Args {
@@ -310,6 +305,14 @@ bool ScriptRunner::Execute(const ScriptLine& line)
         }
         args.End();
         answers_.push_back(std::move(answer));
+        return true;
+    }
+    if (verb == "reload") {
+        args.End();
+        host_.Log().Add("> " + line.text);
+        for (const LoadResult& r : host_.ReloadBundles())
+            if (!r.Loaded())
+                Fail("cannot load " + r.path.string() + " again: " + r.reason);
         return true;
     }
     if (verb == "wait") {
