@@ -106,15 +106,22 @@ TEST(Crashes, AreNamedWithTheAddOnAndTheCall)
     }
 }
 
-TEST(Crashes, AnExceptionIsReportedAndTheScriptGoesOn)
+TEST(Crashes, AnExceptionIsReportedAndTheScriptGoesOnAfterAReload)
 {
     kftest::TempFolder temp;
-    const HostRun run = RunKfhost(temp, "menu 32500 6 \"Fault B\"\nmenu 32500 8 \"Fault B\"\n", "", {"-v"});
+    const HostRun run = RunKfhost(temp, "menu 32500 6 \"Fault B\"\nreload\nmenu 32500 8 \"Fault B\"\n",
+                                  "Fault A:FreeData:int", {"-v"});
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_NE(run.out.find("exception from \"Fault B\" in menu handler: the fault probe failed on purpose\n"
-                           "menu 32500 6 answered APIERR_GENERAL (a general failure)\n> menu 32500 8 \"Fault B\""),
+                           "menu 32500 6 answered APIERR_GENERAL (a general failure)\n> reload\n"
+                           "exception from \"Fault A\" in FreeData: an exception of type int\nreloading 2 bundle(s)\n"),
               std::string::npos)
         << run.out;
+    EXPECT_NE(run.out.find("reloading 2 bundle(s)\nloaded \"Fault A\" from " KF_FAULT_ADDONS "/FaultA.bundle\n"
+                           "loaded \"Fault B\" from " KF_FAULT_ADDONS "/FaultB.bundle\n> menu 32500 8 \"Fault B\""),
+              std::string::npos)
+        << run.out;
+    EXPECT_EQ(run.err.find("crashed"), std::string::npos) << run.err;
     EXPECT_NE(run.err.find("kfhost: call Fault B: menu handler 32500 item 8\n"), std::string::npos) << run.err;
     EXPECT_NE(run.err.find("kfhost: call FaultA.bundle: CheckEnvironment\n"), std::string::npos) << run.err;
 }
