@@ -129,15 +129,20 @@ void InstallCallReports()
     for (const int signal : {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT})
         ::sigaction(signal, &action, nullptr);
     action.sa_handler = &OnAlarm;
+    action.sa_flags = SA_ONSTACK | SA_RESTART; // an alarm that comes as the call returns interrupts nothing
     ::sigaction(SIGALRM, &action, nullptr);
 }
 
 AddOnCall::AddOnCall(const AddOn& addOn, std::string_view call) noexcept
 {
-    const std::string who = addOn.Label();
-    Push(who, call, false);
-    if (sWatch.verbose)
-        std::clog << "kfhost: call " << who << ": " << call << std::endl;
+    std::string who;
+    try {
+        who = addOn.Label();
+        if (sWatch.verbose)
+            std::clog << "kfhost: call " << who << ": " << call << std::endl;
+    } catch (...) { // no memory for the name: the call is still counted
+    }
+    Push(who.empty() ? std::string_view("an add-on") : std::string_view(who), call, false);
     Arm();
 }
 
