@@ -27,7 +27,8 @@ CallWatch sWatch;
 void Copy(char (&to)[128], std::string_view from)
 {
     const std::size_t n = std::min(from.size(), sizeof to - 1);
-    std::memcpy(to, from.data(), n);
+    if (n > 0)
+        std::memcpy(to, from.data(), n);
     to[n] = 0;
 }
 

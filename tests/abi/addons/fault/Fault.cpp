@@ -6,6 +6,7 @@
 #include "ACAPI.hpp"
 #include "AddOnLinkage.hpp"
 
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -39,7 +40,8 @@ void Do(How how)
     case How::None:
         return;
     case How::Null: {
-        int* volatile p = nullptr;
+        // A field of a null record: the first page faults, and the sanitizers do not end it first.
+        int* volatile p = reinterpret_cast<int*>(std::uintptr_t(8));
         *p = 1;
         return;
     }
