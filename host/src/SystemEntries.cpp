@@ -117,7 +117,7 @@ const void* GetService(KF_HostContext*, const char* name)
     return nullptr;
 }
 
-void ReportException(KF_HostContext* c, const char* call, const char* what)
+void ReportAddOnException(KF_HostContext* c, const char* call, const char* what)
 {
     HostOf(c).Log().Add("exception from " + Quote(Self(c).Label()) + " in " + std::string(call ? call : "a call") +
                         ": " + std::string(what ? what : "(not described)"));
@@ -134,7 +134,7 @@ void FillSystemEntries(KF_HostTable& t)
     t.Now = Now;
     t.SpawnDetached = SpawnDetached;
     t.GetService = GetService;
-    t.ReportException = ReportException;
+    t.ReportException = ReportAddOnException;
 }
 
 } // namespace kfhost::detail

@@ -26,13 +26,12 @@
 #ifndef KFSDK_HOSTTABLE_H
 #define KFSDK_HOSTTABLE_H
 
+#include <stddef.h>
 #include <stdint.h>
 
 #ifdef __cplusplus
 extern "C" {
 #endif
-
-#include <stddef.h>
 
 #define KF_HOST_TABLE_MAJOR 2u
 #define KF_HOST_TABLE_MINOR 2u
