@@ -55,42 +55,40 @@ std::pair<std::string, std::string> CurrentCall();
 // entry of the host). Call only inside a catch block.
 void ReportException(Host& host, const AddOn* addOn, std::string_view call) noexcept;
 
-// Calls fn (the add-on's function) as call of addOn: an exception is reported and answered with
-// onException (for calls that answer a host error code, the code of the exception's kind).
+// Calls fn (the add-on's function) as call of addOn: an exception is reported, and answered with
+// what answer() gives (called inside the catch block).
+template <typename F, typename Answer>
+auto CallAddOnOr(AddOn& addOn, Host& host, std::string_view call, F&& fn, Answer&& answer) noexcept
+{
+    AddOnCall scope(addOn, call);
+    try {
+        return fn();
+    } catch (...) {
+        ReportException(host, &addOn, call);
+        return answer();
+    }
+}
+
+// ... answered with onException.
 template <typename R, typename F>
 R CallAddOn(AddOn& addOn, Host& host, std::string_view call, R onException, F&& fn) noexcept
 {
-    AddOnCall scope(addOn, call);
-    try {
-        return fn();
-    } catch (...) {
-        ReportException(host, &addOn, call);
-        return onException;
-    }
+    return CallAddOnOr(addOn, host, call, [&]() -> R { return fn(); }, [&] { return onException; });
 }
 
+// ... of a call that answers nothing.
 template <typename F>
 void CallAddOn(AddOn& addOn, Host& host, std::string_view call, F&& fn) noexcept
 {
-    AddOnCall scope(addOn, call);
-    try {
-        fn();
-    } catch (...) {
-        ReportException(host, &addOn, call);
-    }
+    CallAddOnOr(addOn, host, call, [&] { fn(); }, [] {});
 }
 
-// The same for calls that answer a host error code: the exception becomes the code of its kind.
+// ... of a call that answers a host error code: the exception becomes the code of its kind.
 template <typename F>
 std::int32_t CallAddOnForCode(AddOn& addOn, Host& host, std::string_view call, F&& fn) noexcept
 {
-    AddOnCall scope(addOn, call);
-    try {
-        return fn();
-    } catch (...) {
-        ReportException(host, &addOn, call);
-        return kfsdk::ErrorOfCurrentException();
-    }
+    return CallAddOnOr(addOn, host, call, [&]() -> std::int32_t { return fn(); },
+                       [] { return kfsdk::ErrorOfCurrentException(); });
 }
 
 } // namespace kfhost
