@@ -107,12 +107,10 @@ void BM_StartToMainDialog(benchmark::State& state)
             state.SkipWithError("cannot dlopen the bundle");
             return;
         }
-        kfhost::AddOnEntryPoints entry;
-        entry.setHostTable = reinterpret_cast<KF_SetHostTableFn>(::dlsym(handle, KF_ADDON_SYMBOL_SETHOSTTABLE));
-        sCheckEnvironment = reinterpret_cast<KF_CheckEnvironmentFn>(::dlsym(handle, KF_ADDON_SYMBOL_CHECKENVIRONMENT));
-        sRegisterInterface = reinterpret_cast<KF_RegisterInterfaceFn>(::dlsym(handle, KF_ADDON_SYMBOL_REGISTERINTERFACE));
-        sInitialize = reinterpret_cast<KF_InitializeFn>(::dlsym(handle, KF_ADDON_SYMBOL_INITIALIZE));
-        entry.freeData = reinterpret_cast<KF_FreeDataFn>(::dlsym(handle, KF_ADDON_SYMBOL_FREEDATA));
+        KF_AddOnEntry entry = *static_cast<const KF_AddOnEntry*>(::dlsym(handle, KF_ADDON_ENTRY_SYMBOL));
+        sCheckEnvironment = entry.checkEnvironment;
+        sRegisterInterface = entry.registerInterface;
+        sInitialize = entry.initialize;
         entry.checkEnvironment = TimedCheckEnvironment;
         entry.registerInterface = TimedRegisterInterface;
         entry.initialize = TimedInitialize;

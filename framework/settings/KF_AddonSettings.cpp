@@ -6,7 +6,7 @@
 #include "KF_SettingsFormat.hpp"
 #include "KF_SettingsState.hpp"
 
-#include "kfsdk/HostTable.h"
+#include "KFHostServices.hpp"
 
 #include <string>
 
@@ -36,19 +36,6 @@ bool& LoadedFlagOf(KF_AddonSettings_Type type)
 bool& RefusedFlagOf(KF_AddonSettings_Type type)
 {
     return type == KF_AddonSettings_ThisAddon ? sSettingsRefused : sAllSettingsRefused;
-}
-
-// A line for the host's log, when the host keeps one.
-void TellHost(std::string const& line)
-{
-    KF_HostTable const* table = kfsdk::CurrentHostTable();
-    if (table == nullptr || table->GetService == nullptr) {
-        return;
-    }
-    using LogLine = void (*)(char const* utf8);
-    if (auto const log = reinterpret_cast<LogLine>(table->GetService(table->context, "log"))) {
-        log(line.c_str());
-    }
 }
 
 long FindSetting(KF_AddonSettings_Type type, KF_String& name)
@@ -128,9 +115,8 @@ bool KF_AddonSettings_Save(KF_AddonSettings_Type type)
             return false;
         }
         RefusedFlagOf(type) = false;
-        KF_CString const path = location.path.ToCStr(KF_String::Enc_UTF8);
-        TellHost(std::string("settings file could not be read and was kept as ") +
-                 (path.bytes != nullptr ? path.bytes : "") + kRefusedSuffix);
+        KF_String const line = "settings file could not be read and was kept as " + location.path + kRefusedSuffix;
+        KFHost::Log(line.ToUniString());
     }
     return detail::KF_File_ReplaceWhole(location, bytes.data(), bytes.size()) == 0;
 }

@@ -41,13 +41,8 @@ struct URLDownloadParams : detail::KF_CurlTransfer {
 // The host may shorten the limit (tests do); the product keeps 60 seconds.
 double DownloadLimit()
 {
-    if (char const* text = KFHost::GetSetting("download-limit")) {
-        char* end = nullptr;
-        double const seconds = std::strtod(text, &end);
-        if (end != text && seconds > 0.0)
-            return seconds;
-    }
-    return kDownloadLimitSeconds;
+    double const seconds = KFHost::DownloadTimeLimit();
+    return seconds > 0.0 ? seconds : kDownloadLimitSeconds;
 }
 
 int Send(URLDownloadParams* params, KF_URL_Message message, double progress)

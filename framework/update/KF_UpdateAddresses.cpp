@@ -13,7 +13,7 @@ namespace {
 // "http://server" without a trailing "/", or the null string without a host override.
 KF_String OverrideBase()
 {
-    char const* server = KFHost::GetSetting("update-server");
+    char const* server = KFHost::UpdateServer();
     if (server == nullptr || server[0] == 0)
         return KF_String();
     KF_String base(server);

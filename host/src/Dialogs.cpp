@@ -1,5 +1,8 @@
 #include "kfhost/Dialogs.hpp"
 
+#include "kfhost/Calls.hpp"
+#include "kfhost/Host.hpp"
+
 #include <algorithm>
 
 namespace kfhost {
@@ -79,7 +82,10 @@ std::int16_t DialogManager::Send(Dialog& dialog, std::int16_t message, std::int1
     if (!dialog.proc)
         return message == MsgClose ? item : std::int16_t(0);
     ++callDepth_;
-    const std::int16_t answer = dialog.proc(dialog.cookie, message, dialog.id, item, dialog.userData, msgData);
+    const std::int16_t answer =
+        dialog.owner ? CallAddOn(*dialog.owner, *dialog.owner->host, "dialog handler " + std::to_string(dialog.resID), std::int16_t(0),
+                                 [&] { return dialog.proc(dialog.cookie, message, dialog.id, item, dialog.userData, msgData); })
+                     : dialog.proc(dialog.cookie, message, dialog.id, item, dialog.userData, msgData);
     --callDepth_;
     return answer;
 }

@@ -169,8 +169,10 @@ KF_Err Enumerate(KF_HostContext* c, const KF_UChar* units, std::int32_t length, 
         const std::string full = (path.back() == '/' ? path : path + "/") + name;
         const bool isFolder = ::stat(full.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
         const std::u16string text = FromUTF8(name);
-        if (!proc(userData, reinterpret_cast<const KF_UChar*>(text.data()), std::int32_t(text.size()),
-                  isFolder ? 1 : 0))
+        if (!CallAddOn(Self(c), HostOf(c), "folder enumeration", std::int32_t(0), [&] {
+                return proc(userData, reinterpret_cast<const KF_UChar*>(text.data()), std::int32_t(text.size()),
+                            isFolder ? 1 : 0);
+            }))
             return KF_APIERR_CANCEL;
     }
     return KF_NOERROR;

@@ -1,6 +1,7 @@
 #include "kfhost/Host.hpp"
 
 #include "Services.hpp"
+#include "kfhost/Calls.hpp"
 #include "kfhost/Text.hpp"
 #include "kfsdk/Codes.hpp"
 
@@ -11,6 +12,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <cstdio>
 #include <cstdlib>
 
 extern char** environ;
@@ -18,6 +22,43 @@ extern char** environ;
 namespace kfhost {
 
 namespace fs = std::filesystem;
+
+namespace {
+
+std::string VersionText(unsigned major, unsigned minor) { return std::to_string(major) + "." + std::to_string(minor); }
+std::string HostVersionText() { return VersionText(KF_HOST_TABLE_MAJOR, KF_HOST_TABLE_MINOR); }
+
+// The record as far as this host knows it; fields the add-on's version lacks stay null.
+KF_AddOnEntry CopyEntry(const KF_AddOnEntry& record)
+{
+    KF_AddOnEntry entry{};
+    std::memcpy(&entry, &record, offsetof(KF_AddOnEntry, required)); // size and version: in every major
+    if (entry.version.major == KF_HOST_TABLE_MAJOR)
+        std::memcpy(&entry, &record, std::min<std::size_t>(entry.size, sizeof entry));
+    return entry;
+}
+
+// Why the host cannot run an add-on of this record, or nothing.
+std::string RefusedVersion(const KF_AddOnEntry& entry)
+{
+    const std::string theirs = VersionText(entry.version.major, entry.version.minor);
+    if (entry.version.major != KF_HOST_TABLE_MAJOR)
+        return "it was built for host table " + theirs + ", and this host offers table " + HostVersionText() +
+               ", of another major version: rebuild it against this host's sdk";
+    std::string missing;
+    for (std::int32_t i = 0; entry.required && i < entry.requiredCount; ++i)
+        if (entry.required[i].end > sizeof(KF_HostTable))
+            missing += (missing.empty() ? "" : ", ") + std::string(entry.required[i].name ? entry.required[i].name : "?");
+    if (!missing.empty())
+        return "it was built against host table " + theirs + " and needs " + missing + ", which this host's table " +
+               HostVersionText() + " does not have";
+    if (!entry.setHostTable || !entry.checkEnvironment || !entry.registerInterface || !entry.initialize ||
+        !entry.freeData)
+        return "its " KF_ADDON_ENTRY_SYMBOL " lacks an entry point";
+    return {};
+}
+
+} // namespace
 
 std::filesystem::path DefaultFrameworkFolder()
 {
@@ -27,6 +68,8 @@ std::filesystem::path DefaultFrameworkFolder()
         return fs::path(home) / ".local" / "share" / "kfhost" / "framework";
     return fs::temp_directory_path() / "kfhost" / "framework";
 }
+
+std::string AddOn::Label() const { return name.empty() ? bundlePath.filename().string() : name; }
 
 bool AddOn::Serves(std::uint32_t cmd, std::int32_t version) const
 {
@@ -112,7 +155,7 @@ void Host::FillTable(AddOn& addOn)
     KF_HostTable& t = addOn.table;
     t = KF_HostTable{};
     t.size = sizeof(KF_HostTable);
-    t.version = KF_HOST_TABLE_VERSION;
+    t.version = KF_Version{KF_HOST_TABLE_MAJOR, KF_HOST_TABLE_MINOR};
     t.context = reinterpret_cast<KF_HostContext*>(&addOn);
     detail::FillAddOnEntries(t);
     detail::FillDialogEntries(t);
@@ -121,6 +164,7 @@ void Host::FillTable(AddOn& addOn)
     detail::FillLibraryEntries(t);
     detail::FillProjectEntries(t);
     detail::FillRenderingEntries(t);
+    detail::GuardEntries(t);
 }
 
 AddOn* Host::FromContext(KF_HostContext* context)
@@ -192,18 +236,22 @@ LoadResult Host::Load(std::unique_ptr<AddOn> owned)
         transcript_.Add("refused " + path.string() + ": " + reason);
         return LoadResult{path, nullptr, reason};
     };
-    using kfsdk::HexCode;
+    const KF_AddOnEntry& entry = a.entry;
+    if (const std::string why = RefusedVersion(entry); !why.empty())
+        return refuse(why);
 
-    if (const KF_Err err = a.entry.setHostTable(&a.table); err != 0)
-        return refuse("it refused host table version " + std::to_string(KF_HOST_TABLE_VERSION) + " (code " +
-                      HexCode(err) + ")");
+    if (const KF_Err err = CallAddOnForCode(a, *this, "SetHostTable", [&] { return entry.setHostTable(&a.table); });
+        err != 0)
+        return refuse("it refused host table " + VersionText(KF_HOST_TABLE_MAJOR, KF_HOST_TABLE_MINOR) + " (" +
+                      ErrorText(err) + ")");
     KF_EnvirRecord envir{};
     envir.serverInfo.serverApplication = config_.serverApplication;
     envir.serverInfo.mainVersion = config_.release;
     envir.serverInfo.releaseVersion = 0;
     envir.serverInfo.buildNum = kBuildNumber;
     envir.serverInfo.platform = kPlatform;
-    const std::int32_t type = a.entry.checkEnvironment(&envir);
+    const std::int32_t type =
+        CallAddOn(a, *this, "CheckEnvironment", std::int32_t(0), [&] { return entry.checkEnvironment(&envir); });
     a.name = ToUTF8(std::u16string_view(reinterpret_cast<const char16_t*>(envir.name),
                                         std::size_t(std::clamp(envir.nameLength, 0, KF_ENVIR_NAME_MAX))));
     a.description = ToUTF8(std::u16string_view(
@@ -211,11 +259,12 @@ LoadResult Host::Load(std::unique_ptr<AddOn> owned)
         std::size_t(std::clamp(envir.descriptionLength, 0, KF_ENVIR_DESCRIPTION_MAX))));
     if (type == 0)
         return refuse("its environment check answered 0 (it does not register in this host)");
-    if (const KF_Err err = a.entry.registerInterface(); err != 0)
-        return refuse("RegisterInterface answered " + HexCode(err));
-    if (const KF_Err err = a.entry.initialize(&a); err != 0) {
-        a.entry.freeData();
-        return refuse("Initialize answered " + HexCode(err));
+    if (const KF_Err err = CallAddOnForCode(a, *this, "RegisterInterface", [&] { return entry.registerInterface(); });
+        err != 0)
+        return refuse("RegisterInterface answered " + ErrorText(err));
+    if (const KF_Err err = CallAddOnForCode(a, *this, "Initialize", [&] { return entry.initialize(&a); }); err != 0) {
+        CallAddOnForCode(a, *this, "FreeData", [&] { return entry.freeData(); });
+        return refuse("Initialize answered " + ErrorText(err));
     }
     a.initialized = true;
     transcript_.Add("loaded " + Quote(a.name) + " from " + path.string());
@@ -249,20 +298,18 @@ LoadResult Host::LoadBundle(const fs::path& bundle)
         const char* error = ::dlerror();
         return refuse(std::string("cannot be loaded: ") + (error ? error : "unknown error"));
     }
-    const std::pair<const char*, void**> symbols[] = {
-        {KF_ADDON_SYMBOL_SETHOSTTABLE, reinterpret_cast<void**>(&addOn->entry.setHostTable)},
-        {KF_ADDON_SYMBOL_CHECKENVIRONMENT, reinterpret_cast<void**>(&addOn->entry.checkEnvironment)},
-        {KF_ADDON_SYMBOL_REGISTERINTERFACE, reinterpret_cast<void**>(&addOn->entry.registerInterface)},
-        {KF_ADDON_SYMBOL_INITIALIZE, reinterpret_cast<void**>(&addOn->entry.initialize)},
-        {KF_ADDON_SYMBOL_FREEDATA, reinterpret_cast<void**>(&addOn->entry.freeData)},
-    };
-    for (const auto& [symbol, slot] : symbols) {
-        *slot = ::dlsym(addOn->library, symbol);
-        if (!*slot) {
-            ::dlclose(addOn->library);
-            return refuse(std::string("missing symbol ") + symbol);
-        }
+    const void* record = ::dlsym(addOn->library, KF_ADDON_ENTRY_SYMBOL);
+    if (!record) {
+        // The loose entry points of table 1 had no version of their own to check.
+        const bool tableOne = ::dlsym(addOn->library, "KFAddOn_SetHostTable") != nullptr;
+        ::dlclose(addOn->library);
+        const std::string rebuild = "rebuild it against this host's sdk (host table " + HostVersionText() +
+                                    ") with kf_add_addon(), which exports " KF_ADDON_ENTRY_SYMBOL;
+        return refuse(tableOne ? "it was built for host table 1 (five loose entry symbols, no " KF_ADDON_ENTRY_SYMBOL
+                                 "): " + rebuild
+                               : "it exports no " KF_ADDON_ENTRY_SYMBOL ": " + rebuild);
     }
+    addOn->entry = CopyEntry(*static_cast<const KF_AddOnEntry*>(record));
     return Load(std::move(addOn));
 }
 
@@ -296,14 +343,11 @@ std::vector<LoadResult> Host::LoadAddOnsFolder(const fs::path& folder)
     return LoadBundles(std::move(bundles));
 }
 
-LoadResult Host::LoadInProcess(const AddOnEntryPoints& entry, ResourceModule resources, const fs::path& bundlePath)
+LoadResult Host::LoadInProcess(const KF_AddOnEntry& entry, ResourceModule resources, const fs::path& bundlePath)
 {
-    if (!entry.setHostTable || !entry.checkEnvironment || !entry.registerInterface || !entry.initialize ||
-        !entry.freeData)
-        return LoadResult{bundlePath, nullptr, "an entry point is missing"};
     auto addOn = std::make_unique<AddOn>();
     addOn->bundlePath = bundlePath;
-    addOn->entry = entry;
+    addOn->entry = CopyEntry(entry);
     addOn->resources = std::move(resources);
     return Load(std::move(addOn));
 }
@@ -322,18 +366,35 @@ AddOn& Host::Attach(ResourceModule resources, const fs::path& bundlePath)
     return *addOns_.back();
 }
 
+void Host::Unload(AddOn& a)
+{
+    dialogs_.CloseAllOf(a);
+    if (a.initialized && a.entry.freeData)
+        CallAddOnForCode(a, *this, "FreeData", [&] { return a.entry.freeData(); });
+    Forget(a);
+    if (a.library)
+        ::dlclose(a.library);
+    std::erase_if(addOns_, [&](const std::unique_ptr<AddOn>& p) { return p.get() == &a; });
+}
+
 void Host::UnloadAll()
 {
-    while (!addOns_.empty()) {
-        AddOn& a = *addOns_.back();
-        dialogs_.CloseAllOf(a);
-        if (a.initialized && a.entry.freeData)
-            a.entry.freeData();
-        Forget(a);
-        if (a.library)
-            ::dlclose(a.library);
-        addOns_.pop_back();
+    while (!addOns_.empty())
+        Unload(*addOns_.back());
+}
+
+std::vector<LoadResult> Host::ReloadBundles()
+{
+    std::vector<fs::path> bundles;
+    for (auto it = addOns_.rbegin(); it != addOns_.rend();) {
+        AddOn& a = **it++;
+        if (!a.library)
+            continue;
+        bundles.push_back(a.bundlePath);
+        Unload(a); // the erase leaves the reverse iterator on the next older add-on
     }
+    transcript_.Add("reloading " + std::to_string(bundles.size()) + " bundle(s)");
+    return LoadBundles(std::move(bundles));
 }
 
 std::int32_t Host::MenuCommand(std::int16_t menuResID, std::int32_t itemIndex, bool requireRegistered,
@@ -357,18 +418,22 @@ std::int32_t Host::MenuCommand(std::int16_t menuResID, std::int32_t itemIndex, b
         return refuse("menu " + std::to_string(menuResID) + " is not registered");
     }
     const MenuHandler* handler = nullptr;
+    AddOn* owner = nullptr;
     for (auto& a : addOns_) {
         if (!a->initialized || (target && a.get() != target))
             continue;
         if (const auto it = a->menuHandlers.find(menuResID); it != a->menuHandlers.end()) {
             handler = &it->second;
+            owner = a.get();
             break;
         }
     }
     if (!handler)
         return refuse("no handler is installed for menu " + std::to_string(menuResID));
     const MenuHandler call = *handler; // the handler may install others meanwhile
-    return call.proc(call.cookie, menuResID, itemIndex);
+    return CallAddOnForCode(*owner, *this,
+                            "menu handler " + std::to_string(menuResID) + " item " + std::to_string(itemIndex),
+                            [&] { return call.proc(call.cookie, menuResID, itemIndex); });
 }
 
 std::int32_t Host::ModuleCommand(std::uint32_t cmd, std::int32_t version, const ModuleID* target, void* params,
@@ -390,7 +455,8 @@ std::int32_t Host::ModuleCommand(std::uint32_t cmd, std::int32_t version, const 
         if (it == a->commandHandlers.end())
             continue;
         const CommandHandler call = it->second;
-        return call.proc(call.cookie, params, resultData, silent ? 1 : 0);
+        return CallAddOnForCode(*a, *this, "module command " + Quote(FourCCText(cmd)) + " version " + std::to_string(version),
+                                [&] { return call.proc(call.cookie, params, resultData, silent ? 1 : 0); });
     }
     const std::string name = Quote(FourCCText(cmd)) + " version " + std::to_string(version);
     if (!known)

@@ -1,6 +1,7 @@
 // Internal: the parts of the host table, each filled by the file that serves it.
 #pragma once
 
+#include "kfhost/Calls.hpp"
 #include "kfhost/Host.hpp"
 #include "kfsdk/HostTable.h"
 
@@ -23,5 +24,7 @@ void FillSystemEntries(KF_HostTable& table);    // run loop, launching, settings
 void FillLibraryEntries(KF_HostTable& table);   // libraries and library parts
 void FillProjectEntries(KF_HostTable& table);   // project information
 void FillRenderingEntries(KF_HostTable& table); // rendering engines
+// Wraps every filled entry in its guard (see EntryGuards.cpp); done last.
+void GuardEntries(KF_HostTable& table);
 
 } // namespace kfhost::detail

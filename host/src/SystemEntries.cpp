@@ -1,5 +1,10 @@
 // Table entries of the main run loop, launching, host settings and optional services.
 #include "Services.hpp"
+#include "kfhost/Calls.hpp"
+#include "kfhost/Text.hpp"
+
+#include <cstdlib>
+#include <string_view>
 
 namespace kfhost::detail {
 namespace {
@@ -9,9 +14,10 @@ std::int64_t AddTimer(KF_HostContext* c, double seconds, KF_TimerProc proc, void
     if (!proc)
         return 0;
     AddOn* self = &Self(c);
-    const std::int64_t id = HostOf(c).Loop().AddTimer(seconds, [self, proc, cookie, userData](std::int64_t timer) {
+    Host* host = &HostOf(c);
+    const std::int64_t id = host->Loop().AddTimer(seconds, [self, host, proc, cookie, userData](std::int64_t timer) {
         self->timers.erase(timer);
-        proc(cookie, timer, userData);
+        CallAddOn(*self, *host, "run-loop timer", [&] { proc(cookie, timer, userData); });
     });
     self->timers.insert(id);
     return id;
@@ -29,9 +35,10 @@ std::int64_t AddWatch(KF_HostContext* c, std::int32_t fd, std::uint32_t events, 
     if (!proc || fd < 0)
         return 0;
     AddOn* self = &Self(c);
-    const std::int64_t id = HostOf(c).Loop().AddWatch(
-        fd, events, [proc, cookie, userData](std::int64_t watch, int readyFd, std::uint32_t ready) {
-            proc(cookie, watch, readyFd, ready, userData);
+    Host* host = &HostOf(c);
+    const std::int64_t id = host->Loop().AddWatch(
+        fd, events, [self, host, proc, cookie, userData](std::int64_t watch, int readyFd, std::uint32_t ready) {
+            CallAddOn(*self, *host, "run-loop watch", [&] { proc(cookie, watch, readyFd, ready, userData); });
         });
     // An earlier watch of this fd was replaced; its stale id stays harmless in the set.
     self->watches.insert(id);
@@ -56,9 +63,65 @@ KF_Err SpawnDetached(KF_HostContext* c, const char* const* argv)
     return HostOf(c).Spawn(args);
 }
 
-const char* GetSetting(KF_HostContext* c, const char* key) { return key ? HostOf(c).Setting(key) : nullptr; }
+// The services' functions are entries too: guarded the same way.
+template <typename R, typename F>
+R Served(KF_HostContext* c, const char* name, R onException, F&& fn) noexcept
+{
+    HostEntry scope(name);
+    try {
+        return fn();
+    } catch (...) {
+        ReportException(HostOf(c), nullptr, name);
+        return onException;
+    }
+}
 
-void* GetService(KF_HostContext*, const char*) { return nullptr; }
+void WriteLog(KF_HostContext* c, const KF_UChar* text, std::int32_t length) noexcept
+{
+    Served(c, "log Write", 0, [&] {
+        HostOf(c).Log().Add(Quote(Self(c).Label()) + ": " + ToUTF8(Text(text, length)));
+        return 0;
+    });
+}
+
+const char* UpdateServer(KF_HostContext* c) noexcept
+{
+    return Served(c, "update Server", static_cast<const char*>(nullptr),
+                  [&] { return HostOf(c).Setting("update-server"); });
+}
+
+double DownloadTimeLimit(KF_HostContext* c) noexcept
+{
+    return Served(c, "update DownloadTimeLimit", 0.0, [&] {
+        const char* text = HostOf(c).Setting("download-limit");
+        if (!text)
+            return 0.0;
+        char* end = nullptr;
+        const double seconds = std::strtod(text, &end);
+        return end != text && seconds > 0.0 ? seconds : 0.0;
+    });
+}
+
+constexpr KF_LogService kLog{sizeof(KF_LogService), &WriteLog};
+constexpr KF_UpdateService kUpdate{sizeof(KF_UpdateService), &UpdateServer, &DownloadTimeLimit};
+
+const void* GetService(KF_HostContext*, const char* name)
+{
+    if (!name)
+        return nullptr;
+    const std::string_view wanted = name;
+    if (wanted == KF_SERVICE_LOG)
+        return &kLog;
+    if (wanted == KF_SERVICE_UPDATE)
+        return &kUpdate;
+    return nullptr;
+}
+
+void ReportAddOnException(KF_HostContext* c, const char* call, const char* what)
+{
+    HostOf(c).Log().Add("exception from " + Quote(Self(c).Label()) + " in " + std::string(call ? call : "a call") +
+                        ": " + std::string(what ? what : "(not described)"));
+}
 
 } // namespace
 
@@ -70,8 +133,8 @@ void FillSystemEntries(KF_HostTable& t)
     t.RemoveWatch = RemoveWatch;
     t.Now = Now;
     t.SpawnDetached = SpawnDetached;
-    t.GetSetting = GetSetting;
     t.GetService = GetService;
+    t.ReportException = ReportAddOnException;
 }
 
 } // namespace kfhost::detail

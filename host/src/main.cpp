@@ -1,4 +1,5 @@
 // kfhost: loads add-on bundles and runs them headless from a script, or with real windows.
+#include "kfhost/Calls.hpp"
 #include "kfhost/Host.hpp"
 #include "kfhost/script/Runner.hpp"
 #include "kfhost/validate/Validate.hpp"
@@ -61,7 +62,17 @@ int main(int argc, char** argv)
                    "with --gui: play --script against the windows, save a PNG of each dialog it passes "
                    "in this folder, then exit")
         ->excludes("--headless");
-    CLI11_PARSE(app, argc, argv);
+    unsigned timeout = 0;
+    bool verbose = false;
+    app.add_option("--timeout", timeout,
+                   "end kfhost when a call into an add-on has not returned within SECONDS (0: never; default "
+                   "60 with --script headless, none with windows)");
+    app.add_flag("-v,--verbose", verbose, "print each call into an add-on on stderr as it is made");
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& e) {
+        return app.exit(e) == 0 ? 0 : 2; // --help is no error; every bad command line is 2
+    }
 
     config.textEncoding = encoding == "macroman" ? KF_TEXTENC_MACROMAN : KF_TEXTENC_UTF8;
     config.frameworkFolder = frameworkFolder;
@@ -110,6 +121,13 @@ int main(int argc, char** argv)
             scriptText.assign(std::istreambuf_iterator<char>(in), {});
         }
     }
+
+#ifndef KFHOST_WITH_QT
+    const bool windows = false;
+#endif
+    const bool timeoutGiven = app.count("--timeout") > 0;
+    kfhost::InstallCallReports();
+    kfhost::SetCallWatch({timeoutGiven ? timeout : (!windows && !script.empty() ? 60u : 0u), verbose});
 
     kfhost::Host host(config);
     host.Log().Echo(&std::cout);

@@ -1,6 +1,6 @@
-// The entry points an add-on defines. The sdk's linkage (linked into every bundle) exports thin
-// wrappers of them, KFAddOn_CheckEnvironment and the like (see kfsdk/HostTable.h), together with
-// KFAddOn_SetHostTable; everything else in an add-on is hidden.
+// The entry points an add-on defines. The sdk's linkage (linked into every bundle) exports them in
+// one record, KFAddOn_Entry (see kfsdk/HostTable.h), with the table version the add-on was built
+// against; everything else in an add-on is hidden.
 #pragma once
 
 #include "ACAPI.hpp"

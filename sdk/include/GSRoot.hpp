@@ -47,4 +47,5 @@ constexpr GSErrCode APIERR_MODULNOTINSTALLED = HostErr(0x81060004u); // no add-o
 constexpr GSErrCode APIERR_MODULCMDNOTSUPPORTED = HostErr(0x81060005u);
 constexpr GSErrCode APIERR_NOTSUPPORTED = HostErr(0x81060006u); // a host service this host does not offer
 constexpr GSErrCode APIERR_CANCEL = HostErr(0x81060007u);
+constexpr GSErrCode APIERR_MEMFULL = HostErr(0x81060008u); // out of memory (an escaping std::bad_alloc)
 constexpr GSErrCode APIERR_MISSINGDEF = GSErrCode(-7003);      // library part known by name, definition missing

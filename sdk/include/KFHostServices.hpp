@@ -3,6 +3,7 @@
 #pragma once
 
 #include "GSRoot.hpp"
+#include "GSUniString.hpp"
 
 namespace KFHost {
 
@@ -10,8 +11,14 @@ namespace KFHost {
 // The host records the request; it really starts the program only when configured to launch.
 GSErrCode SpawnDetached(const char* const* argv);
 
-// A configuration value of the host by key (for example "update-server", "download-limit"),
-// or null when the host has none. The text stays valid while the add-on is loaded.
-const char* GetSetting(const char* key);
+// The update server the host points the update check at ("host:port" or a URL), or null when it
+// names none. The text stays valid while the add-on is loaded.
+const char* UpdateServer();
+// The seconds the host allows one download, or 0 when it sets no limit of its own.
+double DownloadTimeLimit();
+
+// Writes a line into the host's log (its transcript, and the log pane of its windows); false when
+// the host has no log.
+bool Log(const GS::UniString& line);
 
 } // namespace KFHost

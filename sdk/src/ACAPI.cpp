@@ -11,23 +11,31 @@ using kfsdk::detail::Length;
 using kfsdk::detail::UniOut;
 using kfsdk::detail::Units;
 
-KF_Err MenuTrampoline(void* cookie, std::int16_t menuResID, std::int32_t itemIndex)
+using kfsdk::detail::ShieldErr;
+
+KF_Err MenuTrampoline(void* cookie, std::int16_t menuResID, std::int32_t itemIndex) noexcept
 {
-    API_MenuParams params;
-    params.menuItemRef.menuResID = menuResID;
-    params.menuItemRef.itemIndex = itemIndex;
-    return reinterpret_cast<APIMenuCommandProc*>(cookie)(&params);
+    return ShieldErr("menu handler", [&] {
+        API_MenuParams params;
+        params.menuItemRef.menuResID = menuResID;
+        params.menuItemRef.itemIndex = itemIndex;
+        return reinterpret_cast<APIMenuCommandProc*>(cookie)(&params);
+    });
 }
 
-KF_Err CommandTrampoline(void* cookie, void* params, char* resultData, std::int32_t silent)
+KF_Err CommandTrampoline(void* cookie, void* params, char* resultData, std::int32_t silent) noexcept
 {
-    return reinterpret_cast<APIModulCommandProc*>(cookie)(static_cast<GSHandle>(params), resultData, silent != 0);
+    return ShieldErr("module command", [&] {
+        return reinterpret_cast<APIModulCommandProc*>(cookie)(static_cast<GSHandle>(params), resultData, silent != 0);
+    });
 }
 
-KF_Err PaletteTrampoline(void* cookie, std::int32_t referenceID, std::int32_t messageID, std::int64_t param)
+KF_Err PaletteTrampoline(void* cookie, std::int32_t referenceID, std::int32_t messageID, std::int64_t param) noexcept
 {
-    const auto proc = reinterpret_cast<APIPaletteControlCallBackProc*>(cookie);
-    return proc ? proc(referenceID, messageID, param) : NoError;
+    return ShieldErr("palette handler", [&] {
+        const auto proc = reinterpret_cast<APIPaletteControlCallBackProc*>(cookie);
+        return proc ? proc(referenceID, messageID, param) : NoError;
+    });
 }
 
 KF_ModulID ToHost(const API_ModulID& id) { return KF_ModulID{id.developerID, id.localID}; }
@@ -36,10 +44,13 @@ KF_ModulID ToHost(const API_ModulID& id) { return KF_ModulID{id.developerID, id.
 struct LocationList {
     std::vector<GS::UniString> paths;
     KF_StringOut out{&LocationList::Sink, this};
-    static void Sink(void* self, const KF_UChar* units, std::int32_t length)
+    static void Sink(void* self, const KF_UChar* units, std::int32_t length) noexcept
     {
-        static_cast<LocationList*>(self)->paths.emplace_back(reinterpret_cast<const GS::uchar_t*>(units),
-                                                             USize(length < 0 ? 0 : length));
+        kfsdk::detail::Shield("a list answer", false, [&] {
+            static_cast<LocationList*>(self)->paths.emplace_back(reinterpret_cast<const GS::uchar_t*>(units),
+                                                                 USize(length < 0 ? 0 : length));
+            return true;
+        });
     }
 };
 

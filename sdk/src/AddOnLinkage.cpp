@@ -1,13 +1,13 @@
-// The symbols a bundle exports: thin wrappers around the add-on's entry points. Linked into every
-// add-on as an object library, so that nothing here depends on being referenced.
+// The one symbol a bundle exports: its table version and thin wrappers around its entry points.
+// Linked into every add-on as an object library, so that nothing here depends on being referenced.
 #include "AddOnLinkage.hpp"
-#include "kfsdk/HostTable.h"
+#include "SdkDetail.hpp"
 
 #include <algorithm>
 
-#define KF_EXPORT extern "C" __attribute__((visibility("default")))
-
 namespace {
+
+using kfsdk::detail::ShieldErr;
 
 template <std::size_t N>
 std::int32_t CopyText(const GS::UniString& text, KF_UChar (&into)[N])
@@ -17,47 +17,56 @@ std::int32_t CopyText(const GS::UniString& text, KF_UChar (&into)[N])
     return std::int32_t(count);
 }
 
-} // namespace
-
-KF_EXPORT KF_Err KFAddOn_SetHostTable(const KF_HostTable* table)
+KF_Err SetHostTable(const KF_HostTable* table) noexcept
 {
     return table ? kfsdk::InstallHostTable(table) : KF_APIERR_BADPARS;
 }
 
-KF_EXPORT std::int32_t KFAddOn_CheckEnvironment(KF_EnvirRecord* record)
+std::int32_t CheckEnvironmentEntry(KF_EnvirRecord* record) noexcept
 {
     if (!kfsdk::CurrentHostTable() || !record)
         return 0;
-    API_EnvirParams envir;
-    envir.serverInfo.serverApplication = record->serverInfo.serverApplication;
-    envir.serverInfo.mainVersion = record->serverInfo.mainVersion;
-    envir.serverInfo.releaseVersion = record->serverInfo.releaseVersion;
-    envir.serverInfo.buildNum = record->serverInfo.buildNum;
-    envir.serverInfo.platform = record->serverInfo.platform;
-    const API_AddonType type = CheckEnvironment(&envir);
-    record->nameLength = CopyText(envir.addOnInfo.name, record->name);
-    record->descriptionLength = CopyText(envir.addOnInfo.description, record->description);
-    return std::int32_t(type);
+    return kfsdk::detail::Shield("CheckEnvironment", std::int32_t(0), [&] {
+        API_EnvirParams envir;
+        envir.serverInfo.serverApplication = record->serverInfo.serverApplication;
+        envir.serverInfo.mainVersion = record->serverInfo.mainVersion;
+        envir.serverInfo.releaseVersion = record->serverInfo.releaseVersion;
+        envir.serverInfo.buildNum = record->serverInfo.buildNum;
+        envir.serverInfo.platform = record->serverInfo.platform;
+        const API_AddonType type = CheckEnvironment(&envir);
+        record->nameLength = CopyText(envir.addOnInfo.name, record->name);
+        record->descriptionLength = CopyText(envir.addOnInfo.description, record->description);
+        return std::int32_t(type);
+    });
 }
 
-KF_EXPORT KF_Err KFAddOn_RegisterInterface()
+KF_Err RegisterInterfaceEntry() noexcept
 {
-    return kfsdk::CurrentHostTable() ? RegisterInterface() : APIERR_GENERAL;
+    if (!kfsdk::CurrentHostTable())
+        return APIERR_GENERAL;
+    return ShieldErr("RegisterInterface", [] { return RegisterInterface(); });
 }
 
-KF_EXPORT KF_Err KFAddOn_Initialize(void* client)
+KF_Err InitializeEntry(void* client) noexcept
 {
     if (!kfsdk::CurrentHostTable())
         return APIERR_GENERAL;
     kfsdk::SetClientPointer(client);
-    return Initialize();
+    return ShieldErr("Initialize", [] { return Initialize(); });
 }
 
-KF_EXPORT KF_Err KFAddOn_FreeData()
+KF_Err FreeDataEntry() noexcept
 {
     if (!kfsdk::CurrentHostTable())
         return APIERR_GENERAL;
-    const GSErrCode err = FreeData();
+    const KF_Err err = ShieldErr("FreeData", [] { return FreeData(); });
     kfsdk::SetClientPointer(nullptr);
     return err;
 }
+
+} // namespace
+
+// The sdk needs no entry beyond 2.0: it tests each later one for null before calling it.
+extern "C" __attribute__((visibility("default"))) const KF_AddOnEntry KFAddOn_Entry = {
+    sizeof(KF_AddOnEntry), {KF_HOST_TABLE_MAJOR, KF_HOST_TABLE_MINOR}, nullptr, 0, &SetHostTable,
+    &CheckEnvironmentEntry, &RegisterInterfaceEntry, &InitializeEntry, &FreeDataEntry};

@@ -10,10 +10,12 @@ using kfsdk::detail::UniOut;
 using kfsdk::detail::Units;
 
 std::int16_t DialogTrampoline(void* cookie, std::int16_t message, std::int16_t dialID, std::int16_t item,
-                              std::int64_t userData, std::int64_t msgData)
+                              std::int64_t userData, std::int64_t msgData) noexcept
 {
-    const auto callback = reinterpret_cast<DGDialCallBack>(cookie);
-    return callback ? callback(message, dialID, item, userData, msgData) : std::int16_t(0);
+    return kfsdk::detail::Shield("dialog handler", std::int16_t(0), [&] {
+        const auto callback = reinterpret_cast<DGDialCallBack>(cookie);
+        return callback ? callback(message, dialID, item, userData, msgData) : std::int16_t(0);
+    });
 }
 
 void* Cookie(DGDialCallBack callback) { return reinterpret_cast<void*>(callback); }

@@ -97,88 +97,12 @@ std::size_t UniString::Hash() const
     return h;
 }
 
-namespace {
-
-constexpr uchar_t kReplacement = 0xFFFD;
-
-// Length of the well-formed sequence that starts at p (1 to 4), or 0 when the bytes there are not
-// the start of one; bad tells how many bytes make up the maximal ill-formed subpart.
-int DecodeOne(const unsigned char* p, const unsigned char* end, char32_t& cp, int& bad)
-{
-    unsigned char const b0 = p[0];
-    bad = 1;
-    if (b0 < 0x80) {
-        cp = b0;
-        return 1;
-    }
-    int need = 0;
-    unsigned char lo = 0x80;
-    unsigned char hi = 0xBF;
-    if (b0 >= 0xC2 && b0 <= 0xDF) {
-        need = 1;
-        cp = b0 & 0x1F;
-    } else if (b0 >= 0xE0 && b0 <= 0xEF) {
-        need = 2;
-        cp = b0 & 0x0F;
-        if (b0 == 0xE0) {
-            lo = 0xA0;
-        } else if (b0 == 0xED) {
-            hi = 0x9F;
-        }
-    } else if (b0 >= 0xF0 && b0 <= 0xF4) {
-        need = 3;
-        cp = b0 & 0x07;
-        if (b0 == 0xF0) {
-            lo = 0x90;
-        } else if (b0 == 0xF4) {
-            hi = 0x8F;
-        }
-    } else {
-        return 0;
-    }
-    for (int i = 1; i <= need; ++i) {
-        if (p + i >= end) {
-            return 0;
-        }
-        unsigned char const b = p[i];
-        if (b < lo || b > hi) {
-            return 0;
-        }
-        lo = 0x80;
-        hi = 0xBF;
-        cp = (cp << 6) | (b & 0x3F);
-        bad = i + 1;
-    }
-    return need + 1;
-}
-
-} // namespace
-
 UniString UniString::FromUTF8(std::string_view utf8)
 {
     UniString result;
     result.units_.clear();
     result.units_.reserve(utf8.size() + 1);
-    auto const* p = reinterpret_cast<const unsigned char*>(utf8.data());
-    auto const* const end = p + utf8.size();
-    while (p < end) {
-        char32_t cp = 0;
-        int bad = 1;
-        int const n = DecodeOne(p, end, cp, bad);
-        if (n == 0) {
-            result.units_.push_back(kReplacement);
-            p += bad;
-            continue;
-        }
-        if (cp >= 0x10000) {
-            cp -= 0x10000;
-            result.units_.push_back(uchar_t(0xD800 + (cp >> 10)));
-            result.units_.push_back(uchar_t(0xDC00 + (cp & 0x3FF)));
-        } else {
-            result.units_.push_back(uchar_t(cp));
-        }
-        p += n;
-    }
+    kfsdk::AppendUTF8AsUTF16(utf8, result.units_);
     result.units_.push_back(0);
     return result;
 }

@@ -9,14 +9,20 @@
 namespace MainLoop {
 namespace {
 
-void TimerTrampoline(void* cookie, std::int64_t timer, void* userData)
+void TimerTrampoline(void* cookie, std::int64_t timer, void* userData) noexcept
 {
-    reinterpret_cast<TimerProc>(cookie)(timer, userData);
+    kfsdk::detail::Shield("run-loop timer", false, [&] {
+        reinterpret_cast<TimerProc>(cookie)(timer, userData);
+        return true;
+    });
 }
 
-void WatchTrampoline(void* cookie, std::int64_t watch, std::int32_t fd, std::uint32_t events, void* userData)
+void WatchTrampoline(void* cookie, std::int64_t watch, std::int32_t fd, std::uint32_t events, void* userData) noexcept
 {
-    reinterpret_cast<WatchProc>(cookie)(watch, fd, events, userData);
+    kfsdk::detail::Shield("run-loop watch", false, [&] {
+        reinterpret_cast<WatchProc>(cookie)(watch, fd, events, userData);
+        return true;
+    });
 }
 
 } // namespace
@@ -58,11 +64,33 @@ GSErrCode SpawnDetached(const char* const* argv)
     return KFSDK_CALL(SpawnDetached, APIERR_GENERAL, argv);
 }
 
-const char* GetSetting(const char* key)
+namespace {
+const KF_UpdateService* Update()
 {
-    if (!key)
-        return nullptr;
-    return KFSDK_CALL(GetSetting, static_cast<const char*>(nullptr), key);
+    const auto* service = static_cast<const KF_UpdateService*>(kfsdk::HostService(KF_SERVICE_UPDATE));
+    return service && service->size >= sizeof(KF_UpdateService) ? service : nullptr;
+}
+} // namespace
+
+const char* UpdateServer()
+{
+    const KF_UpdateService* update = Update();
+    return update && update->Server ? update->Server(kfsdk::detail::Context()) : nullptr;
+}
+
+double DownloadTimeLimit()
+{
+    const KF_UpdateService* update = Update();
+    return update && update->DownloadTimeLimit ? update->DownloadTimeLimit(kfsdk::detail::Context()) : 0.0;
+}
+
+bool Log(const GS::UniString& line)
+{
+    const auto* log = static_cast<const KF_LogService*>(kfsdk::HostService(KF_SERVICE_LOG));
+    if (!log || log->size < sizeof(KF_LogService) || !log->Write)
+        return false;
+    log->Write(kfsdk::detail::Context(), kfsdk::detail::Units(line), kfsdk::detail::Length(line));
+    return true;
 }
 
 } // namespace KFHost

@@ -2,7 +2,8 @@
 #pragma once
 
 #include "GSUniString.hpp"
-#include "kfsdk/HostTable.h"
+#include "kfsdk/ExceptionText.hpp"
+#include "kfsdk/HostLink.hpp"
 
 #include <cstddef>
 #include <string>
@@ -13,6 +14,34 @@ namespace kfsdk::detail {
 // The table, or null before the host has handed it over.
 const KF_HostTable* Table();
 inline KF_HostContext* Context() { return Table()->context; }
+
+// Tells the host of the exception being handled, caught where call entered the add-on.
+void ReportException(const char* call) noexcept;
+
+// Runs fn where a host callback enters the add-on: an exception stops here, is reported to the host
+// and becomes onException.
+template <typename R, typename F>
+R Shield(const char* call, R onException, F&& fn) noexcept
+{
+    try {
+        return fn();
+    } catch (...) {
+        ReportException(call);
+        return onException;
+    }
+}
+
+// The same for calls that answer a host error code: the exception becomes the code of its kind.
+template <typename F>
+KF_Err ShieldErr(const char* call, F&& fn) noexcept
+{
+    try {
+        return fn();
+    } catch (...) {
+        ReportException(call);
+        return ErrorOfCurrentException();
+    }
+}
 
 // Collects one answer of the host into a GS::UniString.
 struct UniOut {
@@ -25,11 +54,13 @@ struct UniOut {
     UniOut& operator=(const UniOut&) = delete;
     const KF_StringOut* Out() const { return &out; }
 
-    static void Sink(void* self, const KF_UChar* units, std::int32_t length)
+    static void Sink(void* self, const KF_UChar* units, std::int32_t length) noexcept
     {
         auto* me = static_cast<UniOut*>(self);
-        me->value = GS::UniString(reinterpret_cast<const GS::uchar_t*>(units), USize(length < 0 ? 0 : length));
-        me->answered = true;
+        me->answered = Shield("a text answer", false, [&] {
+            me->value = GS::UniString(reinterpret_cast<const GS::uchar_t*>(units), USize(length < 0 ? 0 : length));
+            return true;
+        });
     }
 };
 

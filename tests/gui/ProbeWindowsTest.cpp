@@ -15,12 +15,14 @@
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QMenu>
+#include <QMenuBar>
 #include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QTest>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 
 namespace {
@@ -243,6 +245,28 @@ TEST_F(ProbeWindows, ScriptClicksGoToTheWidgetsAndRefusalsAreTheHeadlessOnes)
     EXPECT_EQ(script.Failures()[0], "gui.kfs:4: click 1: item 1 is disabled");
     EXPECT_TRUE(Logged(host, "> select 3 3"));
     EXPECT_TRUE(Logged(host, "closed 32600 with 2"));
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(ProbeWindows, ReloadAddOnsLoadsTheBundleAgainAndRebuildsItsMenu)
+{
+    QMenu* hostMenu = session.Window().menuBar()->findChild<QMenu*>("hostMenu");
+    ASSERT_NE(hostMenu, nullptr);
+    emit hostMenu->aboutToShow();
+    QAction* reload = hostMenu->findChild<QAction*>("reloadAddOns");
+    ASSERT_NE(reload, nullptr);
+    reload->trigger();
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(Logged(host, "reloading 1 bundle(s)"));
+    const auto& lines = host.Log().Lines();
+    EXPECT_EQ(std::count_if(lines.begin(), lines.end(), [](const std::string& l) { return l.starts_with("loaded "); }), 2)
+        << host.Log().Text();
+    ASSERT_EQ(host.AddOns().size(), 1u);
+    ASSERT_NE(MenuItem(1), nullptr) << "its menu is back in the menu bar";
+    EXPECT_EQ(MenuItem(1)->text(), "Modal dialog");
 }
 
 } // namespace

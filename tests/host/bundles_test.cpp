@@ -40,17 +40,19 @@ TEST(Bundles, LoadInNameOrderAndBrokenOnesAreRefusedWithTheirReasons)
     EXPECT_EQ(results[0].path.filename(), "Missing.bundle");
     EXPECT_NE(results[0].reason.find("not a bundle folder"), std::string::npos);
     EXPECT_EQ(results[1].path.filename(), "NoEntries.bundle");
-    EXPECT_EQ(results[1].reason, "missing symbol KFAddOn_CheckEnvironment");
+    EXPECT_EQ(results[1].reason, "it exports no KFAddOn_Entry: rebuild it against this host's sdk (host table 2.1) "
+                                 "with kf_add_addon(), which exports KFAddOn_Entry");
     EXPECT_EQ(results[2].path.filename(), "OldTable.bundle");
-    EXPECT_EQ(results[2].reason, "it refused host table version 1 (code 0x81060010)");
+    EXPECT_EQ(results[2].reason, "it was built for host table 1 (five loose entry symbols, no KFAddOn_Entry): rebuild "
+                                 "it against this host's sdk (host table 2.1) with kf_add_addon(), which exports "
+                                 "KFAddOn_Entry");
     ASSERT_TRUE(results[3].Loaded());
     ASSERT_TRUE(results[4].Loaded());
     EXPECT_EQ(results[3].addOn->name, "Probe A");
     EXPECT_EQ(results[4].addOn->name, "Probe B");
     EXPECT_EQ(results[3].addOn->bundlePath, kAddOns / "ProbeA.bundle");
     ASSERT_EQ(host.AddOns().size(), 2u);
-    EXPECT_TRUE(Has(host, "refused " + (kBroken / "NoEntries.bundle").string() +
-                              ": missing symbol KFAddOn_CheckEnvironment"));
+    EXPECT_TRUE(Has(host, "refused " + (kBroken / "NoEntries.bundle").string() + ": " + results[1].reason));
     EXPECT_TRUE(Has(host, "loaded \"Probe A\" from " + (kAddOns / "ProbeA.bundle").string()));
 }
 

@@ -3,6 +3,7 @@
 #include "ACAPI.hpp"
 #include "GSTextEncoding.hpp"
 #include "Probe.hpp"
+#include "kfsdk/HostLink.hpp"
 #include "kftest/InProcessHost.hpp"
 
 #include <gtest/gtest.h>
@@ -93,10 +94,12 @@ TEST_F(InProcess, WrappersAnswerNeutrallyBeforeTheTable)
 {
     ASSERT_EQ(kfsdk::CurrentHostTable(), nullptr);
     KF_EnvirRecord envir{};
-    EXPECT_EQ(KFAddOn_CheckEnvironment(&envir), 0);
-    EXPECT_EQ(KFAddOn_RegisterInterface(), APIERR_GENERAL);
-    EXPECT_EQ(KFAddOn_Initialize(this), APIERR_GENERAL);
-    EXPECT_EQ(KFAddOn_FreeData(), APIERR_GENERAL);
+    const KF_AddOnEntry& entry = kftest::LinkedEntryPoints();
+    EXPECT_EQ(entry.version.major, KF_HOST_TABLE_MAJOR);
+    EXPECT_EQ(entry.checkEnvironment(&envir), 0);
+    EXPECT_EQ(entry.registerInterface(), APIERR_GENERAL);
+    EXPECT_EQ(entry.initialize(this), APIERR_GENERAL);
+    EXPECT_EQ(entry.freeData(), APIERR_GENERAL);
     EXPECT_EQ(kfsdk::ClientPointer(), nullptr);
     EXPECT_EQ(probe::Get().initialized, 0);
 }

@@ -2,7 +2,7 @@
 #include "libs_fixture.hpp"
 
 #include "KF/KF_General.hpp"
-#include "kfsdk/HostTable.h"
+#include "kfsdk/HostLink.hpp"
 
 using namespace libs_test;
 

@@ -4,6 +4,7 @@
 #include "DG.hpp"
 #include "KFHostServices.hpp"
 #include "MainLoop.hpp"
+#include "kfsdk/HostLink.hpp"
 #include "kftest/InProcessHost.hpp"
 
 #include <gtest/gtest.h>
@@ -14,20 +15,30 @@
 
 namespace {
 
-TEST(HostLink, RefusesATableOfAnotherVersionOrTooSmall)
+TEST(HostLink, RefusesAnotherMajorOrLessThanItsFirstMinorAndReadsLaterEntriesAsAbsent)
 {
     kftest::InProcessHost host;
     kfhost::AddOn& addOn = host.Host().Attach({}, host.BundlePath());
     KF_HostTable table = addOn.table;
-    table.version = KF_HOST_TABLE_VERSION + 1;
+    table.version.major = KF_HOST_TABLE_MAJOR + 1;
     EXPECT_EQ(kfsdk::InstallHostTable(&table), KF_APIERR_BADTABLEVERSION);
-    table.version = KF_HOST_TABLE_VERSION;
-    table.size = sizeof(KF_HostTable) - sizeof(void*);
+    table.version.major = KF_HOST_TABLE_MAJOR;
+    table.size = KF_HOST_TABLE_SIZE_2_0 - sizeof(void*);
     EXPECT_EQ(kfsdk::InstallHostTable(&table), KF_APIERR_BADTABLEVERSION);
     EXPECT_EQ(kfsdk::CurrentHostTable(), nullptr);
+
+    // A 2.0 host: MoveOver is beyond its size, so the call answers without reaching it.
+    table.size = KF_HOST_TABLE_SIZE_2_0;
+    table.version.minor = 0;
+    ASSERT_EQ(kfsdk::InstallHostTable(&table), KF_NOERROR);
+    EXPECT_EQ(kfsdk::CurrentHostTable()->MoveOver, nullptr);
+    const IO::Location from(GS::UniString::FromUTF8((host.TempDir() / "a").string()));
+    const IO::Location to(GS::UniString::FromUTF8((host.TempDir() / "b").string()));
+    EXPECT_EQ(IO::FileSystem::MoveOver(from, to), APIERR_GENERAL);
+
     table.size = sizeof(KF_HostTable) + 64; // a newer host with more entries is fine
     EXPECT_EQ(kfsdk::InstallHostTable(&table), KF_NOERROR);
-    EXPECT_NE(kfsdk::CurrentHostTable(), nullptr);
+    EXPECT_NE(kfsdk::CurrentHostTable()->MoveOver, nullptr);
     kfsdk::InstallHostTable(nullptr);
 }
 
@@ -45,7 +56,8 @@ TEST(HostLink, CallsBeforeTheTableAnswerNeutrally)
     EXPECT_EQ(ACAPI_Environment(APIEnv_GetRenderingSetsID, &sets), APIERR_GENERAL);
     EXPECT_EQ(DGModalDialog(1, 32500, 1, nullptr, 0), 0);
     EXPECT_EQ(MainLoop::AddTimer(1, [](MainLoop::TimerID, void*) {}, nullptr), 0);
-    EXPECT_EQ(KFHost::GetSetting("update-server"), nullptr);
+    EXPECT_EQ(KFHost::UpdateServer(), nullptr);
+    EXPECT_FALSE(KFHost::Log(GS::UniString::FromUTF8("nobody hears")));
     EXPECT_FALSE(DG::FolderDialog().Invoke());
 }
 
@@ -134,17 +146,19 @@ TEST(HostLink, LaunchesAreRecordedAndRunOnlyWhenAsked)
     EXPECT_NE(KFHost::SpawnDetached(missing), NoError);
 }
 
-TEST(HostLink, SettingsComeFromTheHostsConfiguration)
+TEST(HostLink, ServicesComeFromTheHostsConfiguration)
 {
     kfhost::HostConfig config;
     config.updateServer = "127.0.0.1:8080";
     config.settings["download-limit"] = "5";
     kftest::InProcessHost host(config);
     host.Attach();
-    ASSERT_NE(KFHost::GetSetting("update-server"), nullptr);
-    EXPECT_STREQ(KFHost::GetSetting("update-server"), "127.0.0.1:8080");
-    EXPECT_STREQ(KFHost::GetSetting("download-limit"), "5");
-    EXPECT_EQ(KFHost::GetSetting("nothing"), nullptr);
+    ASSERT_NE(KFHost::UpdateServer(), nullptr);
+    EXPECT_STREQ(KFHost::UpdateServer(), "127.0.0.1:8080");
+    EXPECT_EQ(KFHost::DownloadTimeLimit(), 5.0);
+    EXPECT_EQ(kfsdk::HostService("kfhost.update/0"), nullptr);
+    EXPECT_TRUE(KFHost::Log(GS::UniString::FromUTF8("a line from the add-on")));
+    EXPECT_EQ(host.Host().Log().Lines().back(), "\"Test.bundle\": a line from the add-on");
     API_ServerApplicationInfo info;
     ASSERT_EQ(ACAPI_GetReleaseNumber(&info), NoError);
     EXPECT_EQ(info.mainVersion, 17);

@@ -1,6 +1,6 @@
 #include "kftest/InProcessHost.hpp"
 
-#include "kfsdk/HostTable.h"
+#include "kfsdk/HostLink.hpp"
 
 #include <chrono>
 #include <cstdlib>
@@ -101,7 +101,7 @@ kfhost::AddOn& InProcessHost::Attach(const std::string& bundleName)
     return *addOn_;
 }
 
-kfhost::LoadResult InProcessHost::Load(const kfhost::AddOnEntryPoints& entry, const std::string& bundleName)
+kfhost::LoadResult InProcessHost::Load(const KF_AddOnEntry& entry, const std::string& bundleName)
 {
     if (addOn_)
         throw std::logic_error("the in-process add-on is already there");

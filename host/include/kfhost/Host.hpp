@@ -48,14 +48,6 @@ struct HostConfig {
 // The per-user default of the framework folder ($XDG_DATA_HOME/kfhost/framework).
 std::filesystem::path DefaultFrameworkFolder();
 
-struct AddOnEntryPoints {
-    KF_SetHostTableFn setHostTable = nullptr;
-    KF_CheckEnvironmentFn checkEnvironment = nullptr;
-    KF_RegisterInterfaceFn registerInterface = nullptr;
-    KF_InitializeFn initialize = nullptr;
-    KF_FreeDataFn freeData = nullptr;
-};
-
 struct MenuHandler {
     KF_MenuProc proc = nullptr;
     void* cookie = nullptr;
@@ -77,7 +69,7 @@ public:
     std::filesystem::path bundlePath; // /A/B/Name.bundle
     std::filesystem::path libraryPath;
     void* library = nullptr;          // dlopen handle; null in-process
-    AddOnEntryPoints entry;
+    KF_AddOnEntry entry{}; // the bundle's exported record, as far as this host knows its fields
     ResourceModule resources;
     std::int32_t resModule = 0;
     ModuleID moduleID;
@@ -93,6 +85,8 @@ public:
     KF_HostTable table{};
 
     bool Serves(std::uint32_t cmd, std::int32_t version) const;
+    // Its name, or its bundle's folder name before its environment check has told the name.
+    std::string Label() const;
 };
 
 struct LoadResult {
@@ -153,13 +147,16 @@ public:
     // Bundles in name order (of their folder names).
     std::vector<LoadResult> LoadBundles(std::vector<std::filesystem::path> bundles);
     // An add-on linked into this program; bundlePath is what it sees as its own location.
-    LoadResult LoadInProcess(const AddOnEntryPoints& entry, ResourceModule resources,
+    LoadResult LoadInProcess(const KF_AddOnEntry& entry, ResourceModule resources,
                              const std::filesystem::path& bundlePath);
     // Registers an add-on record without entry points: its table can be installed by hand
     // (kfsdk::InstallHostTable) to host framework code that has no entry points.
     AddOn& Attach(ResourceModule resources, const std::filesystem::path& bundlePath);
     // FreeData then dlclose, in reverse load order.
     void UnloadAll();
+    // Unloads every bundle (FreeData, dlclose) and loads it again from disk; add-ons linked into
+    // this program stay. Answers the new loads.
+    std::vector<LoadResult> ReloadBundles();
     const std::vector<std::unique_ptr<AddOn>>& AddOns() const { return addOns_; }
     AddOn* FindAddOn(const std::string& name);
     AddOn* FromContext(KF_HostContext* context);
@@ -235,6 +232,7 @@ public:
 private:
     LoadResult Load(std::unique_ptr<AddOn> addOn);
     void Forget(AddOn& addOn); // drops what the add-on registered
+    void Unload(AddOn& addOn); // FreeData, Forget, dlclose; the record goes too
 
     HostConfig config_;
     std::vector<std::unique_ptr<AddOn>> addOns_;

@@ -2,6 +2,7 @@
 // UTF-8.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -16,6 +17,9 @@ std::optional<std::size_t> FindInvalidUTF8(std::string_view utf8);
 // "text" with \" and \\ escaped, as the transcript and scripts write strings.
 std::string Quote(std::string_view utf8);
 std::string Quote(std::u16string_view utf16);
+// A host error code by its name and what it concerns ("APIERR_BADID (an identifier ... is not
+// known)"); codes it does not know in hexadecimal.
+std::string ErrorText(std::int32_t code);
 // 'ABCD' as text; non-printable characters as \xNN.
 std::string FourCCText(std::uint32_t code);
 

@@ -108,6 +108,17 @@ void MainWindow::FillHostMenu(QMenu& menu)
     }
     if (!menu.isEmpty())
         menu.addSeparator();
+    // Unloads every bundle and loads it again from disk, so a rebuilt add-on runs without a restart.
+    QAction* reload = menu.addAction(QStringLiteral("&Reload add-ons"));
+    reload->setObjectName(QStringLiteral("reloadAddOns"));
+    connect(reload, &QAction::triggered, this, [this] {
+        host_.Log().Add("> reload");
+        for (const LoadResult& r : host_.ReloadBundles())
+            if (!r.Loaded())
+                host_.Log().Add("refused: cannot load " + r.path.string() + " again: " + r.reason);
+        RebuildMenus();
+        UpdateStatus();
+    }, Qt::QueuedConnection);
     connect(menu.addAction(QStringLiteral("&Quit")), &QAction::triggered, this, &QWidget::close);
 }
 

@@ -13,7 +13,6 @@ namespace kfhost::script {
 namespace {
 
 using detail::Token;
-using kfsdk::HexCode;
 
 Action Menu(Args& args)
 {
@@ -32,7 +31,7 @@ Action Menu(Args& args)
         if (!why.empty())
             runner.Fail(why);
         else if (code != 0)
-            host.Log().Add("menu " + std::to_string(res) + " " + std::to_string(item) + " answered " + HexCode(code));
+            host.Log().Add("menu " + std::to_string(res) + " " + std::to_string(item) + " answered " + ErrorText(code));
     };
 }
 
@@ -66,7 +65,7 @@ Action Command(Args& args)
         if (!why.empty())
             runner.Fail(why);
         else if (code != 0)
-            host.Log().Add("command " + Quote(FourCCText(cmd)) + " answered " + HexCode(code));
+            host.Log().Add("command " + Quote(FourCCText(cmd)) + " answered " + ErrorText(code));
     };
 }
 
@@ -133,6 +132,16 @@ Action Wait(Args& args)
     return [=](ScriptRunner& runner) { runner.GetHost().Loop().RunFor(seconds); };
 }
 
+// Every bundle unloaded and loaded again from disk, as a developer does after a rebuild.
+Action Reload(Args&)
+{
+    return [](ScriptRunner& runner) {
+        for (const LoadResult& r : runner.GetHost().ReloadBundles())
+            if (!r.Loaded())
+                runner.Fail("cannot load " + r.path.string() + " again: " + r.reason);
+    };
+}
+
 Action FailFiles(Args& args)
 {
     const std::string opName = args.Word();
@@ -178,7 +187,7 @@ constexpr Verb kCommandVerbs[] = {
     {"menu", true, Menu},         {"command", true, Command}, {"click", true, Click},
     {"select", true, Select},     {"type", true, Type},       {"close", true, Close},
     {"answer", false, Answer},    {"wait", true, Wait},       {"fail", false, FailFiles},
-    {"print", false, Print},      {"expect", false, Expect},
+    {"print", false, Print},      {"expect", false, Expect},  {"reload", true, Reload},
 };
 
 } // namespace

@@ -1,24 +1,38 @@
 /* The one meeting point of host and add-on: a versioned table of host functions, handed to the
- * add-on's linkage before any entry point runs. Plain C so that host and add-on may be built by
+ * add-on before any of its entry points runs, and one record the add-on exports that carries its
+ * own version and its entry points. Plain C (C11 or C++20) so that host and add-on may be built by
  * different compilers: UTF-16 buffers with lengths, integers and opaque handles only.
+ *
+ * Versions (docs/abi.md has the whole policy):
+ * - major: the layout of this table and of KF_AddOnEntry. Host and add-on of different majors never
+ *   run together; the host refuses the bundle and names both versions.
+ * - minor: entries appended at the end of the table. `size` tells how many a host provides; an
+ *   add-on of a newer minor runs in an older host unless it lists, in its entry record, an entry
+ *   that host lacks (the host then refuses it naming both versions and the missing entries). An
+ *   entry beyond the host's size is read as absent (null), never called.
+ * - optional features are not in the table: GetService answers them by versioned name.
  *
  * Rules every entry follows:
  * - the first argument is the context the table carries (one per loaded add-on);
  * - texts go in as (units, length) without terminator, and come back through a KF_StringOut,
- *   whose sink the host calls once per answer (once per entry for lists);
+ *   whose sink the host calls once per answer (once per entry for lists); the units handed to a
+ *   sink live only during that call;
  * - host -> add-on callbacks are a C function plus an opaque cookie the add-on chose;
- * - errors are the 32-bit host codes below; 0 is success.
- * New entries are only ever appended; `size` tells how many a host provides. */
+ * - errors are the 32-bit host codes below; 0 is success;
+ * - every call, in either direction, is made on the host's main thread, and no C++ exception
+ *   leaves a function of either side: each turns one into the error answer of its kind. */
 #ifndef KFSDK_HOSTTABLE_H
 #define KFSDK_HOSTTABLE_H
 
+#include <stddef.h>
 #include <stdint.h>
 
 #ifdef __cplusplus
 extern "C" {
 #endif
 
-#define KF_HOST_TABLE_VERSION 1u
+#define KF_HOST_TABLE_MAJOR 2u
+#define KF_HOST_TABLE_MINOR 1u
 
 /* Host error codes (identical to those of the C++ headers). */
 #define KF_NOERROR 0
@@ -29,7 +43,8 @@ extern "C" {
 #define KF_APIERR_MODULCMDNOTSUPPORTED ((int32_t)0x81060005u)
 #define KF_APIERR_NOTSUPPORTED ((int32_t)0x81060006u)
 #define KF_APIERR_CANCEL ((int32_t)0x81060007u)
-#define KF_APIERR_BADTABLEVERSION ((int32_t)0x81060010u) /* answered by KFAddOn_SetHostTable */
+#define KF_APIERR_MEMFULL ((int32_t)0x81060008u)
+#define KF_APIERR_BADTABLEVERSION ((int32_t)0x81060010u) /* answered by the add-on's SetHostTable */
 #define KF_IOERR_ERROR ((int32_t)0x81000100u)
 #define KF_IOERR_FILENOTFOUND ((int32_t)0x81010100u)
 #define KF_IOERR_ACCESSDENIED ((int32_t)0x81010102u)
@@ -131,10 +146,18 @@ typedef struct KF_ProjectRecord {
     int32_t teamwork;
 } KF_ProjectRecord;
 
+/* Both fields stay where they are in every major version. */
+typedef struct KF_Version {
+    uint16_t major;
+    uint16_t minor;
+} KF_Version;
+
 typedef struct KF_HostTable {
-    uint32_t size;    /* sizeof(KF_HostTable) as the host was built */
-    uint32_t version; /* KF_HOST_TABLE_VERSION */
+    uint32_t size;      /* sizeof(KF_HostTable) as the host was built: which entries it has */
+    KF_Version version; /* KF_HOST_TABLE_MAJOR, KF_HOST_TABLE_MINOR of the host */
     KF_HostContext* context;
+
+    /* ---- 2.0 ---- */
 
     /* environment and registration */
     int32_t (*GetTextEncoding)(KF_HostContext*);
@@ -239,7 +262,6 @@ typedef struct KF_HostTable {
 
     /* operating-system services */
     KF_Err (*SpawnDetached)(KF_HostContext*, const char* const* argv);
-    const char* (*GetSetting)(KF_HostContext*, const char* key);
 
     /* libraries, library parts, project, rendering engines */
     KF_Err (*GetLibraries)(KF_HostContext*, const KF_StringOut* eachLocation, int32_t* specialIndex);
@@ -254,20 +276,44 @@ typedef struct KF_HostTable {
                             int32_t onlyPlaceable, const KF_StringOut* location);
     KF_Err (*LibPartGet)(KF_HostContext*, KF_LibPartRecord* record, const KF_StringOut* location);
 
-    /* optional services by name; null when this host has none */
-    void* (*GetService)(KF_HostContext*, const char* name);
+    /* optional services by versioned name (KF_SERVICE_...); null when this host has none. The
+     * answer points at a record of that service's layout, owned by the host and valid until the
+     * add-on's FreeData returns. */
+    const void* (*GetService)(KF_HostContext*, const char* name);
 
+    /* ---- 2.1 ---- */
     /* renames source over target in one step (replacing target atomically) */
     KF_Err (*MoveOver)(KF_HostContext*, const KF_UChar* source, int32_t sourceLength, const KF_UChar* target,
                        int32_t targetLength);
+    /* the add-on caught an exception at its side of the boundary: the host reports it (UTF-8, the
+     * texts live during the call only) */
+    void (*ReportException)(KF_HostContext*, const char* call, const char* what);
 } KF_HostTable;
 
-/* The symbols a bundle exports (everything else is hidden). */
-#define KF_ADDON_SYMBOL_SETHOSTTABLE "KFAddOn_SetHostTable"
-#define KF_ADDON_SYMBOL_CHECKENVIRONMENT "KFAddOn_CheckEnvironment"
-#define KF_ADDON_SYMBOL_REGISTERINTERFACE "KFAddOn_RegisterInterface"
-#define KF_ADDON_SYMBOL_INITIALIZE "KFAddOn_Initialize"
-#define KF_ADDON_SYMBOL_FREEDATA "KFAddOn_FreeData"
+/* The size of the table of a 2.0 host: every 2.x host provides at least this. */
+#define KF_HOST_TABLE_SIZE_2_0 ((uint32_t)offsetof(KF_HostTable, MoveOver))
+
+/* ---- optional services (GetService) ----
+ * A service's name carries its version; a changed layout is a new name, so a host may answer
+ * several versions of one service. Each record starts with its size; fields are only appended. */
+
+/* Lines into the host's transcript (and the GUI's log pane), prefixed with the add-on's name. */
+#define KF_SERVICE_LOG "kfhost.log/1"
+typedef struct KF_LogService {
+    uint32_t size;
+    void (*Write)(KF_HostContext*, const KF_UChar* text, int32_t length);
+} KF_LogService;
+
+/* What the update check asks the host. */
+#define KF_SERVICE_UPDATE "kfhost.update/1"
+typedef struct KF_UpdateService {
+    uint32_t size;
+    /* the update server's address ("host:port" or a URL), UTF-8 and owned by the host; null when
+     * the host names none */
+    const char* (*Server)(KF_HostContext*);
+    /* the seconds one download may take; 0 when the host sets no limit of its own */
+    double (*DownloadTimeLimit)(KF_HostContext*);
+} KF_UpdateService;
 
 typedef KF_Err (*KF_SetHostTableFn)(const KF_HostTable* table);
 typedef int32_t (*KF_CheckEnvironmentFn)(KF_EnvirRecord* envir); /* the add-on type, 0 = do not register */
@@ -275,18 +321,32 @@ typedef KF_Err (*KF_RegisterInterfaceFn)(void);
 typedef KF_Err (*KF_InitializeFn)(void* client);
 typedef KF_Err (*KF_FreeDataFn)(void);
 
+/* A table entry the add-on cannot run without: its name and where it ends in the table. */
+typedef struct KF_Requirement {
+    const char* name;
+    uint32_t end;
+} KF_Requirement;
+#define KF_REQUIRE(entry) \
+    { #entry, (uint32_t)(offsetof(KF_HostTable, entry) + sizeof(((KF_HostTable*)0)->entry)) }
+
+/* The one symbol a bundle exports (everything else is hidden): a const KF_AddOnEntry named
+ * KF_ADDON_ENTRY_SYMBOL. Its first two fields keep their place in every major version. */
+#define KF_ADDON_ENTRY_SYMBOL "KFAddOn_Entry"
+typedef struct KF_AddOnEntry {
+    uint32_t size;      /* sizeof(KF_AddOnEntry) as the add-on was built */
+    KF_Version version; /* the table version the add-on was built against */
+    /* entries of later minors the add-on needs; those it does not list it must test for null */
+    const KF_Requirement* required;
+    int32_t requiredCount;
+    KF_SetHostTableFn setHostTable; /* the table lives until FreeData returns */
+    KF_CheckEnvironmentFn checkEnvironment;
+    KF_RegisterInterfaceFn registerInterface;
+    KF_InitializeFn initialize;
+    KF_FreeDataFn freeData;
+} KF_AddOnEntry;
+
 #ifdef __cplusplus
 } /* extern "C" */
-
-namespace kfsdk {
-// The add-on side of the link, kept by the sdk. InstallHostTable checks the version, keeps a copy of
-// the table and sets the application text encoding from it; null uninstalls. Tests that host
-// framework code in-process without entry points install the table with it directly.
-KF_Err InstallHostTable(const KF_HostTable* table);
-const KF_HostTable* CurrentHostTable();
-void* ClientPointer();
-void SetClientPointer(void* client);
-} // namespace kfsdk
 #endif
 
 #endif /* KFSDK_HOSTTABLE_H */

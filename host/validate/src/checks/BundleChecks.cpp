@@ -154,21 +154,19 @@ void CheckLoad(CheckContext& ctx)
             report.Fail(std::string("the library does not load: ") + (error ? error : "unknown error"));
             return;
         }
-        AddOnEntryPoints entry;
-        const std::pair<const char*, void**> symbols[] = {
-            {KF_ADDON_SYMBOL_SETHOSTTABLE, reinterpret_cast<void**>(&entry.setHostTable)},
-            {KF_ADDON_SYMBOL_CHECKENVIRONMENT, reinterpret_cast<void**>(&entry.checkEnvironment)},
-            {KF_ADDON_SYMBOL_REGISTERINTERFACE, reinterpret_cast<void**>(&entry.registerInterface)},
-            {KF_ADDON_SYMBOL_INITIALIZE, reinterpret_cast<void**>(&entry.initialize)},
-            {KF_ADDON_SYMBOL_FREEDATA, reinterpret_cast<void**>(&entry.freeData)},
-        };
-        bool complete = true;
-        for (const auto& [symbol, slot] : symbols) {
-            *slot = ::dlsym(handle, symbol);
-            if (!*slot) {
-                report.Fail(std::string("the library does not export ") + symbol);
-                complete = false;
-            }
+        // The record's layout is known only within this host's major version; the loader says why
+        // it refuses any other.
+        const auto* record = static_cast<const KF_AddOnEntry*>(::dlsym(handle, KF_ADDON_ENTRY_SYMBOL));
+        KF_AddOnEntry entry{};
+        bool complete = false;
+        if (!record)
+            report.Fail("the library does not export " KF_ADDON_ENTRY_SYMBOL);
+        else if (record->version.major == KF_HOST_TABLE_MAJOR && record->size >= sizeof(KF_AddOnEntry)) {
+            entry = *record;
+            complete = entry.setHostTable && entry.checkEnvironment && entry.registerInterface && entry.initialize &&
+                       entry.freeData;
+            if (!complete)
+                report.Fail("its " KF_ADDON_ENTRY_SYMBOL " lacks an entry point");
         }
         // Before the host table arrives an add-on must refuse everything, and call nothing.
         if (complete) {

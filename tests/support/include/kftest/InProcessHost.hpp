@@ -17,23 +17,13 @@
 #include <string_view>
 #include <vector>
 
-extern "C" {
-KF_Err KFAddOn_SetHostTable(const KF_HostTable* table);
-std::int32_t KFAddOn_CheckEnvironment(KF_EnvirRecord* envir);
-KF_Err KFAddOn_RegisterInterface(void);
-KF_Err KFAddOn_Initialize(void* client);
-KF_Err KFAddOn_FreeData(void);
-}
+extern "C" const KF_AddOnEntry KFAddOn_Entry;
 
 namespace kftest {
 
 // The exported wrappers linked into this program (needs kf_sdk_linkage and the add-on's entry
 // points; only programs that call it need them).
-inline kfhost::AddOnEntryPoints LinkedEntryPoints()
-{
-    return kfhost::AddOnEntryPoints{&KFAddOn_SetHostTable, &KFAddOn_CheckEnvironment, &KFAddOn_RegisterInterface,
-                                    &KFAddOn_Initialize, &KFAddOn_FreeData};
-}
+inline const KF_AddOnEntry& LinkedEntryPoints() { return KFAddOn_Entry; }
 
 class InProcessHost {
 public:
@@ -61,7 +51,7 @@ public:
     // Installs the table in this program's sdk without calling any entry point.
     kfhost::AddOn& Attach(const std::string& bundleName = "Test");
     // Runs the load sequence on the wrappers linked into this program.
-    kfhost::LoadResult Load(const kfhost::AddOnEntryPoints& entry, const std::string& bundleName = "Test");
+    kfhost::LoadResult Load(const KF_AddOnEntry& entry, const std::string& bundleName = "Test");
     kfhost::AddOn* AddOn() { return addOn_; }
     // FreeData and forget the add-on (also done at the end).
     void Unload();
