@@ -31,6 +31,7 @@ struct FailingStep {
     FileOp op;
     GSErrCode code;
     std::int32_t result;
+    int count = 1; // operations that fail; -1: all
 };
 
 } // namespace
@@ -81,15 +82,23 @@ TEST_F(WholeFiles, ReplacementIsAllOrNothing)
     EXPECT_EQ(kftest::ReadFile(Path("f")), "2nd") << "replaced, not overwritten in place";
     EXPECT_EQ(Entries(), 1u);
 
-    for (FailingStep const c : {FailingStep{FileOp::Create, IO::AccessDenied, 2}, {FileOp::Open, IO::FileNotFound, 3},
+    // Faults hit the temporary file beside the target, except the final move, which names the target.
+    // A refused open is taken for a clash and retried under other names, so it fails every time.
+    for (FailingStep const c : {FailingStep{FileOp::Create, IO::AccessDenied, 2}, {FileOp::Open, IO::FileNotFound, 3, -1},
                                 {FileOp::Write, IO::DiskFull, 4}, {FileOp::Close, IO::Error, 5},
                                 {FileOp::Close, 7, 6}, {FileOp::Move, IO::DiskFull, 4}}) {
-        host.Faults().Fail(c.op, "*", c.code);
+        host.Faults().Fail(c.op, c.op == FileOp::Move ? "*/f" : "*/f.*.kftmp", c.code, c.count);
         EXPECT_EQ(detail::KF_File_ReplaceWhole(At("f"), "third", 5), c.result) << kfhost::FileOpName(c.op);
         EXPECT_EQ(kftest::ReadFile(Path("f")), "2nd") << kfhost::FileOpName(c.op);
         EXPECT_EQ(Entries(), 1u) << "the temporary file is removed: " << kfhost::FileOpName(c.op);
         host.Faults().Clear();
     }
+    // One name that cannot be had does not stop the save.
+    host.Faults().Fail(FileOp::Open, "*/f.*.kftmp", IO::FileNotFound, 1);
+    EXPECT_EQ(detail::KF_File_ReplaceWhole(At("f"), "fourth", 6), 0);
+    EXPECT_EQ(kftest::ReadFile(Path("f")), "fourth");
+    EXPECT_EQ(Entries(), 1u);
+    host.Faults().Clear();
     EXPECT_EQ(detail::KF_File_ReplaceWhole(At("f"), nullptr, 0), 0);
     EXPECT_EQ(fs::file_size(Path("f")), 0u);
     EXPECT_EQ(detail::KF_File_ReplaceWhole(At("f"), nullptr, 1), 6);

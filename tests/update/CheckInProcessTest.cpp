@@ -229,7 +229,7 @@ TEST_F(CheckInProcess, FailuresBeforeTheComparisonEndInTheirOwnOutcome)
     Serve("OBT 1.2.1.0 (AC170) 02/09/2013\n");
     KF_String const line("OBT 1.2.0.3 (AC170) 15/03/2013");
     // The copy cannot be made at the opening: the download fails, the dialog goes, one alert.
-    host_->Faults().Fail(kfhost::FileOp::Open, "*__updcf__.tmp", KF_IOERR_ACCESSDENIED, -1);
+    host_->Faults().Fail(kfhost::FileOp::Create, "*__updcf__.tmp.*.kftmp", KF_IOERR_ACCESSDENIED, -1);
     Check(line);
     EXPECT_TRUE(host_->Run("expect alert \"" + Text(33) + "\""));
     EXPECT_TRUE(host_->Run("expect no-alert"));
@@ -252,7 +252,7 @@ TEST_F(CheckInProcess, TheIntervalEndsAfterFourteenDaysToTheMinute)
     KF_String const line("OBT 1.2.0.3 (AC170) 15/03/2013");
     KF_String const key = KF_String("LastUpdateCheck_170");
     long const fourteenDays = 14L * 24 * 3600;
-    for (auto const [ago, checks] : {std::pair{fourteenDays - 60, false}, {fourteenDays + 2, true}}) {
+    for (auto const& [ago, checks] : {std::pair{fourteenDays - 60, false}, {fourteenDays + 2, true}}) {
         std::size_t const requests = server_->RequestTargets().size();
         KF_AddonSettings_LoadSetSave(KF_AddonSettings_ThisAddon, key,
                                      KF_String::LongToString(long(std::time(nullptr)) - ago, 0), true);

@@ -26,27 +26,27 @@ TEST_F(DownloadEnds, ATargetThatCannotBeCreatedEndsInFailed)
     Recorder& missingFolder = NewRecorder();
     ASSERT_TRUE(Fetch(Url("/v.txt"), missingFolder, "no such folder/v.txt"));
     Recorder& refused = NewRecorder();
-    host_->Faults().Fail(kfhost::FileOp::Open, "*refused.txt", IO::AccessDenied, -1);
+    host_->Faults().Fail(kfhost::FileOp::Create, "*refused.txt.*.kftmp", IO::AccessDenied, -1);
     ASSERT_TRUE(Fetch(Url("/v.txt"), refused, "refused.txt"));
     host_->RunLoop(0.3);
     for (Recorder const* r : {&missingFolder, &refused}) {
         EXPECT_EQ(r->Story(), "Opened Failed") << r->target;
         EXPECT_EQ(r->events.back().progress, 0.0);
+        EXPECT_FALSE(std::filesystem::exists(r->target));
     }
-    EXPECT_FALSE(std::filesystem::exists(missingFolder.target));
 }
 
 TEST_F(DownloadEnds, AFailedWriteLosesItsBlockOnlyAndTheDownloadGoesOn)
 {
     // The first block of 16 KiB is refused by the disk: exactly those bytes are missing.
     constexpr std::size_t kSize = 3 * kBlock + 5;
-    host_->Faults().Fail(kfhost::FileOp::Write, "*first.bin", IO::DiskFull, 1);
+    host_->Faults().Fail(kfhost::FileOp::Write, "*first.bin.*.kftmp", IO::DiskFull, 1);
     Recorder& first = NewRecorder();
     ASSERT_TRUE(Fetch(Url("/test/bytes/" + std::to_string(kSize)), first, "first.bin"));
     EXPECT_EQ(first.Story(), "Opened Data Done");
     EXPECT_EQ(kftest::ReadFile(first.target), Pattern(kSize).substr(kBlock));
 
-    host_->Faults().Fail(kfhost::FileOp::Write, "*none.bin", IO::DiskFull, -1);
+    host_->Faults().Fail(kfhost::FileOp::Write, "*none.bin.*.kftmp", IO::DiskFull, -1);
     Recorder& none = NewRecorder();
     ASSERT_TRUE(Fetch(Url("/test/bytes/" + std::to_string(kBlock + 1)), none, "none.bin"));
     EXPECT_EQ(none.Story(), "Opened Data Done");
