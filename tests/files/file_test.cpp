@@ -1,12 +1,12 @@
 // Whole-file access against real files, and the host's file errors through its fault hook.
-#include "KFTestText.hpp"
+#include "kftest/Text.hpp"
 #include "kftest/InProcessHost.hpp"
 #include "KF/KF_File.hpp"
 
 #include <gtest/gtest.h>
 
 namespace fs = std::filesystem;
-using namespace kftext;
+using namespace kftest;
 
 namespace {
 

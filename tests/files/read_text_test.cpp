@@ -1,12 +1,12 @@
 // KF_File::ReadFullText: the encoding a file is read in, its bound, and how failures read.
-#include "KFTestText.hpp"
+#include "kftest/Text.hpp"
 #include "kftest/InProcessHost.hpp"
 #include "KF/KF_File.hpp"
 
 #include <gtest/gtest.h>
 
 namespace fs = std::filesystem;
-using namespace kftext;
+using namespace kftest;
 
 namespace {
 

@@ -2,7 +2,7 @@
 // its flags, the main dialog in the language chosen, the language button, and another add-on's
 // module command sent from the Host menu.
 #include "Driver.hpp"
-#include "TempFolder.hpp"
+#include "kftest/Files.hpp"
 
 #include "kfhost/qt/Gui.hpp"
 #include "kfhost/script/Runner.hpp"
@@ -21,8 +21,8 @@
 
 namespace {
 
-using kfgui::Do;
-using kfgui::Logged;
+using kftest::Do;
+using kftest::Logged;
 
 constexpr std::int16_t kMain = 32500;
 constexpr std::int16_t kLanguage = 32734;
@@ -65,20 +65,20 @@ struct HostRun {
     kfhost::Host host;
     kfhost::ScriptRunner script{host};
     kfhost::qt::GuiSession session;
-    kfgui::Driver drive{host, session.Backend()};
+    kftest::Driver drive{host, session.Backend()};
     kfhost::LoadResult loaded;
 };
 
 class AddOnWindows : public ::testing::Test {
 protected:
-    kfgui::TempFolder folder;
+    kftest::TempFolder folder;
 };
 
 TEST_F(AddOnWindows, FirstUseQuestionMainDialogAndLanguageButton)
 {
     HostRun run(folder.Path());
     ASSERT_TRUE(run.loaded.Loaded()) << run.loaded.reason;
-    kfgui::Driver& drive = run.drive;
+    kftest::Driver& drive = run.drive;
     const QString name = QString::fromStdString(run.host.AddOns().front()->name);
 
     auto mainDialogIn = [&](int language) {
@@ -153,7 +153,7 @@ TEST_F(AddOnWindows, HostMenuModuleCommandOpensTheMainDialog)
 {
     HostRun run(folder.Path());
     ASSERT_TRUE(run.loaded.Loaded()) << run.loaded.reason;
-    kfgui::Driver& drive = run.drive;
+    kftest::Driver& drive = run.drive;
     QMenu* hostMenu = run.session.Window().menuBar()->findChild<QMenu*>("hostMenu");
     ASSERT_NE(hostMenu, nullptr);
     emit hostMenu->aboutToShow();

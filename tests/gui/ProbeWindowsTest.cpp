@@ -2,7 +2,7 @@
 // fields and icons, live hide/show and enable/disable, a nested modal dialog, the close box), its
 // modeless window, alerts, the file dialog and a timer on Qt's loop, worked by mouse and keys.
 #include "Driver.hpp"
-#include "TempFolder.hpp"
+#include "kftest/Files.hpp"
 
 #include "kfhost/qt/Gui.hpp"
 #include "kfhost/qt/MainWindow.hpp"
@@ -27,8 +27,8 @@
 
 namespace {
 
-using kfgui::Do;
-using kfgui::Logged;
+using kftest::Do;
+using kftest::Logged;
 
 kfhost::HostConfig Config(const std::filesystem::path& folder)
 {
@@ -64,11 +64,11 @@ protected:
         };
     }
 
-    kfgui::TempFolder temp;
+    kftest::TempFolder temp;
     kfhost::Host host;
     kfhost::ScriptRunner script{host};
     kfhost::qt::GuiSession session;
-    kfgui::Driver drive{host, session.Backend()};
+    kftest::Driver drive{host, session.Backend()};
     kfhost::LoadResult loaded;
 };
 
@@ -194,7 +194,7 @@ TEST_F(ProbeWindows, TimerRunsOnQtsLoopAndItsAlertIsAMessageBox)
         Do([&] {
             auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
             EXPECT_EQ(box->text(), "timer fired");
-            QAbstractButton* ok = kfgui::Driver::ModalButton("OK");
+            QAbstractButton* ok = kftest::Driver::ModalButton("OK");
             ASSERT_NE(ok, nullptr) << "the button text the add-on gave";
             QTest::mouseClick(ok, Qt::LeftButton);
         }),
@@ -225,8 +225,8 @@ TEST_F(ProbeWindows, FileDialogIsAQtFileDialogWithTheTypesFilters)
             EXPECT_EQ(dialog->selectedFiles(), QStringList{path});
             QTest::keyClick(dialog->findChild<QLineEdit*>("fileNameEdit"), Qt::Key_Return);
         }),
-        [&] { return kfgui::Driver::ModalButton("OK") != nullptr; },
-        Do([&] { QTest::mouseClick(kfgui::Driver::ModalButton("OK"), Qt::LeftButton); }),
+        [&] { return kftest::Driver::ModalButton("OK") != nullptr; },
+        Do([&] { QTest::mouseClick(kftest::Driver::ModalButton("OK"), Qt::LeftButton); }),
     });
     EXPECT_TRUE(Logged(host, "file dialog \"Pick a file\" -> \"" + file.string() + "\""));
     EXPECT_TRUE(Logged(host, "alert \"\" \"file: " + file.string() + "\" \"\" buttons \"OK\""));

@@ -2,7 +2,7 @@
 // windows are up, the results window opens beside the work with the result, and its update button
 // opens the add-on's update page.
 #include "Driver.hpp"
-#include "TempFolder.hpp"
+#include "kftest/Files.hpp"
 #include "UpdateServer.hpp"
 
 #include "kfhost/qt/Gui.hpp"
@@ -17,8 +17,8 @@
 
 namespace {
 
-using kfgui::Do;
-using kfgui::Logged;
+using kftest::Do;
+using kftest::Logged;
 
 constexpr std::int16_t kResults = 32755;
 constexpr std::int16_t kStrings = 32711; // the framework's texts, international
@@ -57,13 +57,13 @@ protected:
         return name ? s.replace(QLatin1String(name), QLatin1String(value)) : s;
     }
 
-    kfgui::TempFolder folder;
+    kftest::TempFolder folder;
     kfupd::UpdateServer server;
     int port;
     kfhost::Host host;
     kfhost::ScriptRunner script{host};
     kfhost::qt::GuiSession session;
-    kfgui::Driver drive{host, session.Backend()};
+    kftest::Driver drive{host, session.Backend()};
     kfhost::LoadResult loaded;
 };
 

@@ -4,7 +4,7 @@
 #include "KF/KF_General.hpp"
 #include "kfsdk/HostLink.hpp"
 
-using namespace libs_test;
+using namespace kftest;
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <thread>
 
-using namespace libs_test;
+using namespace kftest;
 
 namespace {
 

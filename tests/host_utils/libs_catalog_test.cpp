@@ -4,7 +4,7 @@
 
 #include "LibrariesCatalog.hpp"
 
-using namespace libs_test;
+using namespace kftest;
 using namespace kfhost::libraries;
 
 namespace {

@@ -6,7 +6,7 @@
 #include "KF/KF_General.hpp"
 #include "KF/KF_LibPart.hpp"
 
-using namespace libs_test;
+using namespace kftest;
 
 namespace {
 

@@ -4,7 +4,7 @@
 
 #include "KF/KF_LibPart.hpp"
 
-using namespace libs_test;
+using namespace kftest;
 
 namespace {
 
