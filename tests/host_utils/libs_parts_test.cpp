@@ -1,6 +1,6 @@
 // Finding library parts by file, name and index: the name rules, missing definitions and who
 // deletes the host's locations.
-#include "libs_fixture.hpp"
+#include "LibsFixture.hpp"
 
 #include "KF/KF_LibPart.hpp"
 

@@ -1,4 +1,4 @@
-#include "libs_fixture.hpp"
+#include "LibsFixture.hpp"
 
 #include <atomic>
 #include <cstdlib>
