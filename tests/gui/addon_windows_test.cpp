@@ -1,7 +1,7 @@
 // The add-on as its users see it, clicked through real widgets: the first-use language question with
 // its flags, the main dialog in the language chosen, the language button, and another add-on's
 // module command sent from the Host menu.
-#include "Driver.hpp"
+#include "WindowedHost.hpp"
 #include "kftest/Files.hpp"
 
 #include "kfhost/qt/Gui.hpp"
@@ -32,17 +32,10 @@ constexpr int kInt = 1;
 constexpr int kGer = 3;
 
 // One run of the host with the add-on loaded, on a framework folder that outlives it.
-struct HostRun {
+struct HostRun : kftest::WindowedHost {
     explicit HostRun(const std::filesystem::path& folder)
-        : host([&] {
-              kfhost::HostConfig config;
-              config.frameworkFolder = folder;
-              return config;
-          }()),
-          session(host, script, kfhost::qt::GuiOptions{{}, true, false})
+        : WindowedHost(kftest::InFolder(folder), KF_GUI_SHELL_BUNDLE)
     {
-        loaded = host.LoadBundle(KF_GUI_SHELL_BUNDLE);
-        session.ShowMainWindow();
     }
 
     // A string of the add-on's resources: what a dialog item must show.
@@ -61,12 +54,6 @@ struct HostRun {
             shown->actions()[item - 1]->trigger();
         };
     }
-
-    kfhost::Host host;
-    kfhost::ScriptRunner script{host};
-    kfhost::qt::GuiSession session;
-    kftest::Driver drive{host, session.Backend()};
-    kfhost::LoadResult loaded;
 };
 
 class AddOnWindows : public ::testing::Test {

@@ -1,7 +1,7 @@
 // The host's probe add-on in real windows: its menu in the menu bar, its modal dialog (list with tab
 // fields and icons, live hide/show and enable/disable, a nested modal dialog, the close box), its
 // modeless window, alerts, the file dialog and a timer on Qt's loop, worked by mouse and keys.
-#include "Driver.hpp"
+#include "WindowedHost.hpp"
 #include "kftest/Files.hpp"
 
 #include "kfhost/qt/Gui.hpp"
@@ -30,20 +30,14 @@ namespace {
 using kftest::Do;
 using kftest::Logged;
 
-kfhost::HostConfig Config(const std::filesystem::path& folder)
-{
-    kfhost::HostConfig config;
-    config.frameworkFolder = folder;
-    return config;
-}
+// Made before the host, whose framework folder it holds.
+struct ProbeFolder {
+    kftest::TempFolder temp;
+};
 
-class ProbeWindows : public ::testing::Test {
+class ProbeWindows : public ::testing::Test, protected ProbeFolder, protected kftest::WindowedHost {
 protected:
-    ProbeWindows() : host(Config(temp.Path())), session(host, script, kfhost::qt::GuiOptions{{}, true, false})
-    {
-        loaded = host.LoadBundle(KF_GUI_PROBE_BUNDLE);
-        session.ShowMainWindow();
-    }
+    ProbeWindows() : WindowedHost(kftest::InFolder(temp.Path()), KF_GUI_PROBE_BUNDLE) {}
 
     void SetUp() override { ASSERT_TRUE(loaded.Loaded()) << loaded.reason; }
 
@@ -63,13 +57,6 @@ protected:
             action->trigger();
         };
     }
-
-    kftest::TempFolder temp;
-    kfhost::Host host;
-    kfhost::ScriptRunner script{host};
-    kfhost::qt::GuiSession session;
-    kftest::Driver drive{host, session.Backend()};
-    kfhost::LoadResult loaded;
 };
 
 TEST_F(ProbeWindows, MenuBarShowsTheRegisteredMenuWithItemFlags)
