@@ -8,6 +8,8 @@
 // the menu command up to the dialog shown.
 // As a program (BM_KfhostProgram): the kfhost binary started on a one-line script, to exit.
 #include "kfhost/Host.hpp"
+#include "kftest/Files.hpp"
+#include "kftest/SettingsFiles.hpp"
 
 #include <benchmark/benchmark.h>
 #include <dlfcn.h>
@@ -20,7 +22,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <stdexcept>
 #include <string>
 
 extern char** environ;
@@ -36,19 +37,10 @@ const fs::path kHost = KF_BENCH_KFHOST;
 // A framework folder holding a stored language, so that the menu command shows the main dialog
 // at once (a later run; the first run would wait on the language question).
 struct Folder {
-    fs::path path;
-    Folder()
-    {
-        std::string pattern = (fs::temp_directory_path() / "kf-bench-shell-XXXXXX").string();
-        if (::mkdtemp(pattern.data()) == nullptr)
-            throw std::runtime_error("mkdtemp");
-        path = pattern;
-        std::string line = "$Language_str: int\n";
-        for (char& c : line)
-            c = char(((static_cast<unsigned char>(c) << 4) | (static_cast<unsigned char>(c) >> 4)) & 0xFF);
-        std::ofstream(path / "Quadrelle.cfg", std::ios::binary) << line;
-    }
-    ~Folder() { fs::remove_all(path); }
+    Folder() { kftest::WriteSettingsFile(path / "Quadrelle.cfg", {{"Language_str", "int"}}); }
+
+    kftest::TempFolder temp;
+    const fs::path& path = temp.Path();
 };
 
 // Time spent inside the add-on's load entry points.

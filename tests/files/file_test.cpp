@@ -1,23 +1,15 @@
 // Whole-file access against real files, and the host's file errors through its fault hook.
-#include "KFTestText.hpp"
-#include "kftest/InProcessHost.hpp"
+#include "kftest/HostedFiles.hpp"
 #include "KF/KF_File.hpp"
 
 #include <gtest/gtest.h>
 
 namespace fs = std::filesystem;
-using namespace kftext;
+using namespace kftest;
 
 namespace {
 
-class Files : public ::testing::Test {
-protected:
-    void SetUp() override { host.Attach(); }
-    fs::path Path(char const* name) const { return host.TempDir() / name; }
-    KF_Location At(char const* name) const { return KF_Location(S(Path(name).string())); }
-
-    kftest::InProcessHost host;
-};
+using Files = HostedFiles;
 
 std::string Bytes(std::initializer_list<unsigned char> bytes)
 {

@@ -1,6 +1,6 @@
 // The bounded whole-file read and the atomic replacement under the settings and communication
 // files, on their own: the limit at its edge and every failing host step.
-#include "KFTestText.hpp"
+#include "kftest/Text.hpp"
 #include "files/KF_FileDetail.hpp"
 #include "kftest/InProcessHost.hpp"
 
@@ -20,7 +20,7 @@ protected:
     }
     fs::path Folder() const { return host.TempDir() / "files"; }
     fs::path Path(char const* name) const { return Folder() / name; }
-    KF_Location At(char const* name) const { return KF_Location(kftext::S(Path(name).string())); }
+    KF_Location At(char const* name) const { return KF_Location(kftest::S(Path(name).string())); }
     std::size_t Entries() const { return std::size_t(std::distance(fs::directory_iterator(Folder()), {})); }
 
     kftest::InProcessHost host;

@@ -1,5 +1,5 @@
 // Locations: the stored path form and folder listings over a real tree through the host.
-#include "KFTestText.hpp"
+#include "kftest/Text.hpp"
 #include "kftest/InProcessHost.hpp"
 #include "KF/KF_Location.hpp"
 
@@ -8,7 +8,7 @@
 #include <vector>
 
 namespace fs = std::filesystem;
-using namespace kftext;
+using namespace kftest;
 
 namespace {
 

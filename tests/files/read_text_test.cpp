@@ -1,12 +1,10 @@
 // KF_File::ReadFullText: the encoding a file is read in, its bound, and how failures read.
-#include "KFTestText.hpp"
-#include "kftest/InProcessHost.hpp"
+#include "kftest/HostedFiles.hpp"
 #include "KF/KF_File.hpp"
 
 #include <gtest/gtest.h>
 
-namespace fs = std::filesystem;
-using namespace kftext;
+using namespace kftest;
 
 namespace {
 
@@ -31,14 +29,7 @@ const TextCase kCases[] = {
     {"at the bound", std::string(KF_File_TextLimit, 'a'), KF_String::Enc_UTF8, KF_File_TooLarge, ""},
 };
 
-class ReadText : public ::testing::Test {
-protected:
-    void SetUp() override { host.Attach(); }
-    fs::path Path(const char* name) const { return host.TempDir() / name; }
-    KF_Location At(const char* name) const { return KF_Location(S(Path(name).string())); }
-
-    kftest::InProcessHost host;
-};
+using ReadText = HostedFiles;
 
 } // namespace
 

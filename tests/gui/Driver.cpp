@@ -11,7 +11,7 @@
 #include <algorithm>
 #include <deque>
 
-namespace kfgui {
+namespace kftest {
 
 void Driver::Run(const std::function<void()>& start, std::vector<Step> steps, double seconds)
 {
@@ -137,4 +137,4 @@ bool Logged(kfhost::Host& host, const std::string& line)
     return std::find(lines.begin(), lines.end(), line) != lines.end();
 }
 
-} // namespace kfgui
+} // namespace kftest

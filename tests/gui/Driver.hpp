@@ -18,7 +18,7 @@
 // Readable test messages.
 inline void PrintTo(const QString& text, std::ostream* os) { *os << '"' << text.toStdString() << '"'; }
 
-namespace kfgui {
+namespace kftest {
 
 // A step answers false to be tried again on the next pass (waiting for something to appear).
 using Step = std::function<bool()>;
@@ -68,4 +68,4 @@ private:
 // Whether the transcript has this line.
 bool Logged(kfhost::Host& host, const std::string& line);
 
-} // namespace kfgui
+} // namespace kftest

@@ -2,7 +2,6 @@
 add_executable(test_comm_dialog
   ${CMAKE_CURRENT_LIST_DIR}/comm_files_test.cpp
   ${CMAKE_CURRENT_LIST_DIR}/dialog_helpers_test.cpp)
-target_include_directories(test_comm_dialog PRIVATE ${PROJECT_SOURCE_DIR}/tests/files)
 target_link_libraries(test_comm_dialog PRIVATE KF::framework kf_test_support GTest::gtest_main)
 kf_set_warnings(test_comm_dialog)
 gtest_discover_tests(test_comm_dialog DISCOVERY_MODE PRE_TEST)

@@ -1,5 +1,6 @@
 // Communication files of two host releases sharing one framework folder, and the suite's presence.
-#include "KFTestText.hpp"
+#include "kftest/SettingsFiles.hpp"
+#include "kftest/Text.hpp"
 #include "kftest/InProcessHost.hpp"
 #include "KF/KF_Comm.hpp"
 
@@ -8,7 +9,7 @@
 #include <set>
 
 namespace fs = std::filesystem;
-using namespace kftext;
+using namespace kftest;
 
 namespace {
 

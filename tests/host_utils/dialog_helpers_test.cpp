@@ -1,5 +1,5 @@
 // Alerts and the open-file dialog as the host's dialog manager receives them.
-#include "KFTestText.hpp"
+#include "kftest/Text.hpp"
 #include "kftest/InProcessHost.hpp"
 #include "KF/KF_Dialog.hpp"
 #include "KF/KF_Language.hpp"
@@ -8,7 +8,7 @@
 
 #include <deque>
 
-using namespace kftext;
+using namespace kftest;
 
 namespace {
 

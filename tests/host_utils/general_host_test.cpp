@@ -1,10 +1,10 @@
 // The project's title and the rendering engine, as the host tells them.
-#include "libs_fixture.hpp"
+#include "LibsFixture.hpp"
 
 #include "KF/KF_General.hpp"
 #include "kfsdk/HostLink.hpp"
 
-using namespace libs_test;
+using namespace kftest;
 
 namespace {
 

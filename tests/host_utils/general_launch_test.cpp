@@ -1,6 +1,6 @@
 // Opening documents, folders and web addresses: what is handed to the desktop's opener, and that
 // no shell ever reads it.
-#include "libs_fixture.hpp"
+#include "LibsFixture.hpp"
 
 #include "KF/KF_General.hpp"
 
@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <thread>
 
-using namespace libs_test;
+using namespace kftest;
 
 namespace {
 

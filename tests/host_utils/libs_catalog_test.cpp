@@ -1,10 +1,10 @@
 // The host's catalog of library parts: which files are parts, the index file, and how names are
 // matched and numbered.
-#include "libs_fixture.hpp"
+#include "LibsFixture.hpp"
 
 #include "LibrariesCatalog.hpp"
 
-using namespace libs_test;
+using namespace kftest;
 using namespace kfhost::libraries;
 
 namespace {

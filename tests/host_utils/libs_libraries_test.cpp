@@ -1,12 +1,12 @@
 // The loaded libraries, loading the suite library beside the add-on, asking the user for one, and
 // the look-ups that tell the user when a part cannot be had.
-#include "libs_fixture.hpp"
+#include "LibsFixture.hpp"
 
 #include "BM.hpp"
 #include "KF/KF_General.hpp"
 #include "KF/KF_LibPart.hpp"
 
-using namespace libs_test;
+using namespace kftest;
 
 namespace {
 

@@ -1,10 +1,10 @@
 // Finding library parts by file, name and index: the name rules, missing definitions and who
 // deletes the host's locations.
-#include "libs_fixture.hpp"
+#include "LibsFixture.hpp"
 
 #include "KF/KF_LibPart.hpp"
 
-using namespace libs_test;
+using namespace kftest;
 
 namespace {
 

@@ -1,7 +1,8 @@
 // A hosted framework folder with both stores as a fresh load of the add-on has them.
 #pragma once
 
-#include "KFTestText.hpp"
+#include "kftest/SettingsFiles.hpp"
+#include "kftest/Text.hpp"
 #include "kftest/InProcessHost.hpp"
 #include "settings/KF_SettingsState.hpp"
 #include "KF/KF_AddonSettings.hpp"
@@ -26,11 +27,11 @@ protected:
     std::filesystem::path OwnFile() const { return host.FrameworkFolder() / "TestAddOn.cfg"; }
     void WritePlain(std::filesystem::path const& file, std::string const& plain)
     {
-        kftest::WriteFile(file, kftext::Scrambled(plain));
+        kftest::WriteFile(file, kftest::Scrambled(plain));
     }
     std::string ReadPlain(std::filesystem::path const& file) const
     {
-        return kftext::Scrambled(kftest::ReadFile(file));
+        return kftest::Scrambled(kftest::ReadFile(file));
     }
 
     kftest::InProcessHost host;

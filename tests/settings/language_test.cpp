@@ -7,7 +7,7 @@
 
 #include <cstring>
 
-using namespace kftext;
+using namespace kftest;
 
 namespace {
 

@@ -1,5 +1,6 @@
 // The settings line format on byte buffers, through the scrambling and the text conversions.
-#include "KFTestText.hpp"
+#include "kftest/SettingsFiles.hpp"
+#include "kftest/Text.hpp"
 #include "settings/KF_SettingsFormat.hpp"
 #include "KF/KF_AddonSettings.hpp"
 
@@ -8,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-using namespace kftext;
+using namespace kftest;
 
 namespace {
 

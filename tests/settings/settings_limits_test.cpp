@@ -1,7 +1,7 @@
 // The 100,000-byte limit of a store's file, at the edge, on load and on save.
 #include "SettingsTestSupport.hpp"
 
-using namespace kftext;
+using namespace kftest;
 
 namespace {
 

@@ -1,6 +1,7 @@
 // A store written here is read and rewritten by another process (kfhost with a test add-on) and
 // comes back entry for entry and byte for byte, in both application encodings.
-#include "KFTestText.hpp"
+#include "kftest/SettingsFiles.hpp"
+#include "kftest/Text.hpp"
 #include "kftest/InProcessHost.hpp"
 #include "settings/KF_SettingsState.hpp"
 #include "KF/KF_AddonSettings.hpp"
@@ -9,7 +10,7 @@
 
 #include <cstdlib>
 
-using namespace kftext;
+using namespace kftest;
 
 namespace {
 

@@ -2,7 +2,7 @@
 #include "SettingsTestSupport.hpp"
 
 namespace fs = std::filesystem;
-using namespace kftext;
+using namespace kftest;
 
 namespace {
 

@@ -13,7 +13,7 @@
 #include <future>
 
 namespace fs = std::filesystem;
-using namespace kftext;
+using namespace kftest;
 
 namespace {
 

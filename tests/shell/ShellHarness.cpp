@@ -13,7 +13,7 @@
 
 extern char** environ;
 
-namespace shelltest {
+namespace kftest {
 
 HostRun Workspace::Run(const std::vector<fs::path>& bundles, const fs::path& script,
                        const std::vector<std::string>& extra) const
@@ -67,41 +67,9 @@ fs::path Workspace::CopyBundle(const fs::path& bundle) const
     return target;
 }
 
-std::string SwapHalves(std::string bytes)
-{
-    for (char& c : bytes) {
-        const auto b = static_cast<unsigned char>(c);
-        c = static_cast<char>(((b << 4) | (b >> 4)) & 0xFF);
-    }
-    return bytes;
-}
-
-Entries ReadStore(const fs::path& file)
-{
-    const std::string text = SwapHalves(ReadFile(file));
-    Entries entries;
-    for (std::size_t pos = 0; pos < text.size();) {
-        const std::size_t end = text.find('\n', pos);
-        const std::size_t colon = text.find(": ", pos);
-        if (text[pos] != '$' || end == std::string::npos || colon == std::string::npos || colon > end)
-            return {{"<malformed>", text}};
-        entries.emplace_back(text.substr(pos + 1, colon - pos - 1), text.substr(colon + 2, end - colon - 2));
-        pos = end + 1;
-    }
-    return entries;
-}
-
-void WriteStore(const fs::path& file, const Entries& entries)
-{
-    std::string text;
-    for (const auto& [name, value] : entries)
-        text += "$" + name + ": " + value + "\n";
-    WriteFile(file, SwapHalves(text));
-}
-
 std::string StoredLanguage(const Workspace& w)
 {
-    for (const auto& [name, value] : ReadStore(SharedStore(w)))
+    for (const auto& [name, value] : ReadSettingsFile(SharedStore(w)))
         if (name == "Language_str")
             return value;
     return {};
@@ -149,4 +117,4 @@ int Count(const std::string& text, const std::string& needle)
     return n;
 }
 
-} // namespace shelltest
+} // namespace kftest

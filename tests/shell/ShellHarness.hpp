@@ -3,18 +3,16 @@
 #pragma once
 
 #include "kftest/InProcessHost.hpp"
+#include "kftest/SettingsFiles.hpp"
 
 #include <filesystem>
 #include <string>
 #include <utility>
 #include <vector>
 
-namespace shelltest {
+namespace kftest {
 
 namespace fs = std::filesystem;
-using kftest::ReadFile;
-using kftest::WriteFile;
-using Entries = std::vector<std::pair<std::string, std::string>>;
 
 // Built paths, baked in by the build.
 inline const fs::path kForge = KF_TEST_FORGE_BUNDLE;
@@ -44,15 +42,11 @@ private:
     kftest::TempFolder temp_;
 };
 
-// The family's settings format: "$name: value\n" entries with the halves of every byte swapped.
-std::string SwapHalves(std::string bytes);
-Entries ReadStore(const fs::path& file);  // a malformed file gives one entry "<malformed>"
-void WriteStore(const fs::path& file, const Entries& entries);
 inline fs::path SharedStore(const Workspace& w) { return w.Framework() / "Quadrelle.cfg"; }
 std::string StoredLanguage(const Workspace& w);  // "" when none
 inline void StoreLanguage(const Workspace& w, const std::string& suffix)
 {
-    WriteStore(SharedStore(w), {{"Language_str", suffix}});
+    WriteSettingsFile(SharedStore(w), {{"Language_str", suffix}});
 }
 
 inline const std::vector<std::string> kSuffixes = {"ita", "int", "fra", "ger", "spa", "jap", "rus"};
@@ -64,4 +58,4 @@ void RemoveString(const fs::path& bundle, int list, int index);
 
 int Count(const std::string& text, const std::string& needle);
 
-} // namespace shelltest
+} // namespace kftest

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace texttest {
+namespace kftest {
 
 // The units of s; the null string and the empty string both give "" (test IsNull separately).
 inline std::u16string U(KF_String const& s)
@@ -64,4 +64,4 @@ private:
     GS::AppTextEncoding saved_;
 };
 
-} // namespace texttest
+} // namespace kftest

@@ -3,45 +3,9 @@
 
 #include "KF/KF_String.hpp"
 
-#include <fstream>
-#include <sstream>
 
-namespace kfupdate_test {
+namespace kftest {
 namespace fs = std::filesystem;
-
-namespace {
-
-std::string Swap(std::string bytes)
-{
-    for (char& c : bytes) {
-        auto const u = static_cast<unsigned char>(c);
-        c = static_cast<char>(((u & 0x0F) << 4) | (u >> 4));
-    }
-    return bytes;
-}
-
-} // namespace
-
-void WriteSettingsFile(fs::path const& file, std::map<std::string, std::string> const& entries)
-{
-    std::string plain;
-    for (auto const& [name, value] : entries)
-        plain += "$" + name + ": " + value + "\n";
-    kftest::WriteFile(file, Swap(plain));
-}
-
-std::map<std::string, std::string> ReadSettingsFile(fs::path const& file)
-{
-    std::map<std::string, std::string> entries;
-    std::istringstream lines(Swap(kftest::ReadFile(file)));
-    std::string line;
-    while (std::getline(lines, line)) {
-        std::size_t const colon = line.find(": ");
-        if (line.size() > 1 && line[0] == '$' && colon != std::string::npos)
-            entries[line.substr(1, colon - 1)] = line.substr(colon + 2);
-    }
-    return entries;
-}
 
 std::string ToUtf8(std::u16string const& text)
 {
@@ -86,14 +50,15 @@ void AddonHost::ServeVersions(std::string const& text)
     kftest::WriteFile(served_.Path() / "update_plugins" / "versions16.txt", text);
 }
 
-void AddonHost::WriteOwnSettings(std::map<std::string, std::string> const& entries)
+void AddonHost::WriteOwnSettings(SettingsEntries const& entries)
 {
     WriteSettingsFile(framework_.Path() / "Orvella Beam Tools_10.cfg", entries);
 }
 
 std::map<std::string, std::string> AddonHost::OwnSettings() const
 {
-    return ReadSettingsFile(framework_.Path() / "Orvella Beam Tools_10.cfg");
+    SettingsEntries const entries = ReadSettingsFile(framework_.Path() / "Orvella Beam Tools_10.cfg");
+    return {entries.begin(), entries.end()};
 }
 
 fs::path AddonHost::VersionsCopy() const { return framework_.Path() / "__updcf__.tmp"; }
@@ -148,4 +113,4 @@ bool AddonHost::AlertShown(std::string const& text)
 
 bool AddonHost::NoAlert() { return host_->Run("expect no-alert"); }
 
-} // namespace kfupdate_test
+} // namespace kftest

@@ -4,6 +4,7 @@
 
 #include "UpdateServer.hpp"
 #include "kftest/InProcessHost.hpp"
+#include "kftest/SettingsFiles.hpp"
 
 #include <gtest/gtest.h>
 
@@ -14,11 +15,7 @@
 #include <memory>
 #include <string>
 
-namespace kfupdate_test {
-
-// Settings files are name-value lines with the halves of every byte swapped.
-void WriteSettingsFile(std::filesystem::path const& file, std::map<std::string, std::string> const& entries);
-std::map<std::string, std::string> ReadSettingsFile(std::filesystem::path const& file);
+namespace kftest {
 
 std::string ToUtf8(std::u16string const& text);
 
@@ -41,7 +38,7 @@ protected:
     // Loads the example bundle; updateServer empty: the loopback server.
     void Load(std::string const& updateServer = {});
     void ServeVersions(std::string const& text);
-    void WriteOwnSettings(std::map<std::string, std::string> const& entries);
+    void WriteOwnSettings(SettingsEntries const& entries);
     std::map<std::string, std::string> OwnSettings() const;
     std::filesystem::path VersionsCopy() const;
 
@@ -69,4 +66,4 @@ protected:
     kfhost::ResourceModule resources_;
 };
 
-} // namespace kfupdate_test
+} // namespace kftest

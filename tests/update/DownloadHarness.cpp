@@ -9,7 +9,7 @@
 #include <cstring>
 #include <fstream>
 
-namespace kfupdate_test {
+namespace kftest {
 
 int Recorder::CallBack(KF_URL_Message message, double progress, void* userData)
 {
@@ -149,4 +149,4 @@ bool DownloadTest::Start(const std::string& url, Recorder& recorder, const std::
                                    &Recorder::CallBack, &recorder);
 }
 
-} // namespace kfupdate_test
+} // namespace kftest

@@ -16,7 +16,7 @@
 #include <thread>
 #include <vector>
 
-namespace kfupdate_test {
+namespace kftest {
 
 struct Event {
     KF_URL_Message message;
@@ -81,4 +81,4 @@ protected:
     std::list<Recorder> recorders_;
 };
 
-} // namespace kfupdate_test
+} // namespace kftest

@@ -1,6 +1,6 @@
 #include "VersionsParse.hpp"
 
-namespace kfupdate_test {
+namespace kftest {
 
 std::string Utf8(KF_String const& s)
 {
@@ -40,4 +40,4 @@ Parsed Parse(std::string const& bytes)
     return Convert(messages, addons, libraries);
 }
 
-} // namespace kfupdate_test
+} // namespace kftest

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace kfupdate_test {
+namespace kftest {
 
 std::string Utf8(KF_String const& s);
 
@@ -34,4 +34,4 @@ Parsed Convert(KF_List<KF_AddonUpdate_Message> const& messages, KF_List<KF_Addon
                KF_List<KF_AddonUpdate_Library> const& libraries);
 Parsed Parse(std::string const& bytes);
 
-} // namespace kfupdate_test
+} // namespace kftest

@@ -5,7 +5,8 @@
 
 #include <gtest/gtest.h>
 
-namespace kfhost::validate {
+using namespace kfhost::validate;
+
 namespace {
 
 struct Case {
@@ -61,4 +62,3 @@ TEST(ChildProcess, KeepsWhatTheProcessPrintedWhenItFailed)
 }
 
 } // namespace
-} // namespace kfhost::validate

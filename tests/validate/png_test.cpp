@@ -6,7 +6,8 @@
 
 #include <functional>
 
-namespace kfhost::validate {
+using namespace kfhost::validate;
+
 namespace {
 
 std::size_t ChunkAt(const std::string& png, std::string_view type) { return png.find(type) - 4; }
@@ -62,4 +63,3 @@ TEST(Png, ProblemsOfDamagedIcons)
 }
 
 } // namespace
-} // namespace kfhost::validate

@@ -7,6 +7,7 @@
 #pragma once
 
 #include "kfhost/Host.hpp"
+#include "kftest/Files.hpp"
 #include "kfhost/script/Runner.hpp"
 
 #include <cstdint>
@@ -89,22 +90,5 @@ private:
     kfhost::AddOn* addOn_ = nullptr;
     bool loaded_ = false;
 };
-
-// A fresh temporary folder, removed when the object goes.
-class TempFolder {
-public:
-    TempFolder();
-    ~TempFolder();
-    TempFolder(const TempFolder&) = delete;
-    TempFolder& operator=(const TempFolder&) = delete;
-    const std::filesystem::path& Path() const { return path_; }
-
-private:
-    std::filesystem::path path_;
-};
-
-// Whole-file helpers for tests.
-std::string ReadFile(const std::filesystem::path& file);
-void WriteFile(const std::filesystem::path& file, std::string_view content);
 
 } // namespace kftest

@@ -1,7 +1,7 @@
 // The shell linked into the test: each of the five language menus' handlers answers for its own
 // menu resource. The host registers only one of them, so a script cannot reach the others.
-#include "KFTestText.hpp"
 #include "kftest/InProcessHost.hpp"
+#include "kftest/SettingsFiles.hpp"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@ TEST(MenuHandlers, EachLanguageMenuOpensTheMainDialog)
 {
     kftest::InProcessHost host;
     host.AddResourceFolder(KF_SHELL_RESOURCES);
-    kftest::WriteFile(host.FrameworkFolder() / "Quadrelle.cfg", kftext::Scrambled("$Language_str: int\n"));
+    kftest::WriteFile(host.FrameworkFolder() / "Quadrelle.cfg", kftest::Scrambled("$Language_str: int\n"));
     ASSERT_TRUE(host.Load(kftest::LinkedEntryPoints(), "OrvellaForge").Loaded());
     for (std::int16_t menu = 32500; menu <= 32504; ++menu) {
         host.Queue("expect dialog 32500\nclick 2");

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-using texttest::U;
+using kftest::U;
 
 namespace {
 

@@ -5,10 +5,10 @@
 
 #include <string>
 
-using texttest::Bytes;
-using texttest::FromU16;
-using texttest::U;
-using texttest::Utf8;
+using kftest::Bytes;
+using kftest::FromU16;
+using kftest::U;
+using kftest::Utf8;
 
 namespace {
 
@@ -173,7 +173,7 @@ TEST(ConvertWrappers, SystemEncodingIsReadAtEveryCall)
     char const* const roman = "caf\x8E";
     EXPECT_TRUE(KF_String(roman).IsNull()) << "not UTF-8";
     {
-        texttest::ScopedAppEncoding scoped(GS::AppTextEncoding::MacRoman);
+        kftest::ScopedAppEncoding scoped(GS::AppTextEncoding::MacRoman);
         EXPECT_EQ(U(KF_String(roman)), u"caf\u00E9");
         EXPECT_EQ(ToBytes(FromU16(u"\u00E9"), E::Enc_System), std::string("\x8E\0", 2));
         EXPECT_EQ(U(KF_String("x", E::Encoding(57))), u"x") << "unknown values act as the system encoding";

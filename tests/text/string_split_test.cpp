@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-using texttest::Pieces;
-using texttest::Utf8;
+using kftest::Pieces;
+using kftest::Utf8;
 
 using Units = std::vector<std::u16string>;
 using Nulls = std::vector<bool>;

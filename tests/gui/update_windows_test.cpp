@@ -1,12 +1,10 @@
 // An update check of the update example in real windows: the download runs on Qt's loop while the
 // windows are up, the results window opens beside the work with the result, and its update button
 // opens the add-on's update page.
-#include "Driver.hpp"
-#include "TempFolder.hpp"
+#include "WindowedHost.hpp"
+#include "kftest/Files.hpp"
 #include "UpdateServer.hpp"
 
-#include "kfhost/qt/Gui.hpp"
-#include "kfhost/script/Runner.hpp"
 #include "kfhost/qt/MainWindow.hpp"
 
 #include <QAction>
@@ -17,30 +15,40 @@
 
 namespace {
 
-using kfgui::Do;
-using kfgui::Logged;
+using kftest::Do;
+using kftest::Logged;
 
 constexpr std::int16_t kResults = 32755;
 constexpr std::int16_t kStrings = 32711; // the framework's texts, international
 
-class UpdateWindows : public ::testing::Test {
-protected:
-    UpdateWindows()
+// Made before the host, which is told the server's port.
+struct DemoServer {
+    DemoServer()
         : server([] {
               kfupd::ServerOptions options;
               options.root = KF_GUI_UPDATE_DEMO;
               return options;
           }()),
-          port(server.Start()), host([&] {
-              kfhost::HostConfig config;
-              config.frameworkFolder = folder.Path();
-              config.updateServer = "127.0.0.1:" + std::to_string(port);
-              return config;
-          }()),
-          session(host, script, kfhost::qt::GuiOptions{{}, true, false})
+          port(server.Start())
     {
-        loaded = host.LoadBundle(KF_GUI_UPDATE_BUNDLE);
-        session.ShowMainWindow();
+    }
+
+    kftest::TempFolder folder;
+    kfupd::UpdateServer server;
+    int port;
+};
+
+class UpdateWindows : public ::testing::Test, protected DemoServer, protected kftest::WindowedHost {
+protected:
+    UpdateWindows()
+        : WindowedHost(
+              [&] {
+                  kfhost::HostConfig config = kftest::InFolder(folder.Path());
+                  config.updateServer = "127.0.0.1:" + std::to_string(port);
+                  return config;
+              }(),
+              KF_GUI_UPDATE_BUNDLE)
+    {
     }
     ~UpdateWindows() override { server.Stop(); }
 
@@ -56,15 +64,6 @@ protected:
         QString s = text ? QString::fromStdU16String(*text) : QStringLiteral("<missing %1>").arg(index);
         return name ? s.replace(QLatin1String(name), QLatin1String(value)) : s;
     }
-
-    kfgui::TempFolder folder;
-    kfupd::UpdateServer server;
-    int port;
-    kfhost::Host host;
-    kfhost::ScriptRunner script{host};
-    kfhost::qt::GuiSession session;
-    kfgui::Driver drive{host, session.Backend()};
-    kfhost::LoadResult loaded;
 };
 
 TEST_F(UpdateWindows, ResultWindowShowsANewerReleaseAndOpensTheUpdatePage)

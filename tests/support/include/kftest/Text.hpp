@@ -1,11 +1,11 @@
-// Text helpers shared by the files, settings and communication tests.
+// Between the framework's strings and UTF-8 in tests.
 #pragma once
 
 #include "KF/KF_String.hpp"
 
 #include <string>
 
-namespace kftext {
+namespace kftest {
 
 inline KF_String S(std::string const& utf8)
 {
@@ -23,14 +23,4 @@ inline std::string Utf8(KF_String const& text)
     return out;
 }
 
-// Settings and communication files keep every byte with its two halves swapped.
-inline std::string Scrambled(std::string bytes)
-{
-    for (char& c : bytes) {
-        auto const b = static_cast<unsigned char>(c);
-        c = static_cast<char>(static_cast<unsigned char>((b << 4) | (b >> 4)));
-    }
-    return bytes;
-}
-
-} // namespace kftext
+} // namespace kftest

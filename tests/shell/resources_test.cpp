@@ -6,7 +6,7 @@
 
 #include <set>
 
-namespace shelltest {
+namespace kftest {
 namespace {
 
 TEST(Resources, EveryUsedStringExistsInEveryLanguage)
@@ -34,4 +34,4 @@ TEST(Resources, EveryUsedStringExistsInEveryLanguage)
 }
 
 } // namespace
-} // namespace shelltest
+} // namespace kftest

@@ -16,7 +16,7 @@
 
 extern char** environ;
 
-using namespace kfupdate_test;
+using namespace kftest;
 
 namespace {
 

@@ -4,12 +4,12 @@
 
 #include <gtest/gtest.h>
 
-namespace shelltest {
+namespace kftest {
 namespace {
 
 const char kOwnFile17[] = "Orvella Forge_10_17.sui";
 
-void Touch(const fs::path& file) { WriteFile(file, SwapHalves("$Tavolo Loaded: TRUE\n")); }
+void Touch(const fs::path& file) { WriteFile(file, Scrambled("$Tavolo Loaded: TRUE\n")); }
 
 TEST(Environment, MainApplicationRemovesOnlyItsOwnFileOfTheRunningVersion)
 {
@@ -44,4 +44,4 @@ TEST(Environment, ServerApplicationGetsNothingButTheStaleFileIsGone)
 }
 
 } // namespace
-} // namespace shelltest
+} // namespace kftest

@@ -9,7 +9,7 @@
 
 #include <algorithm>
 
-using namespace kfupdate_test;
+using namespace kftest;
 
 namespace {
 

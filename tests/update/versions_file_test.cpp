@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-using namespace kfupdate_test;
+using namespace kftest;
 
 namespace {
 

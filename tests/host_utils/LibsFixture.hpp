@@ -14,7 +14,7 @@
 #include <string>
 #include <utility>
 
-namespace libs_test {
+namespace kftest {
 
 namespace fs = std::filesystem;
 
@@ -66,4 +66,4 @@ protected:
     std::unique_ptr<kftest::InProcessHost> host_;
 };
 
-} // namespace libs_test
+} // namespace kftest

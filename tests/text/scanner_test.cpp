@@ -5,8 +5,8 @@
 
 #include <gtest/gtest.h>
 
-using texttest::U;
-using texttest::Utf8;
+using kftest::U;
+using kftest::Utf8;
 
 namespace {
 
@@ -142,7 +142,7 @@ TEST(Scanner, IsIntegerAcceptsEmptyAndDash)
     EXPECT_TRUE(s.IsInteger(token));
     token = Utf8("1-0");
     EXPECT_FALSE(s.IsInteger(token));
-    token = texttest::FromU16(u"\u0661");
+    token = kftest::FromU16(u"\u0661");
     EXPECT_FALSE(s.IsInteger(token));
 }
 

@@ -1,8 +1,8 @@
 // The add-on as its users see it, clicked through real widgets: the first-use language question with
 // its flags, the main dialog in the language chosen, the language button, and another add-on's
 // module command sent from the Host menu.
-#include "Driver.hpp"
-#include "TempFolder.hpp"
+#include "WindowedHost.hpp"
+#include "kftest/Files.hpp"
 
 #include "kfhost/qt/Gui.hpp"
 #include "kfhost/script/Runner.hpp"
@@ -21,8 +21,8 @@
 
 namespace {
 
-using kfgui::Do;
-using kfgui::Logged;
+using kftest::Do;
+using kftest::Logged;
 
 constexpr std::int16_t kMain = 32500;
 constexpr std::int16_t kLanguage = 32734;
@@ -32,17 +32,10 @@ constexpr int kInt = 1;
 constexpr int kGer = 3;
 
 // One run of the host with the add-on loaded, on a framework folder that outlives it.
-struct HostRun {
+struct HostRun : kftest::WindowedHost {
     explicit HostRun(const std::filesystem::path& folder)
-        : host([&] {
-              kfhost::HostConfig config;
-              config.frameworkFolder = folder;
-              return config;
-          }()),
-          session(host, script, kfhost::qt::GuiOptions{{}, true, false})
+        : WindowedHost(kftest::InFolder(folder), KF_GUI_SHELL_BUNDLE)
     {
-        loaded = host.LoadBundle(KF_GUI_SHELL_BUNDLE);
-        session.ShowMainWindow();
     }
 
     // A string of the add-on's resources: what a dialog item must show.
@@ -61,24 +54,18 @@ struct HostRun {
             shown->actions()[item - 1]->trigger();
         };
     }
-
-    kfhost::Host host;
-    kfhost::ScriptRunner script{host};
-    kfhost::qt::GuiSession session;
-    kfgui::Driver drive{host, session.Backend()};
-    kfhost::LoadResult loaded;
 };
 
 class AddOnWindows : public ::testing::Test {
 protected:
-    kfgui::TempFolder folder;
+    kftest::TempFolder folder;
 };
 
 TEST_F(AddOnWindows, FirstUseQuestionMainDialogAndLanguageButton)
 {
     HostRun run(folder.Path());
     ASSERT_TRUE(run.loaded.Loaded()) << run.loaded.reason;
-    kfgui::Driver& drive = run.drive;
+    kftest::Driver& drive = run.drive;
     const QString name = QString::fromStdString(run.host.AddOns().front()->name);
 
     auto mainDialogIn = [&](int language) {
@@ -153,7 +140,7 @@ TEST_F(AddOnWindows, HostMenuModuleCommandOpensTheMainDialog)
 {
     HostRun run(folder.Path());
     ASSERT_TRUE(run.loaded.Loaded()) << run.loaded.reason;
-    kfgui::Driver& drive = run.drive;
+    kftest::Driver& drive = run.drive;
     QMenu* hostMenu = run.session.Window().menuBar()->findChild<QMenu*>("hostMenu");
     ASSERT_NE(hostMenu, nullptr);
     emit hostMenu->aboutToShow();

@@ -7,7 +7,7 @@
 
 #include <thread>
 
-using namespace kfupdate_test;
+using namespace kftest;
 
 namespace {
 

@@ -13,7 +13,7 @@
 #include "KF/KF_Language.hpp"
 #include "kfsdk/HostTable.h"
 
-using namespace kfupdate_test;
+using namespace kftest;
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <thread>
 
-using namespace kfupdate_test;
+using namespace kftest;
 using kftest::ReadFile;
 
 namespace {

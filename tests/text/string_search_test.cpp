@@ -3,9 +3,9 @@
 
 #include <gtest/gtest.h>
 
-using texttest::FromU16;
-using texttest::U;
-using texttest::Utf8;
+using kftest::FromU16;
+using kftest::U;
+using kftest::Utf8;
 
 TEST(StringCompare, NullSortsBeforeEverything)
 {

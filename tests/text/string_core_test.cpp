@@ -3,9 +3,9 @@
 
 #include <gtest/gtest.h>
 
-using texttest::FromU16;
-using texttest::U;
-using texttest::Utf8;
+using kftest::FromU16;
+using kftest::U;
+using kftest::Utf8;
 
 TEST(StringStates, NullAndEmptyDifferWhereSaid)
 {
@@ -130,7 +130,7 @@ TEST(StringAccess, OutOfRangeGivesNeutralAnswers)
 
 TEST(StringAccess, CharConversionsFollowTheApplicationEncoding)
 {
-    texttest::ScopedAppEncoding roman(GS::AppTextEncoding::MacRoman);
+    kftest::ScopedAppEncoding roman(GS::AppTextEncoding::MacRoman);
     KF_String s = FromU16(u"\u00E9\u20AC\u4E00");
     EXPECT_EQ(static_cast<unsigned char>(s.CharAt(0)), 0x8E);
     EXPECT_EQ(static_cast<unsigned char>(s.CharAt(1)), 0xDB);

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-namespace shelltest {
+namespace kftest {
 namespace {
 
 const std::string kQuestion = "dialog 32734 title";
@@ -14,7 +14,7 @@ TEST(FirstUse, AsksBeforeTheMainDialogOnceAndStoresTheChoice)
     const HostRun run = w.Run({kForge}, "first-use-asks-once.kfs");
     EXPECT_EQ(run.status, 0) << run.transcript;
     EXPECT_EQ(Count(run.transcript, kQuestion), 1) << run.transcript;
-    EXPECT_EQ(ReadStore(SharedStore(w)), (Entries{{"Language_str", "fra"}}));
+    EXPECT_EQ(ReadSettingsFile(SharedStore(w)), (SettingsEntries{{"Language_str", "fra"}}));
 
     // A new run of the host remembers: no question, the dialog is French at once.
     const HostRun again = w.Run({kForge}, w.WriteScript({
@@ -73,4 +73,4 @@ TEST(FirstUse, ModuleCommandNeverAsksAndLeavesTheQuestionToTheFirstMenu)
 }
 
 } // namespace
-} // namespace shelltest
+} // namespace kftest

@@ -2,7 +2,7 @@
 // made, and writes that fail (which are skipped, block by block, without ending the download).
 #include "DownloadHarness.hpp"
 
-using namespace kfupdate_test;
+using namespace kftest;
 
 namespace {
 

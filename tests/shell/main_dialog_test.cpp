@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-namespace shelltest {
+namespace kftest {
 namespace {
 
 // Item -> string index of the add-on's own list.
@@ -89,4 +89,4 @@ TEST(MainDialog, MissingDialogResourceEndsTheCommandInsteadOfAskingForever)
 }
 
 } // namespace
-} // namespace shelltest
+} // namespace kftest

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-namespace shelltest {
+namespace kftest {
 namespace {
 
 HostRun AskProbe(const Workspace& w, const std::vector<fs::path>& bundles, const std::string& alert)
@@ -19,7 +19,7 @@ TEST(Suite, AnswersItsCommandBesideTheAddOn)
     Workspace w;
     const HostRun run = AskProbe(w, {kForge, kSuite, kProbe}, "suite loaded, answered");
     EXPECT_EQ(run.status, 0) << run.transcript;
-    EXPECT_EQ(ReadStore(ProbeFile(w)), (Entries{{"Tavolo Loaded", "TRUE"}}));
+    EXPECT_EQ(ReadSettingsFile(ProbeFile(w)), (SettingsEntries{{"Tavolo Loaded", "TRUE"}}));
     EXPECT_NE(run.transcript.find("loaded \"Tavolo\""), std::string::npos) << run.transcript;
 
     // Addressed by its module identifier, and by nobody else's.
@@ -37,7 +37,7 @@ TEST(Suite, NotAnsweringButItsFilePresentCountsAsLoaded)
     WriteFile(w.Framework() / "Tavolo_AC17.sui", "");
     const HostRun run = AskProbe(w, {kForge, kProbe}, "suite loaded, not answered");
     EXPECT_EQ(run.status, 0) << run.transcript;
-    EXPECT_EQ(ReadStore(ProbeFile(w)), (Entries{{"Tavolo Loaded", "TRUE"}}));
+    EXPECT_EQ(ReadSettingsFile(ProbeFile(w)), (SettingsEntries{{"Tavolo Loaded", "TRUE"}}));
     // Orvella Forge's sweep of its own stale file leaves the suite's file alone.
     EXPECT_TRUE(fs::exists(w.Framework() / "Tavolo_AC17.sui"));
 }
@@ -48,8 +48,8 @@ TEST(Suite, NeitherAnsweringNorFileMeansAbsent)
     WriteFile(w.Framework() / "Tavolo_AC16.sui", "");  // another host version's file does not count
     const HostRun run = AskProbe(w, {kForge, kProbe}, "suite absent, not answered");
     EXPECT_EQ(run.status, 0) << run.transcript;
-    EXPECT_EQ(ReadStore(ProbeFile(w)), (Entries{{"Tavolo Loaded", "FALSE"}}));
+    EXPECT_EQ(ReadSettingsFile(ProbeFile(w)), (SettingsEntries{{"Tavolo Loaded", "FALSE"}}));
 }
 
 } // namespace
-} // namespace shelltest
+} // namespace kftest

@@ -1,8 +1,8 @@
 // The host's probe add-on in real windows: its menu in the menu bar, its modal dialog (list with tab
 // fields and icons, live hide/show and enable/disable, a nested modal dialog, the close box), its
 // modeless window, alerts, the file dialog and a timer on Qt's loop, worked by mouse and keys.
-#include "Driver.hpp"
-#include "TempFolder.hpp"
+#include "WindowedHost.hpp"
+#include "kftest/Files.hpp"
 
 #include "kfhost/qt/Gui.hpp"
 #include "kfhost/qt/MainWindow.hpp"
@@ -27,23 +27,17 @@
 
 namespace {
 
-using kfgui::Do;
-using kfgui::Logged;
+using kftest::Do;
+using kftest::Logged;
 
-kfhost::HostConfig Config(const std::filesystem::path& folder)
-{
-    kfhost::HostConfig config;
-    config.frameworkFolder = folder;
-    return config;
-}
+// Made before the host, whose framework folder it holds.
+struct ProbeFolder {
+    kftest::TempFolder temp;
+};
 
-class ProbeWindows : public ::testing::Test {
+class ProbeWindows : public ::testing::Test, protected ProbeFolder, protected kftest::WindowedHost {
 protected:
-    ProbeWindows() : host(Config(temp.Path())), session(host, script, kfhost::qt::GuiOptions{{}, true, false})
-    {
-        loaded = host.LoadBundle(KF_GUI_PROBE_BUNDLE);
-        session.ShowMainWindow();
-    }
+    ProbeWindows() : WindowedHost(kftest::InFolder(temp.Path()), KF_GUI_PROBE_BUNDLE) {}
 
     void SetUp() override { ASSERT_TRUE(loaded.Loaded()) << loaded.reason; }
 
@@ -63,13 +57,6 @@ protected:
             action->trigger();
         };
     }
-
-    kfgui::TempFolder temp;
-    kfhost::Host host;
-    kfhost::ScriptRunner script{host};
-    kfhost::qt::GuiSession session;
-    kfgui::Driver drive{host, session.Backend()};
-    kfhost::LoadResult loaded;
 };
 
 TEST_F(ProbeWindows, MenuBarShowsTheRegisteredMenuWithItemFlags)
@@ -194,7 +181,7 @@ TEST_F(ProbeWindows, TimerRunsOnQtsLoopAndItsAlertIsAMessageBox)
         Do([&] {
             auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
             EXPECT_EQ(box->text(), "timer fired");
-            QAbstractButton* ok = kfgui::Driver::ModalButton("OK");
+            QAbstractButton* ok = kftest::Driver::ModalButton("OK");
             ASSERT_NE(ok, nullptr) << "the button text the add-on gave";
             QTest::mouseClick(ok, Qt::LeftButton);
         }),
@@ -225,8 +212,8 @@ TEST_F(ProbeWindows, FileDialogIsAQtFileDialogWithTheTypesFilters)
             EXPECT_EQ(dialog->selectedFiles(), QStringList{path});
             QTest::keyClick(dialog->findChild<QLineEdit*>("fileNameEdit"), Qt::Key_Return);
         }),
-        [&] { return kfgui::Driver::ModalButton("OK") != nullptr; },
-        Do([&] { QTest::mouseClick(kfgui::Driver::ModalButton("OK"), Qt::LeftButton); }),
+        [&] { return kftest::Driver::ModalButton("OK") != nullptr; },
+        Do([&] { QTest::mouseClick(kftest::Driver::ModalButton("OK"), Qt::LeftButton); }),
     });
     EXPECT_TRUE(Logged(host, "file dialog \"Pick a file\" -> \"" + file.string() + "\""));
     EXPECT_TRUE(Logged(host, "alert \"\" \"file: " + file.string() + "\" \"\" buttons \"OK\""));

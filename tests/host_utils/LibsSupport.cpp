@@ -1,4 +1,4 @@
-#include "libs_fixture.hpp"
+#include "LibsFixture.hpp"
 
 #include <atomic>
 #include <cstdlib>
@@ -39,7 +39,7 @@ void operator delete[](void* block, std::size_t) noexcept { ::operator delete(bl
 void operator delete(void* block, const std::nothrow_t&) noexcept { ::operator delete(block); }
 void operator delete[](void* block, const std::nothrow_t&) noexcept { ::operator delete(block); }
 
-namespace libs_test {
+namespace kftest {
 
 long LiveBlocks() { return sLive.load(); }
 
@@ -54,4 +54,4 @@ std::string U8(const unsigned short* units)
     return U8(KF_String(units));
 }
 
-} // namespace libs_test
+} // namespace kftest

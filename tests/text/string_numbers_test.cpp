@@ -7,8 +7,8 @@
 #include <climits>
 #include <cmath>
 
-using texttest::U;
-using texttest::Utf8;
+using kftest::U;
+using kftest::Utf8;
 
 using E = KF_String;
 
@@ -62,7 +62,7 @@ TEST(NumberTests, IntegerAndDecimalGrammar)
     EXPECT_FALSE(E::IsIntegerNumber(static_cast<char const*>(nullptr)));
     EXPECT_FALSE(E::IsIntegerNumber(KF_String()));
     EXPECT_TRUE(E::IsIntegerNumber(Utf8(" 3")));
-    EXPECT_FALSE(E::IsIntegerNumber(texttest::FromU16(u"\uFF13")));
+    EXPECT_FALSE(E::IsIntegerNumber(kftest::FromU16(u"\uFF13")));
 
     EXPECT_EQ(E::IsNumber("12."), 0);
     EXPECT_EQ(E::IsNumber(" -3,5"), 2);
