@@ -2,7 +2,7 @@
 // comes back entry for entry and byte for byte, in both application encodings.
 #include "KFTestText.hpp"
 #include "kftest/InProcessHost.hpp"
-#include "settings/KF_SettingsState.hpp"
+#include "KF_SettingsState.hpp"
 #include "KF/KF_AddonSettings.hpp"
 
 #include <gtest/gtest.h>
@@ -27,7 +27,7 @@ protected:
         config.textEncoding = GetParam();
         auto host = std::make_unique<kftest::InProcessHost>(config);
         host->Attach();
-        detail::KF_AddonSettings_Forget(KF_AddonSettings_ThisAddon);
+        kf::detail::KF_AddonSettings_Forget(KF_AddonSettings_ThisAddon);
         return host;
     }
 
@@ -68,7 +68,7 @@ TEST_P(SettingsRoundTrip, AnotherProcessReadsAndRewritesTheStoreUnchanged)
         EXPECT_EQ(Utf8(name), kEntries[i].first);
         EXPECT_EQ(Utf8(value), kEntries[i].second);
     }
-    detail::KF_AddonSettings_Forget(KF_AddonSettings_ThisAddon);
+    kf::detail::KF_AddonSettings_Forget(KF_AddonSettings_ThisAddon);
 }
 
 INSTANTIATE_TEST_SUITE_P(Encodings, SettingsRoundTrip, ::testing::Values(KF_TEXTENC_UTF8, KF_TEXTENC_MACROMAN),
