@@ -9,8 +9,12 @@ namespace kf::detail {
 
 inline constexpr short kUpdateResultDialog = 32755;
 
-// The one running check, read by its results dialog. Status: 1 checking, 2 nothing newer,
-// 3 newer release found; statusLib is 1 once a result is shown.
+// Values of KF_UpdateCheckState::status.
+inline constexpr int kUpdateChecking = 1;
+inline constexpr int kUpdateNothingNewer = 2;
+inline constexpr int kUpdateNewerFound = 3;
+
+// The one running check, read by its results dialog; statusLib is 1 once a result is shown.
 struct KF_UpdateCheckState {
     bool calledByUser = false;
     bool hasLibrary = false;

@@ -63,7 +63,7 @@ void CompareWithServer()
     sCheck.serverAddonLibVersion = "???";
     // An automatic check with nothing newer stays silent.
     if (sCheck.calledByUser || newer) {
-        sCheck.status = newer ? 3 : 2;
+        sCheck.status = newer ? kUpdateNewerFound : kUpdateNothingNewer;
         sCheck.statusLib = 1;
         KF_AddonUpdate_ResultUpdateInit(sCheck.dialogID);
         DGShowModelessDialog(sCheck.dialogID);
@@ -134,7 +134,7 @@ bool KF_AddonUpdate_CheckForUpdate(long updateMode, bool byUser, const KF_String
         KF_AddonUpdate_ShowError();
         return true;
     }
-    sCheck.status = 1;
+    sCheck.status = kUpdateChecking;
     GSResModule const previous = ACAPI_UseOwnResModule();
     sCheck.dialogID = DGModelessInit(ACAPI_GetOwnResModule(), kUpdateResultDialog, ACAPI_GetOwnResModule(),
                                      KF_AddonUpdate_ResultUpdate_Handler, 0, 0);

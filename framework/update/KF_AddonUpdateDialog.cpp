@@ -57,13 +57,13 @@ void KF_AddonUpdate_ResultUpdateInit(short dialogID)
     SetText(dialogID, kItemAddonPage, S(79));
     SetText(dialogID, kItemLibraryPage, S(79));
 
-    if (check.status == 1) {
+    if (check.status == kUpdateChecking) {
         for (short item : {kItemWebSite, kItemAddonPage, kItemLibraryPage, kItemAddonResult, kItemLibraryResult})
             DGHideItem(dialogID, item);
     } else {
         for (short item : {kItemWebSite, kItemAddonResult, kItemLibraryResult, kItemAddonPage})
             DGShowItem(dialogID, item);
-        if (check.status != 2)
+        if (check.status != kUpdateNothingNewer)
             DGEnableItem(dialogID, kItemAddonPage);
         else
             DGDisableItem(dialogID, kItemAddonPage);
@@ -71,13 +71,15 @@ void KF_AddonUpdate_ResultUpdateInit(short dialogID)
         if (!check.hasLibrary) {
             for (short item : {kItemLibraryPage, kItemLibraryResult, kItemLibraryHeadline})
                 DGHideItem(dialogID, item);
-            SetText(dialogID, kItemAddonResult, S(check.status != 2 ? 34 : 35));
+            SetText(dialogID, kItemAddonResult, S(check.status != kUpdateNothingNewer ? 34 : 35));
         } else {
             KF_String const addonName("ADDONNAME");
             KF_String const libName("ADDONLIBNAME");
             DGShowItem(dialogID, kItemLibraryPage);
-            SetText(dialogID, kItemLibraryHeadline, S(check.status == 2 && check.statusLib == 1 ? 35 : 34));
-            SetText(dialogID, kItemAddonResult, S(check.status != 2 ? 81 : 80).Replace(addonName, AddonName()));
+            SetText(dialogID, kItemLibraryHeadline,
+                    S(check.status == kUpdateNothingNewer && check.statusLib == 1 ? 35 : 34));
+            SetText(dialogID, kItemAddonResult,
+                    S(check.status != kUpdateNothingNewer ? 81 : 80).Replace(addonName, AddonName()));
             if (check.statusLib != 1) {
                 DGEnableItem(dialogID, kItemLibraryPage);
                 SetText(dialogID, kItemLibraryResult, S(83).Replace(libName, check.addonLibName));
