@@ -10,7 +10,7 @@
 set -euo pipefail
 
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-BUILD=${1:-$ROOT/build/dev}
+BUILD=$(realpath -m "${1:-$ROOT/build/dev}")
 OUT=$ROOT/docs/screenshots
 
 say() { printf 'screenshots: %s\n' "$*" >&2; }
@@ -36,12 +36,13 @@ cleanup() {
 trap cleanup EXIT
 export QT_QPA_PLATFORM=offscreen
 
-# play NAME BUNDLE [kfhost arguments...] < script: pictures land in $WORK/NAME/
+# play NAME BUNDLE [kfhost arguments...] < script: pictures land in $WORK/NAME/. BUNDLE is relative
+# to the build folder, where kfhost runs, so that the pictures show no path of this machine.
 play() {
   local name=$1 bundle=$2
   shift 2
-  "$KFHOST" --addon "$bundle" --framework-folder "$WORK/fw-$name" --gui --screenshot "$WORK/$name" \
-    --script - "$@" >"$WORK/$name.log" 2>&1 || { cat "$WORK/$name.log" >&2; die "the $name run failed"; }
+  (cd "$BUILD" && "$KFHOST" --addon "$bundle" --framework-folder "$WORK/fw-$name" --gui --screenshot "$WORK/$name" \
+    --script - "$@") >"$WORK/$name.log" 2>&1 || { cat "$WORK/$name.log" >&2; die "the $name run failed"; }
 }
 
 # keep NAME PICTURE TARGET: one picture of a run, under the name the README uses
@@ -56,7 +57,7 @@ mkdir -p "$OUT"
 # The first use: the language question, the main dialog in English, then German by the language
 # button. Pictures: 001 question, 002 main (int), 003 question again, 004 German chosen, 005 main
 # (ger), 006 the host.
-play addon "$BUILD/addons/OrvellaForge.bundle" <<'EOF'
+play addon addons/OrvellaForge.bundle <<'EOF'
 menu 32501 1
 expect dialog 32734
 expect selected 3 2
@@ -85,7 +86,7 @@ for _ in $(seq 50); do
 done
 PORT=$(head -n 1 "$WORK/port")
 [[ $PORT =~ ^[0-9]+$ ]] || die "the update server did not start: $(cat "$WORK/server.log")"
-play update "$BUILD/addons/OrvellaBeamTools.bundle" --update-server "127.0.0.1:$PORT" <<'EOF'
+play update addons/OrvellaBeamTools.bundle --update-server "127.0.0.1:$PORT" <<'EOF'
 menu 32601 1
 wait 20
 expect dialog 32755

@@ -1,8 +1,8 @@
 // A settings store of 99,000 bytes: load, save and 1,000 look-ups through the framework and the
 // host's file layer, beside std::ifstream / std::ofstream moving the same bytes in the same run.
 #include "kftest/InProcessHost.hpp"
-#include "settings/KF_SettingsFormat.hpp"
-#include "settings/KF_SettingsState.hpp"
+#include "KF_SettingsFormat.hpp"
+#include "KF_SettingsState.hpp"
 #include "KF/KF_AddonSettings.hpp"
 
 #include <benchmark/benchmark.h>
@@ -39,11 +39,11 @@ std::string PlainStore(std::vector<std::string>& names)
             value[50] = '\r';
         }
         names.push_back(Name(i));
-        detail::KF_Settings_AppendPlain(text, names.back(), value);
+        kf::detail::KF_Settings_AppendPlain(text, names.back(), value);
     }
     std::string const last = "Padding";
     std::size_t const room = kStoreBytes - text.size() - (1 + last.size() + 2 + 1);
-    detail::KF_Settings_AppendPlain(text, last, std::string(room, 'p'));
+    kf::detail::KF_Settings_AppendPlain(text, last, std::string(room, 'p'));
     names.push_back(last);
     return text;
 }
@@ -60,7 +60,7 @@ struct Fixture {
     {
         host.Attach();
         bytes = PlainStore(names);
-        detail::KF_Settings_SwapHalves(bytes.data(), bytes.size());
+        kf::detail::KF_Settings_SwapHalves(bytes.data(), bytes.size());
         file = host.FrameworkFolder() / "TestAddOn.cfg";
         plainFile = host.TempDir() / "streams.cfg";
         kftest::WriteFile(file, bytes);
@@ -115,9 +115,9 @@ void BM_ParseBytesOnly(benchmark::State& state)
     Fixture& f = Shared();
     for (auto _ : state) {
         std::string plain = f.bytes;
-        detail::KF_Settings_SwapHalves(plain.data(), plain.size());
+        kf::detail::KF_Settings_SwapHalves(plain.data(), plain.size());
         long count = 0;
-        benchmark::DoNotOptimize(detail::KF_Settings_ParsePlain(plain.data(), plain.size(), CountEntry, &count));
+        benchmark::DoNotOptimize(kf::detail::KF_Settings_ParsePlain(plain.data(), plain.size(), CountEntry, &count));
         benchmark::DoNotOptimize(count);
     }
     state.SetBytesProcessed(std::int64_t(state.iterations()) * std::int64_t(f.bytes.size()));
@@ -129,7 +129,7 @@ void BM_ParseIntoList(benchmark::State& state)
     Fixture& f = Shared();
     for (auto _ : state) {
         KF_List<KF_Setting> list;
-        benchmark::DoNotOptimize(detail::KF_Settings_ParseFile(f.bytes.data(), f.bytes.size(), list));
+        benchmark::DoNotOptimize(kf::detail::KF_Settings_ParseFile(f.bytes.data(), f.bytes.size(), list));
     }
     state.SetBytesProcessed(std::int64_t(state.iterations()) * std::int64_t(f.bytes.size()));
 }

@@ -51,7 +51,7 @@ void ParseRepeatedly(benchmark::State& state, std::string const& text)
         KF_List<KF_AddonUpdate_Message> messages;
         KF_List<KF_AddonUpdate_Addon> addons;
         KF_List<KF_AddonUpdate_Library> libraries;
-        detail::KF_AddonUpdate_ParseVersionsBytes(text.data(), text.size(), messages, addons, libraries);
+        kf::detail::KF_AddonUpdate_ParseVersionsBytes(text.data(), text.size(), messages, addons, libraries);
         benchmark::DoNotOptimize(addons.GetCount());
     }
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(text.size()));

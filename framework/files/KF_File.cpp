@@ -1,15 +1,10 @@
 // Whole-file operations and the owner of one open host file.
 #include "KF/KF_File.hpp"
+#include "KF_FileDetail.hpp"
 
 namespace {
 
 constexpr IO::File::AccessDeniedTreatment kDeniedTreatment = IO::File::ReturnErrorOnDenied;
-
-// Result number of an open or construction code: mapped when negative, 6 when positive.
-std::int32_t OpenResult(GSErrCode err)
-{
-    return err > 0 ? 6 : KF_File::MapHostError(err);
-}
 
 // Closes (the close's own answer is ignored), closes again if still open, deletes.
 void Dispose(IO::File* file)
@@ -35,9 +30,10 @@ bool Probe(KF_Location const& location)
 std::int32_t OpenForWriting(IO::File& file, bool append)
 {
     if (GSErrCode const status = file.GetStatus(); status != NoError) {
-        return OpenResult(status);
+        return kf::detail::KF_File_ResultOf(status);
     }
-    return OpenResult(file.Open(append ? IO::File::AppendMode : IO::File::WriteEmptyMode, kDeniedTreatment));
+    return kf::detail::KF_File_ResultOf(
+        file.Open(append ? IO::File::AppendMode : IO::File::WriteEmptyMode, kDeniedTreatment));
 }
 
 } // namespace
@@ -57,18 +53,23 @@ std::int32_t KF_File::MapHostError(GSErrCode err)
 {
     switch (err) {
     case NoError:
-        return 0;
+        return KF_File_OK;
     case IO::AccessDenied:
-        return 2;
+        return KF_File_AccessDenied;
     case IO::FileNotFound:
-        return 3;
+        return KF_File_NotFound;
     case IO::DiskFull:
-        return 4;
+        return KF_File_DiskFull;
     case IO::Error:
-        return 5;
+        return KF_File_HostError;
     default:
-        return 6;
+        return KF_File_Failed;
     }
+}
+
+std::int32_t kf::detail::KF_File_ResultOf(GSErrCode err)
+{
+    return err > 0 ? KF_File_Failed : KF_File::MapHostError(err);
 }
 
 std::int32_t KF_File::Open(KF_Location const& location, KF_File_OpenMode const& mode)
@@ -78,12 +79,12 @@ std::int32_t KF_File::Open(KF_Location const& location, KF_File_OpenMode const& 
     IO::File::OnNotFound const onNotFound = mode == KF_File_Read ? IO::File::Fail : IO::File::Create;
     file = new IO::File(static_cast<IO::Location>(location), onNotFound);
     if (GSErrCode const status = file->GetStatus(); status != NoError) {
-        return OpenResult(status);
+        return kf::detail::KF_File_ResultOf(status);
     }
     if (static_cast<std::int32_t>(mode) < 0 || static_cast<std::int32_t>(mode) > 4) {
-        return 6;
+        return KF_File_Failed;
     }
-    return OpenResult(file->Open(static_cast<IO::File::OpenMode>(mode), kDeniedTreatment));
+    return kf::detail::KF_File_ResultOf(file->Open(static_cast<IO::File::OpenMode>(mode), kDeniedTreatment));
 }
 
 std::int32_t KF_File::WriteFullText(KF_String const& text, KF_String::Encoding encoding, bool writeBOM,
@@ -94,7 +95,7 @@ std::int32_t KF_File::WriteFullText(KF_String const& text, KF_String::Encoding e
         KF_CString const bom = KF_String::GetBOM(encoding);
         if (bom.bytes != nullptr && bom.length > 0) {
             if (file == nullptr) {
-                return 1;
+                return KF_File_NoHostFile;
             }
             UInt64 done = 0;
             if (GSErrCode const err = file->WriteBin(bom.bytes, bom.length, &done); err != NoError) {
@@ -115,7 +116,7 @@ std::int32_t KF_File::WriteFullText(KF_String const& text, KF_String::Encoding e
         --count;
     }
     if (file == nullptr) {
-        return 1;
+        return KF_File_NoHostFile;
     }
     UInt64 done = 0;
     if (GSErrCode const err = file->WriteBin(converted.bytes, count, &done); err != NoError) {
@@ -125,7 +126,7 @@ std::int32_t KF_File::WriteFullText(KF_String const& text, KF_String::Encoding e
     if (bytesWritten != nullptr) {
         *bytesWritten += static_cast<unsigned long>(done);
     }
-    return 0;
+    return KF_File_OK;
 }
 
 bool KF_File::Delete(KF_Location const& location)
@@ -143,10 +144,10 @@ std::int32_t KF_File::WriteBin(KF_Location const& location, char const* data, lo
                                bool create)
 {
     if (length < 0 || (data == nullptr && length > 0)) {
-        return 6;
+        return KF_File_Failed;
     }
     if (!create && !Probe(location)) {
-        return 6;
+        return KF_File_Failed;
     }
     auto* const host = new IO::File(static_cast<IO::Location>(location), IO::File::Create);
     std::int32_t result = OpenForWriting(*host, append);
@@ -167,7 +168,7 @@ std::int32_t KF_File::ReadBin(KF_Location const& location, char* buffer, unsigne
         if (exists != nullptr) {
             *exists = false;
         }
-        return 0;
+        return KF_File_OK;
     }
     if (exists != nullptr) {
         *exists = true;
@@ -175,7 +176,7 @@ std::int32_t KF_File::ReadBin(KF_Location const& location, char* buffer, unsigne
     auto* const host = new IO::File(static_cast<IO::Location>(location), IO::File::Create);
     if (GSErrCode const err = host->Open(IO::File::ReadMode, kDeniedTreatment); err != NoError) {
         Dispose(host);
-        return OpenResult(err);
+        return kf::detail::KF_File_ResultOf(err);
     }
 
     // A failure while sizing, seeking or reading only skips what follows; the close decides.
@@ -205,7 +206,7 @@ std::int32_t KF_File::ReadBin(KF_Location const& location, char* buffer, unsigne
         host->Close();
     }
     delete host;
-    return OpenResult(closeErr);
+    return kf::detail::KF_File_ResultOf(closeErr);
 }
 
 std::int32_t KF_File::WriteFullText(KF_Location const& location, KF_String const& text,

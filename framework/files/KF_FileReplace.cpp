@@ -4,8 +4,7 @@
 #include <chrono>
 #include <random>
 
-
-namespace detail {
+namespace kf::detail {
 
 std::int32_t KF_File_ReadWhole(KF_Location const& location, std::size_t limit, std::string& out, bool& exists)
 {
@@ -14,7 +13,7 @@ std::int32_t KF_File_ReadWhole(KF_Location const& location, std::size_t limit, s
     {
         IO::File const probe(static_cast<IO::Location>(location), IO::File::Fail);
         if (probe.GetStatus() != NoError) {
-            return 0;
+            return KF_File_OK;
         }
     }
     exists = true;
@@ -27,7 +26,7 @@ std::int32_t KF_File_ReadWhole(KF_Location const& location, std::size_t limit, s
         return KF_File::MapHostError(err);
     }
     if (length >= limit) {
-        return kFileTooLarge;
+        return KF_File_TooLarge;
     }
     out.resize(static_cast<std::size_t>(length));
     UInt64 read = 0;
@@ -38,14 +37,14 @@ std::int32_t KF_File_ReadWhole(KF_Location const& location, std::size_t limit, s
         }
         if (read != length) {
             out.clear();
-            return 6;
+            return KF_File_Failed;
         }
     }
     if (GSErrCode const err = reader.file->Close(); err != NoError) {
         out.clear();
-        return err > 0 ? 6 : KF_File::MapHostError(err);
+        return KF_File_ResultOf(err);
     }
-    return 0;
+    return KF_File_OK;
 }
 
 namespace {
@@ -78,17 +77,17 @@ std::int32_t WriteAndClose(KF_File& writer, char const* data, std::size_t length
         return KF_File::MapHostError(err);
     }
     if (written != length) {
-        return 6;
+        return KF_File_Failed;
     }
     GSErrCode const closed = writer.file->Close();
-    return closed > 0 ? 6 : KF_File::MapHostError(closed);
+    return KF_File_ResultOf(closed);
 }
 
 } // namespace
 
 std::int32_t KF_File_CreateBeside(KF_Location const& location, KF_File& file, KF_Location& created)
 {
-    std::int32_t result = 6;
+    std::int32_t result = KF_File_Failed;
     for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
         // Same folder, so that the final move never crosses file systems.
         KF_Location const candidate(location.path + "." + UniqueTag().c_str() + ".kftmp");
@@ -97,10 +96,10 @@ std::int32_t KF_File_CreateBeside(KF_Location const& location, KF_File& file, KF
         GSErrCode const err = file.file->Open(IO::File::CreateNewMode);
         if (err == NoError) {
             created = candidate;
-            return 0;
+            return KF_File_OK;
         }
-        result = err > 0 ? 6 : KF_File::MapHostError(err);
-        if (result == 2 || result == 4) {
+        result = KF_File_ResultOf(err);
+        if (result == KF_File_AccessDenied || result == KF_File_DiskFull) {
             break; // no other name would fare better
         }
     }
@@ -126,7 +125,7 @@ bool KF_File_KeepAside(KF_Location const& location, char const* suffix)
 std::int32_t KF_File_ReplaceWhole(KF_Location const& location, char const* data, std::size_t length)
 {
     if (location.path.IsNullOrEmpty() || (data == nullptr && length > 0)) {
-        return 6;
+        return KF_File_Failed;
     }
     KF_Location temporary;
     std::int32_t result = 0;
@@ -142,12 +141,12 @@ std::int32_t KF_File_ReplaceWhole(KF_Location const& location, char const* data,
         GSErrCode const moved = IO::FileSystem::MoveOver(static_cast<IO::Location>(temporary),
                                                          static_cast<IO::Location>(location));
         if (moved == NoError) {
-            return 0;
+            return KF_File_OK;
         }
-        result = moved > 0 ? 6 : KF_File::MapHostError(moved);
+        result = KF_File_ResultOf(moved);
     }
     KF_File::Delete(temporary);
     return result;
 }
 
-} // namespace detail
+} // namespace kf::detail

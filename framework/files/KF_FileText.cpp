@@ -7,12 +7,12 @@ std::int32_t KF_File::ReadFullText(KF_Location const& location, KF_String& text,
     text = KF_String("");
     std::string bytes;
     bool found = false;
-    std::int32_t const result = detail::KF_File_ReadWhole(location, KF_File_TextLimit, bytes, found);
+    std::int32_t const result = kf::detail::KF_File_ReadWhole(location, KF_File_TextLimit, bytes, found);
     if (exists != nullptr) {
         *exists = found;
     }
     if (result != 0 || !found) {
-        return result == detail::kFileTooLarge ? KF_File_TooLarge : result;
+        return result;
     }
     // The limit keeps the size within the converters' unsigned int.
     auto const size = static_cast<unsigned int>(bytes.size());
@@ -20,7 +20,7 @@ std::int32_t KF_File::ReadFullText(KF_Location const& location, KF_String& text,
         KF_String::TextToString(text, bytes.data(), size, encoding == KF_String::Enc_None, encoding);
     if (used == KF_String::Enc_Unsupported) {
         text = KF_String("");
-        return 6;
+        return KF_File_Failed;
     }
-    return 0;
+    return KF_File_OK;
 }

@@ -1,8 +1,8 @@
 // Communication files of the maker's add-ons and the suite's presence.
 #include "KF/KF_Comm.hpp"
 
-#include "../files/KF_FileDetail.hpp"
-#include "../settings/KF_SettingsFormat.hpp"
+#include "KF_FileDetail.hpp"
+#include "KF_SettingsFormat.hpp"
 #include "KF_CommDetail.hpp"
 #include "ACAPI.hpp"
 #include "KF/KF_AddonConstants.hpp"
@@ -66,9 +66,9 @@ bool KF_Comm::AddOnFileWrite(bool suiteLoaded)
     if (!AddOnFileLocation(RunningHostVersion(), location)) {
         return false;
     }
-    std::string const text = detail::KF_Comm_BuildMessage(suiteLoaded);
+    std::string const text = kf::detail::KF_Comm_BuildMessage(suiteLoaded);
     // Replaced whole in one step, so that a reader never meets half a file.
-    return detail::KF_File_ReplaceWhole(location, text.data(), text.size()) == 0;
+    return kf::detail::KF_File_ReplaceWhole(location, text.data(), text.size()) == 0;
 }
 
 bool KF_Comm::AddOnFileRead()
@@ -79,10 +79,10 @@ bool KF_Comm::AddOnFileRead()
     }
     std::string bytes;
     bool exists = false;
-    if (detail::KF_File_ReadWhole(location, detail::kSettingsBufferSize, bytes, exists) != 0) {
+    if (kf::detail::KF_File_ReadWhole(location, kf::detail::kSettingsBufferSize, bytes, exists) != 0) {
         return false;
     }
-    return detail::KF_Comm_ReadMessage(bytes.data(), bytes.size());
+    return kf::detail::KF_Comm_ReadMessage(bytes.data(), bytes.size());
 }
 
 void KF_Comm::AddOnsFileDelete()

@@ -1,10 +1,10 @@
 // The one-entry message of an add-on communication file.
 #include "KF_CommDetail.hpp"
 
-#include "../settings/KF_SettingsFormat.hpp"
+#include "KF_SettingsFormat.hpp"
 #include "KF/KF_AddonSettings.hpp"
 
-namespace detail {
+namespace kf::detail {
 
 std::string KF_Comm_BuildMessage(bool suiteLoaded)
 {
@@ -24,4 +24,4 @@ bool KF_Comm_ReadMessage(char const* bytes, std::size_t size)
     return KF_String::Compare(entries[0].value, 0, KF_String("TRUE", KF_String::Enc_System), 0, 0) == 0;
 }
 
-} // namespace detail
+} // namespace kf::detail

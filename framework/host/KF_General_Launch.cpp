@@ -22,7 +22,7 @@ void KF_General_LaunchDoc(const KF_Location& location)
 {
     KF_String const path = location.path.Replace(':', '/');
     KF_CString const bytes = path.ToCStr(KF_String::Enc_System);
-    detail::KF_General_SystemOpen(Bytes(bytes));
+    kf::detail::KF_General_SystemOpen(Bytes(bytes));
 }
 
 // The file must exist; it is probed, never opened.
@@ -70,5 +70,5 @@ bool KF_General::LaunchURLByPath(const KF_String& address)
     }
     // The reference handed the address over with a length byte: 255 bytes at most.
     std::string_view const text = Bytes(bytes);
-    return detail::KF_General_SystemOpen(text.substr(0, 255));
+    return kf::detail::KF_General_SystemOpen(text.substr(0, 255));
 }

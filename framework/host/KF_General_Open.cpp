@@ -6,7 +6,7 @@
 
 #include <string>
 
-namespace detail {
+namespace kf::detail {
 
 bool KF_General_SystemOpen(std::string_view target)
 {
@@ -14,7 +14,7 @@ bool KF_General_SystemOpen(std::string_view target)
     std::string argument = !target.empty() && target.front() == '-' ? "./" : "";
     argument.append(target.substr(0, target.find('\0')));
     char const* const argv[] = {"xdg-open", argument.c_str(), nullptr};
-    return KFHost::SpawnDetached(argv) == NoError;
+    return HostServices::SpawnDetached(argv) == NoError;
 }
 
-} // namespace detail
+} // namespace kf::detail

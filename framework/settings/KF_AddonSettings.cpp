@@ -1,7 +1,7 @@
 // The shared and the private settings stores.
 #include "KF/KF_AddonSettings.hpp"
 
-#include "../files/KF_FileDetail.hpp"
+#include "KF_FileDetail.hpp"
 #include "KF/KF_AddonConstants.hpp"
 #include "KF_SettingsFormat.hpp"
 #include "KF_SettingsState.hpp"
@@ -87,8 +87,8 @@ bool KF_AddonSettings_Load(KF_AddonSettings_Type type, bool onlyIfNotLoaded)
     std::string bytes;
     bool exists = false;
     bool& refused = RefusedFlagOf(type);
-    if (detail::KF_File_ReadWhole(location, detail::kSettingsBufferSize, bytes, exists) != 0 ||
-        !detail::KF_Settings_ParseFile(bytes.data(), bytes.size(), list)) {
+    if (kf::detail::KF_File_ReadWhole(location, kf::detail::kSettingsBufferSize, bytes, exists) != 0 ||
+        !kf::detail::KF_Settings_ParseFile(bytes.data(), bytes.size(), list)) {
         refused = true;
         return false;
     }
@@ -99,9 +99,9 @@ bool KF_AddonSettings_Load(KF_AddonSettings_Type type, bool onlyIfNotLoaded)
 
 bool KF_AddonSettings_Save(KF_AddonSettings_Type type)
 {
-    std::string const bytes = detail::KF_Settings_BuildFile(ListOf(type));
+    std::string const bytes = kf::detail::KF_Settings_BuildFile(ListOf(type));
     // What could not be read back is never written.
-    if (bytes.size() >= detail::kSettingsBufferSize) {
+    if (bytes.size() >= kf::detail::kSettingsBufferSize) {
         return false;
     }
     KF_Location location;
@@ -111,14 +111,14 @@ bool KF_AddonSettings_Save(KF_AddonSettings_Type type)
     // No byte the user had may vanish: a file that failed to load goes aside first, and when it
     // cannot, it is not replaced.
     if (RefusedFlagOf(type)) {
-        if (!detail::KF_File_KeepAside(location, kRefusedSuffix)) {
+        if (!kf::detail::KF_File_KeepAside(location, kRefusedSuffix)) {
             return false;
         }
         RefusedFlagOf(type) = false;
         KF_String const line = "settings file could not be read and was kept as " + location.path + kRefusedSuffix;
-        KFHost::Log(line.ToUniString());
+        HostServices::Log(line.ToUniString());
     }
-    return detail::KF_File_ReplaceWhole(location, bytes.data(), bytes.size()) == 0;
+    return kf::detail::KF_File_ReplaceWhole(location, bytes.data(), bytes.size()) == 0;
 }
 
 bool KF_AddonSettings_Get(KF_AddonSettings_Type type, KF_String name, KF_String* value, bool load)
@@ -252,7 +252,7 @@ bool KF_AddonSettings_Get(KF_AddonSettings_Type type, long index, KF_String* nam
     return true;
 }
 
-namespace detail {
+namespace kf::detail {
 
 void KF_AddonSettings_Forget(KF_AddonSettings_Type type)
 {
@@ -261,4 +261,4 @@ void KF_AddonSettings_Forget(KF_AddonSettings_Type type)
     RefusedFlagOf(type) = false;
 }
 
-} // namespace detail
+} // namespace kf::detail

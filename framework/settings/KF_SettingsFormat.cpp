@@ -3,7 +3,7 @@
 #include "KF_SettingsFormat.hpp"
 
 #include "KF/KF_AddonSettings.hpp"
-#include "../text/KF_TextLossless.hpp"
+#include "KF_TextLossless.hpp"
 
 KF_Setting::KF_Setting() : name("", KF_String::Enc_System), value("", KF_String::Enc_System)
 {
@@ -13,7 +13,7 @@ KF_Setting::KF_Setting(KF_String const& entryName, KF_String const& entryValue) 
 {
 }
 
-namespace detail {
+namespace kf::detail {
 
 namespace {
 
@@ -161,4 +161,4 @@ std::string KF_Settings_BuildFile(const KF_List<KF_Setting>& list)
     return text;
 }
 
-} // namespace detail
+} // namespace kf::detail

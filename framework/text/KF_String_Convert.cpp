@@ -4,7 +4,7 @@
 #include <climits>
 #include <cstring>
 
-namespace detail::text {
+namespace kf::detail::text {
 
 int UnitSize(Codec codec)
 {
@@ -28,11 +28,11 @@ bool IsAsciiCompatible(Codec codec)
     return codec == Codec::UTF8 || IsSingleByte(codec);
 }
 
-} // namespace detail::text
+} // namespace kf::detail::text
 
 namespace {
 
-using namespace detail::text;
+using namespace kf::detail::text;
 
 constexpr long kNoRoute = LONG_MIN;
 
@@ -215,8 +215,8 @@ long KF_String::ConvertChangeEncoding(Encoding from, char const* src, long srcBy
         return -5;
     }
     long const term = terminate ? TerminatorSize(to) : 0;
-    Codec const source = detail::text::Resolve(from);
-    Codec const target = detail::text::Resolve(to);
+    Codec const source = kf::detail::text::Resolve(from);
+    Codec const target = kf::detail::text::Resolve(to);
     int const unit = TerminatorSize(from);
     if (srcBytes == 0 && IsZeroUnit(src, unit)) {
         if (!terminate) {
@@ -238,7 +238,7 @@ long KF_String::ConvertChangeEncoding(Encoding from, char const* src, long srcBy
     std::size_t const cap = (dst != nullptr && dstBytes > term) ? std::size_t(dstBytes - term) : 0;
 
     long result = kNoRoute;
-    if (detail::text::FastPathsEnabled()) {
+    if (kf::detail::text::FastPathsEnabled()) {
         result = ConvertDirect(source, in, n, target, out, cap, lossy);
     }
     if (result == kNoRoute) {
@@ -260,7 +260,7 @@ long KF_String::ConvertChangeEncoding(Encoding from, char const* src, long srcBy
 
 unsigned short KF_String::CharToKF_Char(char c, Encoding enc)
 {
-    if (enc >= 2 && static_cast<unsigned char>(c) < 0x80 && IsAsciiCompatible(detail::text::Resolve(enc))) {
+    if (enc >= 2 && static_cast<unsigned char>(c) < 0x80 && IsAsciiCompatible(kf::detail::text::Resolve(enc))) {
         return static_cast<unsigned char>(c);
     }
     unsigned char out[8] = {};
@@ -273,7 +273,7 @@ unsigned short KF_String::CharToKF_Char(char c, Encoding enc)
 
 char KF_String::KF_CharToChar(unsigned short unit, Encoding enc)
 {
-    if (enc >= 2 && unit < 0x80 && IsAsciiCompatible(detail::text::Resolve(enc))) {
+    if (enc >= 2 && unit < 0x80 && IsAsciiCompatible(kf::detail::text::Resolve(enc))) {
         return static_cast<char>(unit);
     }
     char const in[2] = {static_cast<char>(unit & 0xFF), static_cast<char>(unit >> 8)};
@@ -321,7 +321,7 @@ long SourceBytes(KF_String const& src, unsigned int from, unsigned int count)
 {
     unsigned int const avail = src.GetLength() - from;
     if (count == 0) {
-        count = static_cast<unsigned int>(detail::text::FindZeroUnit(src.Units() + from, avail));
+        count = static_cast<unsigned int>(kf::detail::text::FindZeroUnit(src.Units() + from, avail));
     }
     // 0 (an empty range) makes the converter read the terminator at the end: the empty text.
     return 2L * long(count < avail ? count : avail);

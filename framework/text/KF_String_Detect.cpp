@@ -154,7 +154,7 @@ bool KF_String::IsUTF8(char const* text, bool needMultibyte)
     }
     std::size_t const size = std::strlen(text);
     bool multi = false;
-    bool const valid = detail::text::ValidateUtf8(reinterpret_cast<std::uint8_t const*>(text), size, multi);
+    bool const valid = kf::detail::text::ValidateUtf8(reinterpret_cast<std::uint8_t const*>(text), size, multi);
     return valid && (multi || !needMultibyte);
 }
 
@@ -164,6 +164,6 @@ bool KF_String::IsUTF8(char const* text, unsigned int size, bool needMultibyte)
         return false;
     }
     bool multi = false;
-    bool const valid = detail::text::ValidateUtf8(reinterpret_cast<std::uint8_t const*>(text), size, multi);
+    bool const valid = kf::detail::text::ValidateUtf8(reinterpret_cast<std::uint8_t const*>(text), size, multi);
     return valid && (multi || !needMultibyte);
 }

@@ -9,7 +9,7 @@
 
 #include <array>
 
-namespace detail::text {
+namespace kf::detail::text {
 
 namespace {
 
@@ -172,4 +172,4 @@ bool PlatformEncode(Codec codec, char16_t const* units, std::size_t count, bool 
     });
 }
 
-} // namespace detail::text
+} // namespace kf::detail::text

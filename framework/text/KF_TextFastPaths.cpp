@@ -5,7 +5,7 @@
 #include <atomic>
 #include <bit>
 
-namespace detail::text {
+namespace kf::detail::text {
 
 namespace {
 
@@ -59,4 +59,4 @@ void SetFastPathsEnabled(bool enabled)
     sFastPaths.store(enabled, std::memory_order_relaxed);
 }
 
-} // namespace detail::text
+} // namespace kf::detail::text

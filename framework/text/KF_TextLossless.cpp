@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace detail {
+namespace kf::detail {
 
 namespace {
 
@@ -161,4 +161,4 @@ std::string KF_Text_StringToBytes(KF_String const& text, KF_String::Encoding enc
     return out;
 }
 
-} // namespace detail
+} // namespace kf::detail

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace detail::text {
+namespace kf::detail::text {
 
 namespace {
 
@@ -284,4 +284,4 @@ long Utf16ToSingleByte(SingleByteTable const& table, std::uint8_t const* src, st
     return overflowed ? kTooSmall : long(written);
 }
 
-} // namespace detail::text
+} // namespace kf::detail::text

@@ -6,7 +6,7 @@
 #include <bit>
 #include <cstring>
 
-namespace detail::text {
+namespace kf::detail::text {
 
 namespace {
 
@@ -423,4 +423,4 @@ long Utf16ToUtf8(std::uint8_t const* src, std::size_t units, std::uint8_t* out, 
     return long(o - out);
 }
 
-} // namespace detail::text
+} // namespace kf::detail::text

@@ -12,7 +12,7 @@
 #define KF_TEXT_VECTOR_UTF8 1
 #endif
 
-namespace detail::text {
+namespace kf::detail::text {
 
 #if KF_TEXT_VECTOR_UTF8
 
@@ -161,4 +161,4 @@ long MeasureUtf8Vector(std::uint8_t const* /*src*/, std::size_t /*n*/, bool& /*s
 
 #endif
 
-} // namespace detail::text
+} // namespace kf::detail::text

@@ -7,27 +7,25 @@
 #include "KF/KF_AddonSettings.hpp"
 #include "KF/KF_File.hpp"
 #include "KF/KF_General.hpp"
-#include "../files/KF_FileDetail.hpp"
+#include "KF_FileDetail.hpp"
 
 #include <ctime>
 #include <string>
 
-namespace detail {
+namespace kf::detail {
 
-bool sUpdateCalledByUser = false;
-bool sHasLibrary = false;
-KF_String sUpdateAddonLibName;
-KF_String sCurrentAddonVersion;
-int sUpdateStatus = 0;
-int sUpdateStatusLib = 0;
-KF_String sServerAddonVersion("");
-KF_String sServerAddonLibVersion("");
-short sIDUpdateDialog = 0;
-bool sUpdateCancelled = false;
+namespace {
+KF_UpdateCheckState sCheck;
+} // namespace
 
-} // namespace detail
+KF_UpdateCheckState& KF_AddonUpdate_State()
+{
+    return sCheck;
+}
 
-using namespace detail;
+} // namespace kf::detail
+
+using namespace kf::detail;
 
 namespace {
 
@@ -45,7 +43,7 @@ bool ReadAndDeleteVersionsFile(KF_String& text)
         return false;
     std::string bytes;
     bool exists = false;
-    std::int32_t const read = detail::KF_File_ReadWhole(location, kVersionsFileLimit + 1, bytes, exists);
+    std::int32_t const read = kf::detail::KF_File_ReadWhole(location, kVersionsFileLimit + 1, bytes, exists);
     KF_File::Delete(location);
     if (read != 0 || !exists)
         return false;
@@ -58,17 +56,17 @@ void CompareWithServer()
     KF_String text("");
     bool newer = false;
     if (!ReadAndDeleteVersionsFile(text) ||
-        !KF_AddonUpdate_CompareVersions(text, sCurrentAddonVersion, newer, sServerAddonVersion)) {
+        !KF_AddonUpdate_CompareVersions(text, sCheck.currentAddonVersion, newer, sCheck.serverAddonVersion)) {
         KF_AddonUpdate_ShowError();
         return;
     }
-    sServerAddonLibVersion = "???";
+    sCheck.serverAddonLibVersion = "???";
     // An automatic check with nothing newer stays silent.
-    if (sUpdateCalledByUser || newer) {
-        sUpdateStatus = newer ? 3 : 2;
-        sUpdateStatusLib = 1;
-        KF_AddonUpdate_ResultUpdateInit(sIDUpdateDialog);
-        DGShowModelessDialog(sIDUpdateDialog);
+    if (sCheck.calledByUser || newer) {
+        sCheck.status = newer ? kUpdateNewerFound : kUpdateNothingNewer;
+        sCheck.statusLib = 1;
+        KF_AddonUpdate_ResultUpdateInit(sCheck.dialogID);
+        DGShowModelessDialog(sCheck.dialogID);
     }
 }
 
@@ -77,19 +75,19 @@ int KF_AddonUpdate_UpdateCallBack(KF_URL_Message message, double, void*)
     switch (message) {
     case KF_URL_Opened:
         // Never cancels at the opening.
-        sUpdateCancelled = false;
+        sCheck.cancelled = false;
         break;
     case KF_URL_Failed: {
         // What a failed download left is no versions file: it goes.
         KF_Location location;
         if (KF_AddonUpdate_VersionsFileLocation(location))
             KF_File::Delete(location);
-        DGModelessClose(sIDUpdateDialog);
+        DGModelessClose(sCheck.dialogID);
         KF_AddonUpdate_ShowError();
         break;
     }
     case KF_URL_Close:
-        DGModelessClose(sIDUpdateDialog);
+        DGModelessClose(sCheck.dialogID);
         break;
     case KF_URL_Done:
         CompareWithServer();
@@ -97,7 +95,7 @@ int KF_AddonUpdate_UpdateCallBack(KF_URL_Message message, double, void*)
     case KF_URL_Data:
         break;
     }
-    return sUpdateCancelled ? 1 : 0;
+    return sCheck.cancelled ? 1 : 0;
 }
 
 } // namespace
@@ -107,12 +105,12 @@ bool KF_AddonUpdate_CheckForUpdate(long updateMode, bool byUser, const KF_String
 {
     if (updateMode == 2)
         return true;
-    sUpdateCalledByUser = byUser;
+    sCheck.calledByUser = byUser;
     KF_String const key = LastCheckKey();
-    sHasLibrary = false;
+    sCheck.hasLibrary = false;
     if (!libraryName.IsNullOrEmpty()) {
-        sHasLibrary = true;
-        sUpdateAddonLibName = libraryName;
+        sCheck.hasLibrary = true;
+        sCheck.addonLibName = libraryName;
     }
     KF_AddonSettings_Load(KF_AddonSettings_ThisAddon, false);
 
@@ -124,7 +122,7 @@ bool KF_AddonUpdate_CheckForUpdate(long updateMode, bool byUser, const KF_String
             return true;
     }
 
-    sCurrentAddonVersion = addonVersion;
+    sCheck.currentAddonVersion = addonVersion;
     if (addonVersion.IsNullOrEmpty())
         return false;
     KF_Location target;
@@ -136,9 +134,9 @@ bool KF_AddonUpdate_CheckForUpdate(long updateMode, bool byUser, const KF_String
         KF_AddonUpdate_ShowError();
         return true;
     }
-    sUpdateStatus = 1;
+    sCheck.status = kUpdateChecking;
     GSResModule const previous = ACAPI_UseOwnResModule();
-    sIDUpdateDialog = DGModelessInit(ACAPI_GetOwnResModule(), kUpdateResultDialog, ACAPI_GetOwnResModule(),
+    sCheck.dialogID = DGModelessInit(ACAPI_GetOwnResModule(), kUpdateResultDialog, ACAPI_GetOwnResModule(),
                                      KF_AddonUpdate_ResultUpdate_Handler, 0, 0);
     ACAPI_ResetResModule(previous);
     // Written when the download starts: a failed check counts for the interval too.

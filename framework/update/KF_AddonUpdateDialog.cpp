@@ -7,7 +7,7 @@
 #include "KF/KF_General.hpp"
 #include "KF/KF_Language.hpp"
 
-namespace detail {
+namespace kf::detail {
 namespace {
 
 enum : short {
@@ -46,6 +46,7 @@ KF_String UpdatePageWithQuery(bool forLibrary)
 
 void KF_AddonUpdate_ResultUpdateInit(short dialogID)
 {
+    KF_UpdateCheckState const& check = KF_AddonUpdate_State();
     GSResModule const previous = ACAPI_UseOwnResModule();
     DGSetDialogSize(dialogID, DG_CLIENT, 655, 172, DG_TOPLEFT, false);
     DGSetDialogTitle(dialogID, AddonName().ToUniString());
@@ -56,34 +57,36 @@ void KF_AddonUpdate_ResultUpdateInit(short dialogID)
     SetText(dialogID, kItemAddonPage, S(79));
     SetText(dialogID, kItemLibraryPage, S(79));
 
-    if (sUpdateStatus == 1) {
+    if (check.status == kUpdateChecking) {
         for (short item : {kItemWebSite, kItemAddonPage, kItemLibraryPage, kItemAddonResult, kItemLibraryResult})
             DGHideItem(dialogID, item);
     } else {
         for (short item : {kItemWebSite, kItemAddonResult, kItemLibraryResult, kItemAddonPage})
             DGShowItem(dialogID, item);
-        if (sUpdateStatus != 2)
+        if (check.status != kUpdateNothingNewer)
             DGEnableItem(dialogID, kItemAddonPage);
         else
             DGDisableItem(dialogID, kItemAddonPage);
 
-        if (!sHasLibrary) {
+        if (!check.hasLibrary) {
             for (short item : {kItemLibraryPage, kItemLibraryResult, kItemLibraryHeadline})
                 DGHideItem(dialogID, item);
-            SetText(dialogID, kItemAddonResult, S(sUpdateStatus != 2 ? 34 : 35));
+            SetText(dialogID, kItemAddonResult, S(check.status != kUpdateNothingNewer ? 34 : 35));
         } else {
             KF_String const addonName("ADDONNAME");
             KF_String const libName("ADDONLIBNAME");
             DGShowItem(dialogID, kItemLibraryPage);
-            SetText(dialogID, kItemLibraryHeadline, S(sUpdateStatus == 2 && sUpdateStatusLib == 1 ? 35 : 34));
-            SetText(dialogID, kItemAddonResult, S(sUpdateStatus != 2 ? 81 : 80).Replace(addonName, AddonName()));
-            if (sUpdateStatusLib != 1) {
+            SetText(dialogID, kItemLibraryHeadline,
+                    S(check.status == kUpdateNothingNewer && check.statusLib == 1 ? 35 : 34));
+            SetText(dialogID, kItemAddonResult,
+                    S(check.status != kUpdateNothingNewer ? 81 : 80).Replace(addonName, AddonName()));
+            if (check.statusLib != 1) {
                 DGEnableItem(dialogID, kItemLibraryPage);
-                SetText(dialogID, kItemLibraryResult, S(83).Replace(libName, sUpdateAddonLibName));
+                SetText(dialogID, kItemLibraryResult, S(83).Replace(libName, check.addonLibName));
                 DGShowItem(dialogID, kItemLibraryPage);
             } else {
                 SetText(dialogID, kItemLibraryPage, S(84));
-                SetText(dialogID, kItemLibraryResult, S(82).Replace(libName, sUpdateAddonLibName));
+                SetText(dialogID, kItemLibraryResult, S(82).Replace(libName, check.addonLibName));
             }
         }
     }
@@ -109,7 +112,7 @@ short KF_AddonUpdate_ResultUpdate_Handler(short message, short dialogID, short i
             KF_General::LaunchURLByPath(KF_AddonUpdate_WebSiteURL());
             return item;
         case kItemCancel:
-            sUpdateCancelled = true;
+            KF_AddonUpdate_State().cancelled = true;
             return item;
         case kItemAddonPage:
         case kItemLibraryPage:
@@ -125,4 +128,4 @@ short KF_AddonUpdate_ResultUpdate_Handler(short message, short dialogID, short i
     }
 }
 
-} // namespace detail
+} // namespace kf::detail

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-namespace detail {
+namespace kf::detail {
 namespace {
 
 struct Loop {
@@ -197,4 +197,4 @@ void KF_CurlLoop_Remove(KF_CurlTransfer* transfer)
         sLoop.Release();
 }
 
-} // namespace detail
+} // namespace kf::detail

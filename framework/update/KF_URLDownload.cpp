@@ -1,6 +1,6 @@
 // KF_General::URLDownload: one HTTP document into a local file, asynchronously on the host's
 // main run loop. The client hears of it through its callback: opened, data, then done or failed.
-#include "../files/KF_FileDetail.hpp"
+#include "KF_FileDetail.hpp"
 #include "KF/KF_File.hpp"
 #include "KF/KF_General.hpp"
 #include "KF_CurlRunLoop.hpp"
@@ -20,7 +20,7 @@ constexpr std::size_t kBlockSize = 16384;
 // libcurl may hand over several blocks at a time; each is still written and reported on its own.
 constexpr std::size_t kReceiveSize = 4 * kBlockSize;
 
-struct URLDownloadParams : detail::KF_CurlTransfer {
+struct URLDownloadParams : kf::detail::KF_CurlTransfer {
     KF_URL_CallBack callback = nullptr;
     void* userData = nullptr;
     std::string url;
@@ -41,7 +41,7 @@ struct URLDownloadParams : detail::KF_CurlTransfer {
 // The host may shorten the limit (tests do); the product keeps 60 seconds.
 double DownloadLimit()
 {
-    double const seconds = KFHost::DownloadTimeLimit();
+    double const seconds = HostServices::DownloadTimeLimit();
     return seconds > 0.0 ? seconds : kDownloadLimitSeconds;
 }
 
@@ -73,14 +73,14 @@ void RemovePart(URLDownloadParams* params)
 // The state block goes with its transfer: no callback can follow.
 void TerminateDownload(URLDownloadParams* params)
 {
-    detail::KF_CurlLoop_Remove(params);
+    kf::detail::KF_CurlLoop_Remove(params);
     RemovePart(params);
     curl_easy_cleanup(params->easy);
     delete params->file;
     delete params;
 }
 
-void Discard(detail::KF_CurlTransfer* transfer)
+void Discard(kf::detail::KF_CurlTransfer* transfer)
 {
     auto* params = static_cast<URLDownloadParams*>(transfer);
     RemovePart(params);
@@ -119,7 +119,7 @@ void Finish(URLDownloadParams* params, KF_URL_Message message, std::int32_t stat
 bool CreateTarget(URLDownloadParams* params)
 {
     params->file = new KF_File;
-    if (detail::KF_File_CreateBeside(KF_Location(params->targetPath), *params->file, params->partPath) != 0)
+    if (kf::detail::KF_File_CreateBeside(KF_Location(params->targetPath), *params->file, params->partPath) != 0)
         return false;
     if (params->paused) {
         params->paused = false;
@@ -128,7 +128,7 @@ bool CreateTarget(URLDownloadParams* params)
     return true;
 }
 
-void Pump(detail::KF_CurlTransfer* transfer)
+void Pump(kf::detail::KF_CurlTransfer* transfer)
 {
     auto* params = static_cast<URLDownloadParams*>(transfer);
     if (params->inCallback)
@@ -234,7 +234,7 @@ bool KF_General::URLDownload(const KF_String& url, const KF_Location& target, KF
     if (url.IsNullOrEmpty())
         return false;
     std::string request;
-    if (!detail::KF_URL_Normalise(url, request))
+    if (!kf::detail::KF_URL_Normalise(url, request))
         return false;
 
     auto* params = new URLDownloadParams;
@@ -246,7 +246,7 @@ bool KF_General::URLDownload(const KF_String& url, const KF_Location& target, KF
     params->pump = Pump;
     params->discard = Discard;
     params->easy = MakeRequest(params);
-    if (params->easy == nullptr || !detail::KF_CurlLoop_Add(params)) {
+    if (params->easy == nullptr || !kf::detail::KF_CurlLoop_Add(params)) {
         if (params->easy != nullptr)
             curl_easy_cleanup(params->easy);
         delete params;

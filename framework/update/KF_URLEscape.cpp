@@ -5,7 +5,7 @@
 #include <cstring>
 #include <memory>
 
-namespace detail {
+namespace kf::detail {
 namespace {
 
 int HexValue(char c)
@@ -97,4 +97,4 @@ bool KF_URL_Normalise(KF_String const& url, std::string& out)
     return IsWebURL(out);
 }
 
-} // namespace detail
+} // namespace kf::detail

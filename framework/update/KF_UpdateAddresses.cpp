@@ -7,13 +7,13 @@
 #include "KF/KF_Language.hpp"
 #include "KFHostServices.hpp"
 
-namespace detail {
+namespace kf::detail {
 namespace {
 
 // "http://server" without a trailing "/", or the null string without a host override.
 KF_String OverrideBase()
 {
-    char const* server = KFHost::UpdateServer();
+    char const* server = HostServices::UpdateServer();
     if (server == nullptr || server[0] == 0)
         return KF_String();
     KF_String base(server);
@@ -54,4 +54,4 @@ void KF_AddonUpdate_ShowError()
     KF_Dialog::ShowAlert(-1, KF_String(""), KF_AddonUpdate_String(33), KF_String(""));
 }
 
-} // namespace detail
+} // namespace kf::detail

@@ -2,9 +2,9 @@
 // add-on lines of the server.
 #include "KF_VersionsFile.hpp"
 
-#include "../text/KF_TextLossless.hpp"
+#include "KF_TextLossless.hpp"
 
-namespace detail {
+namespace kf::detail {
 
 namespace {
 
@@ -60,4 +60,4 @@ bool KF_AddonUpdate_CompareVersions(KF_String const& text, KF_String const& curr
     return true;
 }
 
-} // namespace detail
+} // namespace kf::detail

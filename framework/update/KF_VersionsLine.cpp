@@ -3,7 +3,7 @@
 
 #include "KF/KF_Language.hpp"
 
-namespace detail {
+namespace kf::detail {
 namespace {
 
 // Digit tests look at the narrow form of a piece and accept only the bytes "0" to "9".
@@ -148,7 +148,7 @@ void KF_AddonUpdate_SplitLibVersion(KF_String line, KF_AddonUpdate_Library& out)
     }
 }
 
-} // namespace detail
+} // namespace kf::detail
 
 KF_AddonUpdate_Message::KF_AddonUpdate_Message() : firstDate(""), secondDate(""), text(""), url("") {}
 

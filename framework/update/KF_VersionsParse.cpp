@@ -1,12 +1,12 @@
 // The versions file's text: lines, text blocks, and the three kinds of entry.
 #include "KF_VersionsFile.hpp"
 
-#include "../text/KF_TextLossless.hpp"
+#include "KF_TextLossless.hpp"
 
 #include <limits>
 #include <vector>
 
-namespace detail {
+namespace kf::detail {
 namespace {
 
 bool IsTextLine(KF_String const& line) { return line.StartsWith(KF_String("#")); }
@@ -106,4 +106,4 @@ void KF_AddonUpdate_ParseVersionsBytes(char const* bytes, std::size_t size,
     KF_AddonUpdate_ParseVersionsText(text, messages, addons, libraries);
 }
 
-} // namespace detail
+} // namespace kf::detail

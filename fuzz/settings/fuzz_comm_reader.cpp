@@ -1,7 +1,7 @@
 // Communication file bytes of any shape: reading must never crash or leave the buffer, and only
 // a single entry saying "TRUE" may read as the suite being loaded.
-#include "host/KF_CommDetail.hpp"
-#include "settings/KF_SettingsFormat.hpp"
+#include "KF_CommDetail.hpp"
+#include "KF_SettingsFormat.hpp"
 #include "ExactCopy.hpp"
 
 #include <cstdlib>
@@ -25,16 +25,16 @@ void CountEntries(std::string_view, std::string_view value, void* context)
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
 {
-    if (size >= detail::kSettingsBufferSize) {
+    if (size >= kf::detail::kSettingsBufferSize) {
         return 0;
     }
     std::unique_ptr<char[]> const bytes = ExactCopy(data, size);
-    bool const loaded = detail::KF_Comm_ReadMessage(bytes.get(), size);
+    bool const loaded = kf::detail::KF_Comm_ReadMessage(bytes.get(), size);
 
     std::string plain(bytes.get(), size);
-    detail::KF_Settings_SwapHalves(plain.data(), plain.size());
+    kf::detail::KF_Settings_SwapHalves(plain.data(), plain.size());
     Count count;
-    bool const complete = detail::KF_Settings_ParsePlain(plain.data(), plain.size(), CountEntries, &count);
+    bool const complete = kf::detail::KF_Settings_ParsePlain(plain.data(), plain.size(), CountEntries, &count);
     if (loaded != (complete && count.entries == 1 && count.lastSaysTrue)) {
         std::abort();
     }

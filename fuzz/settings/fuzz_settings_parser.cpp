@@ -1,7 +1,7 @@
 // Settings file bytes of any shape: the parser must neither crash nor read outside the buffer,
 // every entry it reads must come back unchanged through the writer, and a file read through the
 // text conversions must be rebuilt into bytes that read back as the same list.
-#include "settings/KF_SettingsFormat.hpp"
+#include "KF_SettingsFormat.hpp"
 #include "ExactCopy.hpp"
 #include "KF/KF_AddonSettings.hpp"
 
@@ -23,35 +23,35 @@ void Collect(std::string_view name, std::string_view value, void* context)
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
 {
-    if (size >= detail::kSettingsBufferSize) {
+    if (size >= kf::detail::kSettingsBufferSize) {
         return 0;
     }
     std::unique_ptr<char[]> const bytes = ExactCopy(data, size);
 
     Entries first;
-    bool const complete = detail::KF_Settings_ParsePlain(bytes.get(), size, Collect, &first);
+    bool const complete = kf::detail::KF_Settings_ParsePlain(bytes.get(), size, Collect, &first);
 
     // Whatever the parser gives, the writer can hold: its values never end in a line break of
     // their own.
     std::string text;
     for (auto const& [name, value] : first) {
-        if (!detail::KF_Settings_AppendPlain(text, name, value)) {
+        if (!kf::detail::KF_Settings_AppendPlain(text, name, value)) {
             std::abort();
         }
     }
     Entries second;
-    if (!detail::KF_Settings_ParsePlain(text.data(), text.size(), Collect, &second) || second != first) {
+    if (!kf::detail::KF_Settings_ParsePlain(text.data(), text.size(), Collect, &second) || second != first) {
         std::abort();
     }
     (void)complete;
 
     // The same bytes as a scrambled file, through the text conversions.
     KF_List<KF_Setting> list;
-    detail::KF_Settings_ParseFile(bytes.get(), size, list);
-    std::string const rebuilt = detail::KF_Settings_BuildFile(list);
+    kf::detail::KF_Settings_ParseFile(bytes.get(), size, list);
+    std::string const rebuilt = kf::detail::KF_Settings_BuildFile(list);
     KF_List<KF_Setting> again;
-    if (!detail::KF_Settings_ParseFile(rebuilt.data(), rebuilt.size(), again) ||
-        detail::KF_Settings_BuildFile(again) != rebuilt) {
+    if (!kf::detail::KF_Settings_ParseFile(rebuilt.data(), rebuilt.size(), again) ||
+        kf::detail::KF_Settings_BuildFile(again) != rebuilt) {
         std::abort();
     }
     return 0;

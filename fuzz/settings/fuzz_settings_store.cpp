@@ -2,8 +2,8 @@
 // loaded again. What loads comes back the same after a save and a reload; a file that fails to load
 // is kept aside byte for byte before it is replaced; nothing is left behind.
 #include "kftest/InProcessHost.hpp"
-#include "settings/KF_SettingsState.hpp"
-#include "text/KF_TextLossless.hpp"
+#include "KF_SettingsState.hpp"
+#include "KF_TextLossless.hpp"
 #include "KF/KF_AddonSettings.hpp"
 
 #include <cstdint>
@@ -38,8 +38,8 @@ std::vector<std::string> Entries()
     KF_String name;
     KF_String value;
     for (long i = 0; KF_AddonSettings_Get(kShared, i, &name, &value); ++i)
-        entries.push_back(detail::KF_Text_StringToBytes(name, KF_String::Enc_System) + '\0' +
-                          detail::KF_Text_StringToBytes(value, KF_String::Enc_System));
+        entries.push_back(kf::detail::KF_Text_StringToBytes(name, KF_String::Enc_System) + '\0' +
+                          kf::detail::KF_Text_StringToBytes(value, KF_String::Enc_System));
     return entries;
 }
 
@@ -53,15 +53,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     fs::path const aside = store.string() + ".unreadable";
     fs::remove(aside);
     kftest::WriteFile(store, std::string_view(reinterpret_cast<char const*>(data), size));
-    detail::KF_AddonSettings_Forget(kShared);
+    kf::detail::KF_AddonSettings_Forget(kShared);
 
     bool const loaded = KF_AddonSettings_Load(kShared, false);
     std::vector<std::string> const before = Entries();
     // An edit that the format may not hold exactly, taken from the input itself.
     bool const edited = size > 0 && data[0] % 3 == 0;
     if (edited)
-        KF_AddonSettings_Set(kShared, KF_String("k"), detail::KF_Text_BytesToString(
-            std::string_view(reinterpret_cast<char const*>(data), size / 2), KF_String::Enc_System), true);
+        KF_AddonSettings_Set(
+            kShared, KF_String("k"),
+            kf::detail::KF_Text_BytesToString(std::string_view(reinterpret_cast<char const*>(data), size / 2),
+                                              KF_String::Enc_System),
+            true);
     bool const saved = KF_AddonSettings_Save(kShared);
     // Only a store grown past the file limit may refuse to be saved.
     Check(saved || edited || size >= 100000);
@@ -70,7 +73,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             Check(kftest::ReadFile(aside) == std::string(reinterpret_cast<char const*>(data), size));
         // What was written always loads, and a second save writes the same bytes.
         std::string const written = kftest::ReadFile(store);
-        detail::KF_AddonSettings_Forget(kShared);
+        kf::detail::KF_AddonSettings_Forget(kShared);
         Check(KF_AddonSettings_Load(kShared, false));
         if (!edited)
             Check(Entries() == before);

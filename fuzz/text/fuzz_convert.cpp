@@ -20,13 +20,13 @@ struct Result {
 Result Run(bool fast, bool vector, KF_String::Encoding from, std::vector<char> const& src, long srcBytes,
            KF_String::Encoding to, long room, bool terminate, bool lossy)
 {
-    detail::text::SetFastPathsEnabled(fast);
-    detail::text::SetVectorPathsEnabled(vector);
+    kf::detail::text::SetFastPathsEnabled(fast);
+    kf::detail::text::SetVectorPathsEnabled(vector);
     std::vector<char> dst(room > 0 ? std::size_t(room) : 1, '\x5A');
     long const code = KF_String::ConvertChangeEncoding(from, src.data(), srcBytes, to, room < 0 ? nullptr : dst.data(),
                                                        room, terminate, lossy);
-    detail::text::SetFastPathsEnabled(true);
-    detail::text::SetVectorPathsEnabled(true);
+    kf::detail::text::SetFastPathsEnabled(true);
+    kf::detail::text::SetVectorPathsEnabled(true);
     // Only a successful conversion defines the destination's bytes.
     return {code, room >= 0 && code > 0 ? std::string(dst.data(), std::size_t(code)) : std::string()};
 }

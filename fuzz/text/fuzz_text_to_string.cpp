@@ -18,11 +18,11 @@ struct Outcome {
 
 Outcome Decode(bool fast, std::uint8_t const* bytes, unsigned int size, bool detect, KF_String::Encoding fallback)
 {
-    detail::text::SetFastPathsEnabled(fast);
+    kf::detail::text::SetFastPathsEnabled(fast);
     KF_String s;
     KF_String::Encoding const found =
         KF_String::TextToString(s, reinterpret_cast<char const*>(bytes), size, detect, fallback);
-    detail::text::SetFastPathsEnabled(true);
+    kf::detail::text::SetFastPathsEnabled(true);
     return {found, s.IsNull(), std::vector<unsigned short>(s.Units(), s.Units() + s.GetLength())};
 }
 

@@ -38,11 +38,11 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     bool const platform = PlatformSaysUtf8(bytes.data(), size);
     bool const multi = std::any_of(bytes.begin(), bytes.end(), [](std::uint8_t b) { return b >= 0x80; });
     for (bool vector : {true, false}) {
-        detail::text::SetVectorPathsEnabled(vector);
+        kf::detail::text::SetVectorPathsEnabled(vector);
         textfuzz::Check(KF_String::IsUTF8(text, n, false) == platform, "IsUTF8 agrees with the platform");
         textfuzz::Check(KF_String::IsUTF8(text, n, true) == (platform && multi), "multibyte requirement");
     }
-    detail::text::SetVectorPathsEnabled(true);
+    kf::detail::text::SetVectorPathsEnabled(true);
 
     // The terminated form reads up to the first zero byte.
     std::vector<std::uint8_t> terminated(bytes);

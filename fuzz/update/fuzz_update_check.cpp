@@ -2,7 +2,7 @@
 // the application's encoding, then the comparison with the running add-on's line. The conversion
 // must give back every byte, and the comparison must agree with itself.
 #include "KF_VersionsFile.hpp"
-#include "text/KF_TextLossless.hpp"
+#include "KF_TextLossless.hpp"
 
 #include "GSTextEncoding.hpp"
 
@@ -28,8 +28,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     GS::SetApplicationTextEncoding((data[0] & 1) != 0 ? GS::AppTextEncoding::MacRoman : GS::AppTextEncoding::UTF8);
     std::string_view const bytes(reinterpret_cast<char const*>(data + 1), size - 1);
 
-    KF_String const text = detail::KF_AddonUpdate_CheckText(bytes.data(), bytes.size());
-    Check(detail::KF_Text_StringToBytes(text, KF_String::Enc_System) == bytes);
+    KF_String const text = kf::detail::KF_AddonUpdate_CheckText(bytes.data(), bytes.size());
+    Check(kf::detail::KF_Text_StringToBytes(text, KF_String::Enc_System) == bytes);
 
     // Against a fixed line, and against the file's own first line, which matches itself.
     KF_String const fixed("OBT 1.2.0.3 (AC170) 15/03/2013", KF_String::Enc_UTF8);
@@ -38,7 +38,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (KF_String const& current : {fixed, lines.GetCount() > 0 ? lines[0] : fixed}) {
         bool newer = false;
         KF_String server;
-        if (!detail::KF_AddonUpdate_CompareVersions(text, current, newer, server))
+        if (!kf::detail::KF_AddonUpdate_CompareVersions(text, current, newer, server))
             continue;
         Check(!newer || KF_String::Compare(server, 0, KF_String("???"), 0, 0) != 0);
     }

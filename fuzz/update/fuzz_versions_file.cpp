@@ -23,8 +23,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     KF_List<KF_AddonUpdate_Message> messages;
     KF_List<KF_AddonUpdate_Addon> addons;
     KF_List<KF_AddonUpdate_Library> libraries;
-    detail::KF_AddonUpdate_ParseVersionsBytes(reinterpret_cast<char const*>(data), size, messages, addons,
-                                              libraries);
+    kf::detail::KF_AddonUpdate_ParseVersionsBytes(reinterpret_cast<char const*>(data), size, messages, addons,
+                                                  libraries);
 
     // Every entry needs a head line of its own.
     long lines = 1;

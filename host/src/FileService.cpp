@@ -16,7 +16,7 @@
 
 namespace kfhost {
 
-std::int32_t fs_service::ErrnoToCode(int error)
+std::int32_t FileErrorFromErrno(int error)
 {
     switch (error) {
     case EACCES:
@@ -38,7 +38,6 @@ namespace detail {
 namespace {
 
 namespace fs = std::filesystem;
-using fs_service::ErrnoToCode;
 
 std::optional<std::int32_t> Fault(KF_HostContext* c, FileOp op, const std::string& path)
 {
@@ -110,10 +109,10 @@ KF_Err FolderOpen(KF_HostContext* c, const KF_UChar* units, std::int32_t length,
     if (::stat(path.c_str(), &st) == 0)
         return S_ISDIR(st.st_mode) ? KF_NOERROR : KF_IOERR_NOTAFOLDER;
     if (errno != ENOENT || !createIfMissing)
-        return ErrnoToCode(errno);
+        return FileErrorFromErrno(errno);
     std::error_code ec;
     fs::create_directories(path, ec);
-    return ec ? ErrnoToCode(ec.value()) : KF_NOERROR;
+    return ec ? FileErrorFromErrno(ec.value()) : KF_NOERROR;
 }
 
 KF_Err GetEntryType(KF_HostContext* c, const KF_UChar* units, std::int32_t length, std::int32_t* type)
@@ -125,7 +124,7 @@ KF_Err GetEntryType(KF_HostContext* c, const KF_UChar* units, std::int32_t lengt
         return *code;
     struct stat st {};
     if (::stat(path.c_str(), &st) != 0)
-        return errno == ENOENT ? KF_IOERR_NAMENOTFOUND : ErrnoToCode(errno);
+        return errno == ENOENT ? KF_IOERR_NAMENOTFOUND : FileErrorFromErrno(errno);
     *type = S_ISDIR(st.st_mode) ? 1 : S_ISREG(st.st_mode) ? 0 : 3;
     return KF_NOERROR;
 }
@@ -139,10 +138,10 @@ KF_Err DeleteEntry(KF_HostContext* c, const KF_UChar* units, std::int32_t length
         return *code;
     struct stat st {};
     if (::lstat(path.c_str(), &st) != 0)
-        return errno == ENOENT ? KF_IOERR_NAMENOTFOUND : ErrnoToCode(errno);
+        return errno == ENOENT ? KF_IOERR_NAMENOTFOUND : FileErrorFromErrno(errno);
     std::error_code ec;
     fs::remove_all(path, ec);
-    return ec ? ErrnoToCode(ec.value()) : KF_NOERROR;
+    return ec ? FileErrorFromErrno(ec.value()) : KF_NOERROR;
 }
 
 // Entries in name order; a callback answering 0 ends the listing with APIERR_CANCEL.
@@ -155,7 +154,7 @@ KF_Err Enumerate(KF_HostContext* c, const KF_UChar* units, std::int32_t length, 
         return *code;
     DIR* dir = ::opendir(path.c_str());
     if (!dir)
-        return ErrnoToCode(errno);
+        return FileErrorFromErrno(errno);
     std::vector<std::string> names;
     while (const dirent* entry = ::readdir(dir)) {
         const std::string name = entry->d_name;
@@ -189,11 +188,11 @@ KF_Err FileProbe(KF_HostContext* c, const KF_UChar* units, std::int32_t length, 
     if (::stat(path.c_str(), &st) == 0)
         return S_ISDIR(st.st_mode) ? KF_IOERR_ERROR : KF_NOERROR;
     if (errno != ENOENT || !createIfMissing)
-        return ErrnoToCode(errno);
+        return FileErrorFromErrno(errno);
     // Exclusive, so that a dangling symlink planted at the path is refused, not followed.
     const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
     if (fd < 0)
-        return ErrnoToCode(errno);
+        return FileErrorFromErrno(errno);
     ::close(fd);
     return KF_NOERROR;
 }
@@ -241,7 +240,7 @@ KF_Err FileOpen(KF_HostContext* c, const KF_UChar* units, std::int32_t length, s
     int error = 0;
     const int fd = OpenRegular(path, flags, error);
     if (fd < 0)
-        return ErrnoToCode(error);
+        return FileErrorFromErrno(error);
     OpenFiles& open = HostOf(c).Service<OpenFiles>();
     *handle = open.next++;
     open.files[*handle] = OpenFile{fd, path};
@@ -259,7 +258,7 @@ KF_Err FileClose(KF_HostContext* c, std::int64_t handle)
     const int error = errno;
     if (const auto code = Fault(c, FileOp::Close, closing.path))
         return *code;
-    return failed ? ErrnoToCode(error) : KF_NOERROR;
+    return failed ? FileErrorFromErrno(error) : KF_NOERROR;
 }
 
 KF_Err FileGetLength(KF_HostContext* c, std::int64_t handle, std::uint64_t* length)
@@ -271,7 +270,7 @@ KF_Err FileGetLength(KF_HostContext* c, std::int64_t handle, std::uint64_t* leng
         return *code;
     struct stat st {};
     if (::fstat(file->fd, &st) != 0)
-        return ErrnoToCode(errno);
+        return FileErrorFromErrno(errno);
     if (length)
         *length = std::uint64_t(st.st_size);
     return KF_NOERROR;
@@ -306,7 +305,7 @@ KF_Err FileRead(KF_HostContext* c, std::int64_t handle, char* buffer, std::uint6
         if (n < 0) {
             if (read)
                 *read = done;
-            return ErrnoToCode(errno);
+            return FileErrorFromErrno(errno);
         }
         if (n == 0)
             break;
@@ -334,7 +333,7 @@ KF_Err FileWrite(KF_HostContext* c, std::int64_t handle, const char* data, std::
         if (n < 0) {
             if (written)
                 *written = done;
-            return ErrnoToCode(errno);
+            return FileErrorFromErrno(errno);
         }
         done += std::uint64_t(n);
     }
@@ -370,9 +369,9 @@ KF_Err MoveOver(KF_HostContext* c, const KF_UChar* source, std::int32_t sourceLe
     // Only a failed flush of data counts: an entry that cannot be opened for it (no read
     // permission, not a regular file) is moved all the same.
     if (!SyncPath(from, O_RDONLY) && (errno == EIO || errno == ENOSPC || errno == EDQUOT))
-        return ErrnoToCode(errno);
+        return FileErrorFromErrno(errno);
     if (::rename(from.c_str(), to.c_str()) != 0)
-        return ErrnoToCode(errno);
+        return FileErrorFromErrno(errno);
     const auto slash = to.find_last_of('/');
     SyncPath(slash == std::string::npos || slash == 0 ? std::string("/") : to.substr(0, slash),
              O_RDONLY | O_DIRECTORY); // the rename itself; a folder that cannot be synced still holds it

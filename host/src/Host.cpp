@@ -217,7 +217,7 @@ void Host::Forget(AddOn& addOn)
         currentResModule_ = 0;
 }
 
-LoadResult Host::Load(std::unique_ptr<AddOn> owned)
+LoadResult Host::Load(std::unique_ptr<AddOn> owned, const fs::path& named)
 {
     AddOn& a = *owned;
     a.host = this;
@@ -233,7 +233,7 @@ LoadResult Host::Load(std::unique_ptr<AddOn> owned)
         if (a.library)
             ::dlclose(a.library);
         std::erase_if(addOns_, [&](const std::unique_ptr<AddOn>& p) { return p.get() == &a; });
-        transcript_.Add("refused " + path.string() + ": " + reason);
+        transcript_.Add("refused " + named.string() + ": " + reason);
         return LoadResult{path, nullptr, reason};
     };
     const KF_AddOnEntry& entry = a.entry;
@@ -267,7 +267,7 @@ LoadResult Host::Load(std::unique_ptr<AddOn> owned)
         return refuse("Initialize answered " + ErrorText(err));
     }
     a.initialized = true;
-    transcript_.Add("loaded " + Quote(a.name) + " from " + path.string());
+    transcript_.Add("loaded " + Quote(a.name) + " from " + named.string());
     return LoadResult{path, &a, {}};
 }
 
@@ -310,7 +310,10 @@ LoadResult Host::LoadBundle(const fs::path& bundle)
                                : "it exports no " KF_ADDON_ENTRY_SYMBOL ": " + rebuild);
     }
     addOn->entry = CopyEntry(*static_cast<const KF_AddOnEntry*>(record));
-    return Load(std::move(addOn));
+    fs::path named = bundle.lexically_normal();
+    if (named.filename().empty())
+        named = named.parent_path();
+    return Load(std::move(addOn), named);
 }
 
 std::vector<LoadResult> Host::LoadBundles(std::vector<fs::path> bundles)
@@ -349,7 +352,7 @@ LoadResult Host::LoadInProcess(const KF_AddOnEntry& entry, ResourceModule resour
     addOn->bundlePath = bundlePath;
     addOn->entry = CopyEntry(entry);
     addOn->resources = std::move(resources);
-    return Load(std::move(addOn));
+    return Load(std::move(addOn), bundlePath);
 }
 
 AddOn& Host::Attach(ResourceModule resources, const fs::path& bundlePath)
@@ -487,7 +490,7 @@ std::int32_t Host::Spawn(const std::vector<std::string>& argv)
     pid_t pid = 0;
     const int error = ::posix_spawnp(&pid, args[0], nullptr, &attr, args.data(), environ);
     ::posix_spawnattr_destroy(&attr);
-    return error == 0 ? KF_NOERROR : fs_service::ErrnoToCode(error);
+    return error == 0 ? KF_NOERROR : FileErrorFromErrno(error);
 }
 
 const char* Host::Setting(const std::string& key) const

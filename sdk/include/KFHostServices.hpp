@@ -5,7 +5,7 @@
 #include "GSRoot.hpp"
 #include "GSUniString.hpp"
 
-namespace KFHost {
+namespace HostServices {
 
 // Starts argv[0] with the argument vector argv (null-terminated), never through a shell.
 // The host records the request; it really starts the program only when configured to launch.
@@ -21,4 +21,4 @@ double DownloadTimeLimit();
 // the host has no log.
 bool Log(const GS::UniString& line);
 
-} // namespace KFHost
+} // namespace HostServices

@@ -55,7 +55,7 @@ double Now()
 
 } // namespace MainLoop
 
-namespace KFHost {
+namespace HostServices {
 
 GSErrCode SpawnDetached(const char* const* argv)
 {
@@ -93,4 +93,4 @@ bool Log(const GS::UniString& line)
     return true;
 }
 
-} // namespace KFHost
+} // namespace HostServices

@@ -1,7 +1,7 @@
 // The bounded whole-file read and the atomic replacement under the settings and communication
 // files, on their own: the limit at its edge and every failing host step.
 #include "kftest/Text.hpp"
-#include "files/KF_FileDetail.hpp"
+#include "KF_FileDetail.hpp"
 #include "kftest/InProcessHost.hpp"
 
 #include <gtest/gtest.h>
@@ -43,19 +43,19 @@ TEST_F(WholeFiles, ReadsBelowTheLimitAndRefusesAtIt)
         std::size_t size;
         std::int32_t result;
     };
-    for (Case const c : {Case{0, 0}, Case{kLimit - 1, 0}, Case{kLimit, detail::kFileTooLarge},
-                         Case{kLimit + 1, detail::kFileTooLarge}}) {
+    for (Case const c :
+         {Case{0, 0}, Case{kLimit - 1, 0}, Case{kLimit, KF_File_TooLarge}, Case{kLimit + 1, KF_File_TooLarge}}) {
         std::string const content(c.size, 'q');
         kftest::WriteFile(Path("f"), content);
         std::string out = "stale";
         bool exists = false;
-        EXPECT_EQ(detail::KF_File_ReadWhole(At("f"), kLimit, out, exists), c.result) << c.size;
+        EXPECT_EQ(kf::detail::KF_File_ReadWhole(At("f"), kLimit, out, exists), c.result) << c.size;
         EXPECT_TRUE(exists) << c.size;
         EXPECT_EQ(out, c.result == 0 ? content : std::string()) << c.size;
     }
     std::string out = "stale";
     bool exists = true;
-    EXPECT_EQ(detail::KF_File_ReadWhole(At("missing"), kLimit, out, exists), 0);
+    EXPECT_EQ(kf::detail::KF_File_ReadWhole(At("missing"), kLimit, out, exists), 0);
     EXPECT_FALSE(exists);
     EXPECT_TRUE(out.empty());
 }
@@ -69,7 +69,7 @@ TEST_F(WholeFiles, EveryFailingReadStepIsReportedAndLeavesNothing)
         host.Faults().Fail(c.op, "*", c.code);
         std::string out = "stale";
         bool exists = false;
-        EXPECT_EQ(detail::KF_File_ReadWhole(At("f"), 100, out, exists), c.result) << kfhost::FileOpName(c.op);
+        EXPECT_EQ(kf::detail::KF_File_ReadWhole(At("f"), 100, out, exists), c.result) << kfhost::FileOpName(c.op);
         EXPECT_TRUE(out.empty()) << kfhost::FileOpName(c.op);
         host.Faults().Clear();
     }
@@ -77,8 +77,8 @@ TEST_F(WholeFiles, EveryFailingReadStepIsReportedAndLeavesNothing)
 
 TEST_F(WholeFiles, ReplacementIsAllOrNothing)
 {
-    EXPECT_EQ(detail::KF_File_ReplaceWhole(At("f"), "first", 5), 0);
-    EXPECT_EQ(detail::KF_File_ReplaceWhole(At("f"), "2nd", 3), 0);
+    EXPECT_EQ(kf::detail::KF_File_ReplaceWhole(At("f"), "first", 5), 0);
+    EXPECT_EQ(kf::detail::KF_File_ReplaceWhole(At("f"), "2nd", 3), 0);
     EXPECT_EQ(kftest::ReadFile(Path("f")), "2nd") << "replaced, not overwritten in place";
     EXPECT_EQ(Entries(), 1u);
 
@@ -88,19 +88,19 @@ TEST_F(WholeFiles, ReplacementIsAllOrNothing)
                                 {FileOp::Write, IO::DiskFull, 4}, {FileOp::Close, IO::Error, 5},
                                 {FileOp::Close, 7, 6}, {FileOp::Move, IO::DiskFull, 4}}) {
         host.Faults().Fail(c.op, c.op == FileOp::Move ? "*/f" : "*/f.*.kftmp", c.code, c.count);
-        EXPECT_EQ(detail::KF_File_ReplaceWhole(At("f"), "third", 5), c.result) << kfhost::FileOpName(c.op);
+        EXPECT_EQ(kf::detail::KF_File_ReplaceWhole(At("f"), "third", 5), c.result) << kfhost::FileOpName(c.op);
         EXPECT_EQ(kftest::ReadFile(Path("f")), "2nd") << kfhost::FileOpName(c.op);
         EXPECT_EQ(Entries(), 1u) << "the temporary file is removed: " << kfhost::FileOpName(c.op);
         host.Faults().Clear();
     }
     // One name that cannot be had does not stop the save.
     host.Faults().Fail(FileOp::Open, "*/f.*.kftmp", IO::FileNotFound, 1);
-    EXPECT_EQ(detail::KF_File_ReplaceWhole(At("f"), "fourth", 6), 0);
+    EXPECT_EQ(kf::detail::KF_File_ReplaceWhole(At("f"), "fourth", 6), 0);
     EXPECT_EQ(kftest::ReadFile(Path("f")), "fourth");
     EXPECT_EQ(Entries(), 1u);
     host.Faults().Clear();
-    EXPECT_EQ(detail::KF_File_ReplaceWhole(At("f"), nullptr, 0), 0);
+    EXPECT_EQ(kf::detail::KF_File_ReplaceWhole(At("f"), nullptr, 0), 0);
     EXPECT_EQ(fs::file_size(Path("f")), 0u);
-    EXPECT_EQ(detail::KF_File_ReplaceWhole(At("f"), nullptr, 1), 6);
-    EXPECT_EQ(detail::KF_File_ReplaceWhole(KF_Location(), "x", 1), 6);
+    EXPECT_EQ(kf::detail::KF_File_ReplaceWhole(At("f"), nullptr, 1), 6);
+    EXPECT_EQ(kf::detail::KF_File_ReplaceWhole(KF_Location(), "x", 1), 6);
 }

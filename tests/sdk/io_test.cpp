@@ -194,12 +194,12 @@ TEST_F(IOTest, FaultsFailChosenOperationsOnChosenPaths)
 
 TEST(FileErrors, SystemErrorsMapToTheHostsFileCodes)
 {
-    using kfhost::fs_service::ErrnoToCode;
-    EXPECT_EQ(ErrnoToCode(EACCES), IO::AccessDenied);
-    EXPECT_EQ(ErrnoToCode(EROFS), IO::AccessDenied);
-    EXPECT_EQ(ErrnoToCode(ENOENT), IO::FileNotFound);
-    EXPECT_EQ(ErrnoToCode(ENOSPC), IO::DiskFull);
-    EXPECT_EQ(ErrnoToCode(EIO), IO::Error);
+    using kfhost::FileErrorFromErrno;
+    EXPECT_EQ(FileErrorFromErrno(EACCES), IO::AccessDenied);
+    EXPECT_EQ(FileErrorFromErrno(EROFS), IO::AccessDenied);
+    EXPECT_EQ(FileErrorFromErrno(ENOENT), IO::FileNotFound);
+    EXPECT_EQ(FileErrorFromErrno(ENOSPC), IO::DiskFull);
+    EXPECT_EQ(FileErrorFromErrno(EIO), IO::Error);
     EXPECT_EQ(IO::Error, GSErrCode(0x81000100u));
     EXPECT_EQ(IO::FileNotFound, GSErrCode(0x81010100u));
     EXPECT_EQ(IO::AccessDenied, GSErrCode(0x81010102u));

@@ -56,8 +56,8 @@ TEST(HostLink, CallsBeforeTheTableAnswerNeutrally)
     EXPECT_EQ(ACAPI_Environment(APIEnv_GetRenderingSetsID, &sets), APIERR_GENERAL);
     EXPECT_EQ(DGModalDialog(1, 32500, 1, nullptr, 0), 0);
     EXPECT_EQ(MainLoop::AddTimer(1, [](MainLoop::TimerID, void*) {}, nullptr), 0);
-    EXPECT_EQ(KFHost::UpdateServer(), nullptr);
-    EXPECT_FALSE(KFHost::Log(GS::UniString::FromUTF8("nobody hears")));
+    EXPECT_EQ(HostServices::UpdateServer(), nullptr);
+    EXPECT_FALSE(HostServices::Log(GS::UniString::FromUTF8("nobody hears")));
     EXPECT_FALSE(DG::FolderDialog().Invoke());
 }
 
@@ -129,7 +129,7 @@ TEST(HostLink, LaunchesAreRecordedAndRunOnlyWhenAsked)
     {
         kftest::InProcessHost host;
         host.Attach();
-        EXPECT_EQ(KFHost::SpawnDetached(argv), NoError);
+        EXPECT_EQ(HostServices::SpawnDetached(argv), NoError);
         ASSERT_EQ(host.Launched().size(), 1u);
         EXPECT_EQ(host.Launched()[0], (std::vector<std::string>{"touch", marker}));
         EXPECT_FALSE(std::filesystem::exists(marker));
@@ -138,12 +138,12 @@ TEST(HostLink, LaunchesAreRecordedAndRunOnlyWhenAsked)
     config.launch = true;
     kftest::InProcessHost host(config);
     host.Attach();
-    EXPECT_EQ(KFHost::SpawnDetached(argv), NoError);
+    EXPECT_EQ(HostServices::SpawnDetached(argv), NoError);
     for (int i = 0; i < 200 && !std::filesystem::exists(marker); ++i)
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     EXPECT_TRUE(std::filesystem::exists(marker)) << "started with the argument vector, not through a shell";
     const char* missing[] = {"/nonexistent/program", nullptr};
-    EXPECT_NE(KFHost::SpawnDetached(missing), NoError);
+    EXPECT_NE(HostServices::SpawnDetached(missing), NoError);
 }
 
 TEST(HostLink, ServicesComeFromTheHostsConfiguration)
@@ -153,11 +153,11 @@ TEST(HostLink, ServicesComeFromTheHostsConfiguration)
     config.settings["download-limit"] = "5";
     kftest::InProcessHost host(config);
     host.Attach();
-    ASSERT_NE(KFHost::UpdateServer(), nullptr);
-    EXPECT_STREQ(KFHost::UpdateServer(), "127.0.0.1:8080");
-    EXPECT_EQ(KFHost::DownloadTimeLimit(), 5.0);
+    ASSERT_NE(HostServices::UpdateServer(), nullptr);
+    EXPECT_STREQ(HostServices::UpdateServer(), "127.0.0.1:8080");
+    EXPECT_EQ(HostServices::DownloadTimeLimit(), 5.0);
     EXPECT_EQ(kfsdk::HostService("kfhost.update/0"), nullptr);
-    EXPECT_TRUE(KFHost::Log(GS::UniString::FromUTF8("a line from the add-on")));
+    EXPECT_TRUE(HostServices::Log(GS::UniString::FromUTF8("a line from the add-on")));
     EXPECT_EQ(host.Host().Log().Lines().back(), "\"Test.bundle\": a line from the add-on");
     API_ServerApplicationInfo info;
     ASSERT_EQ(ACAPI_GetReleaseNumber(&info), NoError);

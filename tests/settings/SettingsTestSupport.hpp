@@ -4,7 +4,7 @@
 #include "kftest/SettingsFiles.hpp"
 #include "kftest/Text.hpp"
 #include "kftest/InProcessHost.hpp"
-#include "settings/KF_SettingsState.hpp"
+#include "KF_SettingsState.hpp"
 #include "KF/KF_AddonSettings.hpp"
 
 #include <gtest/gtest.h>
@@ -19,8 +19,8 @@ protected:
     void TearDown() override { Forget(); }
     static void Forget()
     {
-        detail::KF_AddonSettings_Forget(KF_AddonSettings_AllAddons);
-        detail::KF_AddonSettings_Forget(KF_AddonSettings_ThisAddon);
+        kf::detail::KF_AddonSettings_Forget(KF_AddonSettings_AllAddons);
+        kf::detail::KF_AddonSettings_Forget(KF_AddonSettings_ThisAddon);
     }
 
     std::filesystem::path SharedFile() const { return host.FrameworkFolder() / "Quadrelle.cfg"; }

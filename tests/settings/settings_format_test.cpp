@@ -1,7 +1,7 @@
 // The settings line format on byte buffers, through the scrambling and the text conversions.
 #include "kftest/SettingsFiles.hpp"
 #include "kftest/Text.hpp"
-#include "settings/KF_SettingsFormat.hpp"
+#include "KF_SettingsFormat.hpp"
 #include "KF/KF_AddonSettings.hpp"
 
 #include <gtest/gtest.h>
@@ -21,7 +21,7 @@ std::string Build(Entries const& entries)
     for (auto const& [name, value] : entries) {
         list.AddData(KF_Setting(S(name), S(value)), -1);
     }
-    return Scrambled(detail::KF_Settings_BuildFile(list));
+    return Scrambled(kf::detail::KF_Settings_BuildFile(list));
 }
 
 // Answers the entries read from plain text, and whether the whole text was well formed.
@@ -29,7 +29,7 @@ std::pair<bool, Entries> Parse(std::string const& plain)
 {
     std::string const file = Scrambled(plain);
     KF_List<KF_Setting> list;
-    bool const ok = detail::KF_Settings_ParseFile(file.data(), file.size(), list);
+    bool const ok = kf::detail::KF_Settings_ParseFile(file.data(), file.size(), list);
     Entries entries;
     for (long i = 0; i < list.count; ++i) {
         entries.emplace_back(Utf8(list[i].name), Utf8(list[i].value));
@@ -43,7 +43,7 @@ TEST(SettingsFormat, WriterPutsAHashAfterEveryLineBreakAndScramblesEveryByte)
 {
     KF_List<KF_Setting> list;
     list.AddData(KF_Setting(S("k"), S("a\nb")), -1);
-    EXPECT_EQ(detail::KF_Settings_BuildFile(list), std::string("\x42\xB6\xA3\x02\x16\xA0\x32\x26\xA0"));
+    EXPECT_EQ(kf::detail::KF_Settings_BuildFile(list), std::string("\x42\xB6\xA3\x02\x16\xA0\x32\x26\xA0"));
     EXPECT_EQ(Build({{"k", "a\r\nb\rc"}, {"e", ""}, {"k", "2"}}), "$k: a\r\n#b\r#c\n$e: \n$k: 2\n");
     EXPECT_EQ(Build({}), "");
 }

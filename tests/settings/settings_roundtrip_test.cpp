@@ -3,7 +3,7 @@
 #include "kftest/SettingsFiles.hpp"
 #include "kftest/Text.hpp"
 #include "kftest/InProcessHost.hpp"
-#include "settings/KF_SettingsState.hpp"
+#include "KF_SettingsState.hpp"
 #include "KF/KF_AddonSettings.hpp"
 
 #include <gtest/gtest.h>
@@ -28,7 +28,7 @@ protected:
         config.textEncoding = GetParam();
         auto host = std::make_unique<kftest::InProcessHost>(config);
         host->Attach();
-        detail::KF_AddonSettings_Forget(KF_AddonSettings_ThisAddon);
+        kf::detail::KF_AddonSettings_Forget(KF_AddonSettings_ThisAddon);
         return host;
     }
 
@@ -69,7 +69,7 @@ TEST_P(SettingsRoundTrip, AnotherProcessReadsAndRewritesTheStoreUnchanged)
         EXPECT_EQ(Utf8(name), kEntries[i].first);
         EXPECT_EQ(Utf8(value), kEntries[i].second);
     }
-    detail::KF_AddonSettings_Forget(KF_AddonSettings_ThisAddon);
+    kf::detail::KF_AddonSettings_Forget(KF_AddonSettings_ThisAddon);
 }
 
 INSTANTIATE_TEST_SUITE_P(Encodings, SettingsRoundTrip, ::testing::Values(KF_TEXTENC_UTF8, KF_TEXTENC_MACROMAN),

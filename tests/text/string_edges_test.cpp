@@ -29,13 +29,13 @@ class RouteScope {
 public:
     explicit RouteScope(Route const& r)
     {
-        detail::text::SetFastPathsEnabled(r.fast);
-        detail::text::SetVectorPathsEnabled(r.vector);
+        kf::detail::text::SetFastPathsEnabled(r.fast);
+        kf::detail::text::SetVectorPathsEnabled(r.vector);
     }
     ~RouteScope()
     {
-        detail::text::SetFastPathsEnabled(true);
-        detail::text::SetVectorPathsEnabled(true);
+        kf::detail::text::SetFastPathsEnabled(true);
+        kf::detail::text::SetVectorPathsEnabled(true);
     }
     RouteScope(RouteScope const&) = delete;
     RouteScope& operator=(RouteScope const&) = delete;

@@ -34,11 +34,11 @@ std::ostream& operator<<(std::ostream& os, Outcome const& o)
 
 Outcome Convert1(bool fast, E::Encoding from, std::string const& src, E::Encoding to, long room, bool terminate, bool lossy)
 {
-    detail::text::SetFastPathsEnabled(fast);
+    kf::detail::text::SetFastPathsEnabled(fast);
     std::string dst(room > 0 ? std::size_t(room) : 0, '\x5A');
     long const code = E::ConvertChangeEncoding(from, src.data(), long(src.size()), to, room < 0 ? nullptr : dst.data(),
                                                room, terminate, lossy);
-    detail::text::SetFastPathsEnabled(true);
+    kf::detail::text::SetFastPathsEnabled(true);
     // Only a successful result defines the destination's bytes.
     return {code, (room >= 0 && code > 0) ? dst.substr(0, std::size_t(code)) : std::string()};
 }
@@ -66,9 +66,9 @@ void WithAndWithoutVectors(Check check)
 {
     for (bool vector : {true, false}) {
         SCOPED_TRACE(vector ? "vector UTF-8 check" : "scalar UTF-8 check");
-        detail::text::SetVectorPathsEnabled(vector);
+        kf::detail::text::SetVectorPathsEnabled(vector);
         check();
-        detail::text::SetVectorPathsEnabled(true);
+        kf::detail::text::SetVectorPathsEnabled(true);
         if (::testing::Test::HasFatalFailure()) {
             return;
         }
@@ -139,13 +139,13 @@ std::string Utf16LE(std::u16string const& units)
 
 std::string Utf8Of(std::u16string const& units)
 {
-    detail::text::SetFastPathsEnabled(false);
+    kf::detail::text::SetFastPathsEnabled(false);
     long const n = E::ConvertChangeEncoding(E::Enc_UTF16LE, Utf16LE(units).data(), long(units.size() * 2), E::Enc_UTF8,
                                             nullptr, 0, false, true);
     std::string out(std::size_t(n > 0 ? n : 0), '\0');
     E::ConvertChangeEncoding(E::Enc_UTF16LE, Utf16LE(units).data(), long(units.size() * 2), E::Enc_UTF8, out.data(), n,
                              false, true);
-    detail::text::SetFastPathsEnabled(true);
+    kf::detail::text::SetFastPathsEnabled(true);
     return out;
 }
 

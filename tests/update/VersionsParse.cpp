@@ -36,7 +36,7 @@ Parsed Parse(std::string const& bytes)
     KF_List<KF_AddonUpdate_Message> messages;
     KF_List<KF_AddonUpdate_Addon> addons;
     KF_List<KF_AddonUpdate_Library> libraries;
-    detail::KF_AddonUpdate_ParseVersionsBytes(bytes.data(), bytes.size(), messages, addons, libraries);
+    kf::detail::KF_AddonUpdate_ParseVersionsBytes(bytes.data(), bytes.size(), messages, addons, libraries);
     return Convert(messages, addons, libraries);
 }
 

@@ -29,9 +29,9 @@ protected:
         host_->AddResourceFolder(KF_UPDATE_EXAMPLE_RESOURCES);
         host_->Attach();
         gKF_Language = 1;
-        detail::sUpdateStatus = 0;
-        detail::sUpdateStatusLib = 0;
-        detail::sHasLibrary = false;
+        kf::detail::KF_AddonUpdate_State().status = 0;
+        kf::detail::KF_AddonUpdate_State().statusLib = 0;
+        kf::detail::KF_AddonUpdate_State().hasLibrary = false;
     }
     ~CheckInProcess() override
     {
@@ -46,12 +46,12 @@ protected:
     // A results dialog filled from the state as it is now.
     kfhost::Dialog& Results(int status, bool library, int statusLib)
     {
-        detail::sUpdateStatus = status;
-        detail::sHasLibrary = library;
-        detail::sUpdateAddonLibName = "BeamLib";
-        detail::sUpdateStatusLib = statusLib;
-        short const id = DGModelessInit(ACAPI_GetOwnResModule(), detail::kUpdateResultDialog, ACAPI_GetOwnResModule(),
-                                        detail::KF_AddonUpdate_ResultUpdate_Handler, 0, 0);
+        kf::detail::KF_AddonUpdate_State().status = status;
+        kf::detail::KF_AddonUpdate_State().hasLibrary = library;
+        kf::detail::KF_AddonUpdate_State().addonLibName = "BeamLib";
+        kf::detail::KF_AddonUpdate_State().statusLib = statusLib;
+        short const id = DGModelessInit(ACAPI_GetOwnResModule(), kf::detail::kUpdateResultDialog,
+                                        ACAPI_GetOwnResModule(), kf::detail::KF_AddonUpdate_ResultUpdate_Handler, 0, 0);
         DGShowModelessDialog(id);
         kfhost::Dialog* dialog = host_->Host().Dialogs().Find(id);
         if (dialog == nullptr)
@@ -149,15 +149,15 @@ TEST_F(CheckInProcess, TheUpdatePageQueryNamesTheAddonAsItIsAndNeverTheLibrary)
 TEST_F(CheckInProcess, OnlyTheFourButtonsAct)
 {
     kfhost::Dialog& d = Results(3, true, 1);
-    using detail::KF_AddonUpdate_ResultUpdate_Handler;
+    using kf::detail::KF_AddonUpdate_ResultUpdate_Handler;
     EXPECT_EQ(KF_AddonUpdate_ResultUpdate_Handler(DG_MSG_CLICK, d.id, 3, 0, 0), 0);
     EXPECT_EQ(KF_AddonUpdate_ResultUpdate_Handler(DG_MSG_CLICK, d.id, 6, 0, 0), 0);
     EXPECT_EQ(KF_AddonUpdate_ResultUpdate_Handler(DG_MSG_CLICK, d.id, -1, 0, 0), -1);
     EXPECT_EQ(KF_AddonUpdate_ResultUpdate_Handler(DG_MSG_CHANGE, d.id, 5, 0, 0), 0);
     EXPECT_TRUE(host_->Launched().empty());
-    detail::sUpdateCancelled = false;
+    kf::detail::KF_AddonUpdate_State().cancelled = false;
     EXPECT_EQ(KF_AddonUpdate_ResultUpdate_Handler(DG_MSG_CLICK, d.id, 2, 0, 0), 2);
-    EXPECT_TRUE(detail::sUpdateCancelled);
+    EXPECT_TRUE(kf::detail::KF_AddonUpdate_State().cancelled);
 }
 
 TEST_F(CheckInProcess, AMalformedOwnVersionLineEndsWithTheAlert)
@@ -189,14 +189,14 @@ TEST_F(CheckInProcess, OnlyTheDateDecidesAndTheLastMatchingLineIsRemembered)
           "Lib 01-01-2020\n"
           "OBT 2.0.0.0 (AC170) 01/01/2020\n");
     Check(KF_String("OBT 1.2.0.3 (AC170) 15/03/2013"));
-    EXPECT_EQ(detail::sUpdateStatus, 3);
-    EXPECT_EQ(Utf8(detail::sServerAddonVersion), "OBT 1.9.0.0 (AC170) 01/01/2012");
-    EXPECT_EQ(Utf8(detail::sServerAddonLibVersion), "???");
+    EXPECT_EQ(kf::detail::KF_AddonUpdate_State().status, 3);
+    EXPECT_EQ(Utf8(kf::detail::KF_AddonUpdate_State().serverAddonVersion), "OBT 1.9.0.0 (AC170) 01/01/2012");
+    EXPECT_EQ(Utf8(kf::detail::KF_AddonUpdate_State().serverAddonLibVersion), "???");
 
     Serve("OBT 1.2.0.3 (AC160) 01/01/2014\n");
     Check(KF_String("OBT 1.2.0.3 (AC170) 15/03/2013"));
-    EXPECT_EQ(detail::sUpdateStatus, 2);
-    EXPECT_EQ(Utf8(detail::sServerAddonVersion), "???");
+    EXPECT_EQ(kf::detail::KF_AddonUpdate_State().status, 2);
+    EXPECT_EQ(Utf8(kf::detail::KF_AddonUpdate_State().serverAddonVersion), "???");
 }
 
 TEST_F(CheckInProcess, ReadVersionsFileReadsTheCopyInTheFrameworkFolder)
@@ -233,8 +233,8 @@ TEST_F(CheckInProcess, FailuresBeforeTheComparisonEndInTheirOwnOutcome)
     Check(line);
     EXPECT_TRUE(host_->Run("expect alert \"" + Text(33) + "\""));
     EXPECT_TRUE(host_->Run("expect no-alert"));
-    EXPECT_EQ(host_->Host().Dialogs().Find(detail::sIDUpdateDialog), nullptr);
-    EXPECT_EQ(detail::sUpdateStatus, 1) << "no result was shown";
+    EXPECT_EQ(host_->Host().Dialogs().Find(kf::detail::KF_AddonUpdate_State().dialogID), nullptr);
+    EXPECT_EQ(kf::detail::KF_AddonUpdate_State().status, 1) << "no result was shown";
     host_->Faults().Clear();
 
     // No framework folder: false, and nothing is fetched or shown.
@@ -293,8 +293,8 @@ TEST_F(CheckInProcess, TheCheckMarkFollowsTheSettingInAllSevenMenus)
 TEST_F(CheckInProcess, ACancelledResultsDialogDoesNotCancelTheNextCheck)
 {
     kfhost::Dialog& earlier = Results(2, false, 1);
-    EXPECT_EQ(detail::KF_AddonUpdate_ResultUpdate_Handler(DG_MSG_CLICK, earlier.id, 2, 0, 0), 2);
+    EXPECT_EQ(kf::detail::KF_AddonUpdate_ResultUpdate_Handler(DG_MSG_CLICK, earlier.id, 2, 0, 0), 2);
     Serve("OBT 1.2.1.0 (AC170) 02/09/2013\n");
     Check(KF_String("OBT 1.2.0.3 (AC170) 15/03/2013"));
-    EXPECT_EQ(detail::sUpdateStatus, 3) << "the next check runs to its result";
+    EXPECT_EQ(kf::detail::KF_AddonUpdate_State().status, 3) << "the next check runs to its result";
 }

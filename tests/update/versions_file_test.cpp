@@ -205,7 +205,7 @@ TEST(VersionsFile, FormatDateCutsShortInputWithoutError)
 {
     auto format = [](char const* text) {
         KF_String s(text);
-        return Utf8(detail::KF_AddonUpdate_FormatDate(s));
+        return Utf8(kf::detail::KF_AddonUpdate_FormatDate(s));
     };
     EXPECT_EQ(format("31/12/1999"), "19991231");
     EXPECT_EQ(format("01-02-20"), "200201");
@@ -220,16 +220,16 @@ TEST(VersionsFile, ListsAreAppendedToAndABadByteSpoilsOnlyItsLine)
     KF_List<KF_AddonUpdate_Addon> addons;
     KF_List<KF_AddonUpdate_Library> libraries;
     std::string const text = "MESSAGE\nLib 01-01-2013\nX 1.0.0.0 (AC170) 01/01/2013\n";
-    detail::KF_AddonUpdate_ParseVersionsBytes(text.data(), text.size(), messages, addons, libraries);
-    detail::KF_AddonUpdate_ParseVersionsBytes(text.data(), text.size(), messages, addons, libraries);
+    kf::detail::KF_AddonUpdate_ParseVersionsBytes(text.data(), text.size(), messages, addons, libraries);
+    kf::detail::KF_AddonUpdate_ParseVersionsBytes(text.data(), text.size(), messages, addons, libraries);
     EXPECT_EQ(messages.GetCount(), 2);
     EXPECT_EQ(addons.GetCount(), 2);
     EXPECT_EQ(libraries.GetCount(), 2);
 
     std::string const broken = "X 1.0.0.0 (AC170) 01/01/2013\n\xC3\x28\n";
-    detail::KF_AddonUpdate_ParseVersionsBytes(broken.data(), broken.size(), messages, addons, libraries);
+    kf::detail::KF_AddonUpdate_ParseVersionsBytes(broken.data(), broken.size(), messages, addons, libraries);
     EXPECT_EQ(addons.GetCount(), 3);
-    detail::KF_AddonUpdate_ParseVersionsBytes(nullptr, 0, messages, addons, libraries);
+    kf::detail::KF_AddonUpdate_ParseVersionsBytes(nullptr, 0, messages, addons, libraries);
     EXPECT_EQ(messages.GetCount(), 2);
 }
 

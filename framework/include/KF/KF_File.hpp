@@ -1,9 +1,7 @@
 // KF_File: whole-file operations through the host's file system, and a small owner of one open
 // host file for callers that work in several steps.
 //
-// Result numbers shared by every operation that returns one:
-//   0 success, 1 no host file held (text writing), 2 access denied, 3 file not found,
-//   4 disk full, 5 other host file error, 6 any other failure; ReadFullText adds 7, too large.
+// Every operation that returns a number returns one of the KF_File_ results below.
 #pragma once
 
 #include "IO.hpp"
@@ -21,7 +19,16 @@ enum KF_File_OpenMode : std::int32_t {
     KF_File_Append = 4
 };
 
-// ReadFullText's result for a file of KF_File_TextLimit bytes or more, refused before a byte is read.
+// Result numbers shared by every operation that returns one.
+constexpr std::int32_t KF_File_OK = 0;
+constexpr std::int32_t KF_File_NoHostFile = 1; // text writing without an open host file
+constexpr std::int32_t KF_File_AccessDenied = 2;
+constexpr std::int32_t KF_File_NotFound = 3;
+constexpr std::int32_t KF_File_DiskFull = 4;
+constexpr std::int32_t KF_File_HostError = 5; // any other host file error
+constexpr std::int32_t KF_File_Failed = 6;    // any other failure
+// A file of the caller's limit (KF_File_TextLimit for ReadFullText) or more, refused before a byte
+// is read.
 constexpr std::int32_t KF_File_TooLarge = 7;
 // The same bound as the framework's own settings and communication files.
 constexpr unsigned long KF_File_TextLimit = 100000;

@@ -42,7 +42,7 @@ struct HostConfig {
     std::filesystem::path project;
     std::string updateServer;
     bool launch = false;                         // really start what add-ons ask to launch
-    std::map<std::string, std::string> settings; // KFHost::GetSetting
+    std::map<std::string, std::string> settings; // --set KEY=VALUE
 };
 
 // The per-user default of the framework folder ($XDG_DATA_HOME/kfhost/framework).
@@ -230,7 +230,8 @@ public:
     void FillTable(AddOn& addOn);
 
 private:
-    LoadResult Load(std::unique_ptr<AddOn> addOn);
+    // The transcript names the bundle as the caller did (named), the add-on sees its absolute path.
+    LoadResult Load(std::unique_ptr<AddOn> addOn, const std::filesystem::path& named);
     void Forget(AddOn& addOn); // drops what the add-on registered
     void Unload(AddOn& addOn); // FreeData, Forget, dlclose; the record goes too
 
@@ -252,9 +253,7 @@ private:
     std::map<std::type_index, std::unique_ptr<ServiceState>> services_;
 };
 
-// The host's file system, shared by the table entries (paths are UTF-8 here).
-namespace fs_service {
-std::int32_t ErrnoToCode(int error);
-} // namespace fs_service
+// The host's file error code (KF_IOERR_...) for a system error number.
+std::int32_t FileErrorFromErrno(int error);
 
 } // namespace kfhost

@@ -1,6 +1,6 @@
 // Libraries and library parts: the folders given on the command line, the project's embedded
 // library, those added by add-ons and the add-ons' built-in libraries (docs/libraries.md).
-#include "../Services.hpp"
+#include "Services.hpp"
 #include "LibrariesCatalog.hpp"
 #include "kfhost/Text.hpp"
 

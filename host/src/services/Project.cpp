@@ -1,6 +1,6 @@
 // Project information: the project given with --project, untitled without one. The file is named,
 // never opened, so that a project may be described that this machine could not even store.
-#include "../Services.hpp"
+#include "Services.hpp"
 #include "kfhost/Text.hpp"
 
 #include <system_error>

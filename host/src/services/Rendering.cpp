@@ -1,7 +1,7 @@
 // Rendering engines: a list of menu texts (the host setting "rendering-engines", one per line, or
 // three of our own) and the current engine ("rendering-current", 1-based; the first by default).
 // Every change an add-on asks for is written to the transcript.
-#include "../Services.hpp"
+#include "Services.hpp"
 #include "kfhost/Text.hpp"
 
 #include <charconv>

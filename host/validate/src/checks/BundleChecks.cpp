@@ -1,5 +1,5 @@
 // The bundle as it lies on disk, its entry points, and loading it again and again.
-#include "../Validation.hpp"
+#include "Validation.hpp"
 #include "kfhost/Text.hpp"
 
 #include <dlfcn.h>

@@ -1,6 +1,6 @@
 // Every menu item and module command, as a user would reach them, and the texts they ask for.
-#include "../Monkey.hpp"
-#include "../Validation.hpp"
+#include "Monkey.hpp"
+#include "Validation.hpp"
 #include "kfhost/Text.hpp"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 // Icons decoded far enough to be shown: chunk checksums, a header that makes sense, and image
 // data that inflates to exactly the size the header announces.
-#include "../Validation.hpp"
+#include "Validation.hpp"
 
 #include <zlib.h>
 

@@ -1,6 +1,6 @@
 // The framework folder: stores left alone when the user changes nothing, and surroundings that
 // are not what the add-on expects.
-#include "../Validation.hpp"
+#include "Validation.hpp"
 
 #include <sys/stat.h>
 

@@ -1,7 +1,7 @@
 // Update checks against a loopback server that the check runs itself: an error page, an empty
 // file, a newer and an older release, and a server that never answers.
-#include "../Monkey.hpp"
-#include "../Validation.hpp"
+#include "Monkey.hpp"
+#include "Validation.hpp"
 
 #include <httplib.h>
 

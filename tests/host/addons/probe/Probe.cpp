@@ -238,7 +238,7 @@ GSErrCode MenuHandler(const API_MenuParams* params)
         own.ToPath(&path);
         const std::string target = path.ToUTF8();
         const char* argv[] = {"xdg-open", target.c_str(), nullptr};
-        KFHost::SpawnDetached(argv);
+        HostServices::SpawnDetached(argv);
         break;
     }
     case 9: {

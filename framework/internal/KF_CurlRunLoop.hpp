@@ -7,7 +7,7 @@
 
 #include <cstdint>
 
-namespace detail {
+namespace kf::detail {
 
 struct KF_CurlTransfer {
     CURL* easy = nullptr;
@@ -26,4 +26,4 @@ bool KF_CurlLoop_Add(KF_CurlTransfer* transfer);
 // Never from inside a libcurl callback.
 void KF_CurlLoop_Remove(KF_CurlTransfer* transfer);
 
-} // namespace detail
+} // namespace kf::detail

@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <string_view>
 
-namespace detail {
+namespace kf::detail {
 
 // Name of the downloaded versions file in the framework folder.
 inline constexpr char kVersionsFileName[] = "__updcf__.tmp";
@@ -48,4 +48,4 @@ bool KF_AddonUpdate_CompareVersions(KF_String const& text, KF_String const& curr
 // The framework folder's path with "/" and the versions file name; false without the folder.
 bool KF_AddonUpdate_VersionsFileLocation(KF_Location& location);
 
-} // namespace detail
+} // namespace kf::detail

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-namespace detail {
+namespace kf::detail {
 
 // A byte that is not (part of) a character of the encoding becomes the unit kEscapeBase + byte,
 // a lone low surrogate, which no valid text holds; zero bytes stay zero units.
@@ -21,4 +21,4 @@ KF_String KF_Text_BytesToString(std::string_view bytes, KF_String::Encoding enc)
 // becomes "?". No terminator is added.
 std::string KF_Text_StringToBytes(KF_String const& text, KF_String::Encoding enc);
 
-} // namespace detail
+} // namespace kf::detail

@@ -10,7 +10,7 @@
 
 struct KF_Setting;
 
-namespace detail {
+namespace kf::detail {
 
 // Settings files are handled in one buffer of this size; a file this long or longer is refused.
 constexpr std::size_t kSettingsBufferSize = 100000;
@@ -38,4 +38,4 @@ bool KF_Settings_ParseFile(const char* bytes, std::size_t size, KF_List<KF_Setti
 // Builds the swapped file bytes of the entries of list, in list order.
 std::string KF_Settings_BuildFile(const KF_List<KF_Setting>& list);
 
-} // namespace detail
+} // namespace kf::detail

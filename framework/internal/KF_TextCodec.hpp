@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-namespace detail::text {
+namespace kf::detail::text {
 
 enum class Codec { UTF7, UTF8, UTF16LE, UTF16BE, UTF32LE, UTF32BE, ASCII, MacRoman, WinLatin1, ISOLatin1 };
 
@@ -77,4 +77,4 @@ std::size_t FindZeroUnit(std::uint16_t const* units, std::size_t n);
 // Well-formed UTF-8 check; sawMultibyte tells whether a sequence of 2 or more bytes was met.
 bool ValidateUtf8(std::uint8_t const* src, std::size_t n, bool& sawMultibyte);
 
-} // namespace detail::text
+} // namespace kf::detail::text

@@ -5,20 +5,30 @@
 #include "DG.hpp"
 #include "KF/KF_String.hpp"
 
-namespace detail {
+namespace kf::detail {
 
 inline constexpr short kUpdateResultDialog = 32755;
 
-extern bool sUpdateCalledByUser;
-extern bool sHasLibrary;
-extern KF_String sUpdateAddonLibName;
-extern KF_String sCurrentAddonVersion;
-extern int sUpdateStatus;        // 1 checking, 2 nothing newer, 3 newer release found
-extern int sUpdateStatusLib;     // 1 once a result is shown
-extern KF_String sServerAddonVersion;
-extern KF_String sServerAddonLibVersion;
-extern short sIDUpdateDialog;
-extern bool sUpdateCancelled;
+// Values of KF_UpdateCheckState::status.
+inline constexpr int kUpdateChecking = 1;
+inline constexpr int kUpdateNothingNewer = 2;
+inline constexpr int kUpdateNewerFound = 3;
+
+// The one running check, read by its results dialog; statusLib is 1 once a result is shown.
+struct KF_UpdateCheckState {
+    bool calledByUser = false;
+    bool hasLibrary = false;
+    KF_String addonLibName;
+    KF_String currentAddonVersion;
+    int status = 0;
+    int statusLib = 0;
+    KF_String serverAddonVersion{""};
+    KF_String serverAddonLibVersion{""};
+    short dialogID = 0;
+    bool cancelled = false;
+};
+
+KF_UpdateCheckState& KF_AddonUpdate_State();
 
 // Results dialog.
 void KF_AddonUpdate_ResultUpdateInit(short dialogID);
@@ -35,4 +45,4 @@ KF_String KF_AddonUpdate_String(long index);
 // The one alert every failure of a check shows.
 void KF_AddonUpdate_ShowError();
 
-} // namespace detail
+} // namespace kf::detail

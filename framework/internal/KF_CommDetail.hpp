@@ -4,11 +4,11 @@
 #include <cstddef>
 #include <string>
 
-namespace detail {
+namespace kf::detail {
 
 // The swapped file bytes saying whether the suite is loaded.
 std::string KF_Comm_BuildMessage(bool suiteLoaded);
 // True when the swapped bytes hold exactly one entry whose value is "TRUE" (name unchecked).
 bool KF_Comm_ReadMessage(char const* bytes, std::size_t size);
 
-} // namespace detail
+} // namespace kf::detail

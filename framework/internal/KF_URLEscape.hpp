@@ -5,7 +5,7 @@
 
 #include <string>
 
-namespace detail {
+namespace kf::detail {
 
 // Decodes every percent escape, then escapes once for UTF-8 what may not stand in a URL, so a
 // URL that already holds escapes comes out escaped once, never twice. False for a text that is
@@ -13,4 +13,4 @@ namespace detail {
 // result that is not an http:// or https:// URL.
 bool KF_URL_Normalise(KF_String const& url, std::string& out);
 
-} // namespace detail
+} // namespace kf::detail

@@ -8,12 +8,12 @@
 #include <cstdint>
 #include <string>
 
-namespace detail {
+namespace kf::detail {
 
-// Result number (beside the shared table) for a file at least as long as the caller allows.
-constexpr std::int32_t kFileTooLarge = 7;
+// Result number of a host code: mapped when not positive, KF_File_Failed when positive.
+std::int32_t KF_File_ResultOf(GSErrCode err);
 
-// Reads the whole file into out, refusing files of limit bytes or more (kFileTooLarge) before a
+// Reads the whole file into out, refusing files of limit bytes or more (KF_File_TooLarge) before a
 // byte is read. A missing file gives 0 with exists false and out empty. Unlike ReadBin, a failed
 // length query or read is reported, so that a read error never looks like an empty file.
 std::int32_t KF_File_ReadWhole(KF_Location const& location, std::size_t limit, std::string& out, bool& exists);
@@ -33,4 +33,4 @@ std::int32_t KF_File_CreateBeside(KF_Location const& location, KF_File& file, KF
 // (one generation). False when it could not be moved; true also when there was nothing to move.
 bool KF_File_KeepAside(KF_Location const& location, char const* suffix);
 
-} // namespace detail
+} // namespace kf::detail

@@ -4,8 +4,8 @@
 
 #include "KF/KF_AddonSettings.hpp"
 
-namespace detail {
+namespace kf::detail {
 
 void KF_AddonSettings_Forget(KF_AddonSettings_Type type);
 
-} // namespace detail
+} // namespace kf::detail

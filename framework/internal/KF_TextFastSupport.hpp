@@ -11,7 +11,7 @@
 #define KF_TEXT_SSE2 1
 #endif
 
-namespace detail::text {
+namespace kf::detail::text {
 
 // Units are read and written as little-endian byte pairs, whatever their alignment.
 inline std::uint16_t Load16(std::uint8_t const* p)
@@ -62,4 +62,4 @@ inline std::uint8_t const* SkipAscii(std::uint8_t const* p, std::uint8_t const* 
     return p;
 }
 
-} // namespace detail::text
+} // namespace kf::detail::text
