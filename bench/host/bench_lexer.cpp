@@ -11,7 +11,8 @@ namespace {
 // A line of words, numbers and quoted strings (some with two-byte characters) of about mib MiB.
 std::string LongLine(std::size_t mib)
 {
-    static const std::string kPieces[] = {"button ", "32767 ", "\"K\xc3\xa4se und Brot\" ", "-0x7F ", "word_15_chars__ "};
+    static const std::string kPieces[] = {"button ", "32767 ", "\"K\xc3\xa4se und Brot\" ", "-0x7F ",
+                                          "word_15_chars__ "};
     std::string line;
     line.reserve((mib << 20) + 32);
     for (std::size_t n = 0; line.size() < (mib << 20); ++n)
@@ -24,7 +25,7 @@ void BM_TokenizeOneLongLine(benchmark::State& state)
     std::string const line = LongLine(static_cast<std::size_t>(state.range(0)));
     std::size_t tokens = 0;
     for (auto _ : state) {
-        auto const result = kfhost::detail::Tokenize(line);
+        const auto result = kfhost::detail::Tokenize(line);
         tokens = result.size();
         benchmark::DoNotOptimize(result.back().column);
     }

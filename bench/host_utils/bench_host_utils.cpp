@@ -75,7 +75,7 @@ BENCHMARK(BM_LibPartIndex)->Arg(1000)->Arg(10000);
 void BM_LibPartIndexMissing(benchmark::State& state)
 {
     auto host = HostWith(LibrariesOf(int(state.range(0)), kPartsPerLibrary));
-    KF_String const name("No Such Part");
+    const KF_String name("No Such Part");
     for (auto _ : state)
         benchmark::DoNotOptimize(KF_LibPart::Index(name, API_ObjectID));
     state.SetItemsProcessed(state.iterations());

@@ -79,7 +79,7 @@ void BM_SettingsLoad(benchmark::State& state)
     Fixture& f = Shared();
     kftest::WriteFile(f.file, f.bytes);
     for (auto _ : state) {
-        bool const ok = KF_AddonSettings_Load(kType, false);
+        const bool ok = KF_AddonSettings_Load(kType, false);
         benchmark::DoNotOptimize(ok);
         if (!ok) {
             state.SkipWithError("load failed");
@@ -141,7 +141,7 @@ void BM_SettingsSave(benchmark::State& state)
     kftest::WriteFile(f.file, f.bytes);
     KF_AddonSettings_Load(kType, false);
     for (auto _ : state) {
-        bool const ok = KF_AddonSettings_Save(kType);
+        const bool ok = KF_AddonSettings_Save(kType);
         benchmark::DoNotOptimize(ok);
         if (!ok) {
             state.SkipWithError("save failed");
@@ -194,7 +194,7 @@ void BM_SettingsLookup1000(benchmark::State& state)
     KF_String value;
     for (auto _ : state) {
         long found = 0;
-        for (KF_String const& key : keys) {
+        for (const KF_String& key : keys) {
             found += KF_AddonSettings_Get(kType, key, &value, true) ? 1 : 0;
         }
         if (found != 1000) {

@@ -57,9 +57,18 @@ auto Timed(F&& call)
     sInEntryPoints += Clock::now() - start;
     return result;
 }
-int32_t TimedCheckEnvironment(KF_EnvirRecord* envir) { return Timed([&] { return sCheckEnvironment(envir); }); }
-KF_Err TimedRegisterInterface() { return Timed([] { return sRegisterInterface(); }); }
-KF_Err TimedInitialize(void* client) { return Timed([&] { return sInitialize(client); }); }
+int32_t TimedCheckEnvironment(KF_EnvirRecord* envir)
+{
+    return Timed([&] { return sCheckEnvironment(envir); });
+}
+KF_Err TimedRegisterInterface()
+{
+    return Timed([] { return sRegisterInterface(); });
+}
+KF_Err TimedInitialize(void* client)
+{
+    return Timed([&] { return sInitialize(client); });
+}
 
 // Stops the clock when the main dialog is shown, then closes it as the close box would.
 class StopAtMainDialog final : public kfhost::DialogBackend {
@@ -150,7 +159,11 @@ void BM_StartToMainDialog(benchmark::State& state)
     state.counters["entry_points_us"] = perIteration(entrySeconds);
     state.counters["entry_points_share"] = benchmark::Counter(totalSeconds > 0 ? entrySeconds / totalSeconds : 0);
 }
-BENCHMARK(BM_StartToMainDialog)->UseManualTime()->Unit(benchmark::kMicrosecond)->Iterations(40)->Repetitions(5)
+BENCHMARK(BM_StartToMainDialog)
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond)
+    ->Iterations(40)
+    ->Repetitions(5)
     ->ReportAggregatesOnly(true);
 
 void BM_KfhostProgram(benchmark::State& state)
@@ -158,7 +171,7 @@ void BM_KfhostProgram(benchmark::State& state)
     Folder folder;
     const fs::path script = folder.path / "open.kfs";
     std::ofstream(script) << "menu 32501 1\nexpect dialog 32500\nclick 2\n";
-    std::vector<std::string> args = {kHost.string(), "--addon", kBundle.string(), "--framework-folder",
+    std::vector<std::string> args = {kHost.string(),       "--addon",  kBundle.string(), "--framework-folder",
                                      folder.path.string(), "--script", script.string()};
     std::vector<char*> argv;
     for (auto& a : args)

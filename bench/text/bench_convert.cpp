@@ -14,17 +14,17 @@ constexpr std::size_t kMiB = 1u << 20;
 
 struct Converter {
     UConverter* cnv;
-    explicit Converter(char const* name)
+    explicit Converter(const char* name)
     {
         UErrorCode status = U_ZERO_ERROR;
         cnv = ucnv_open(name, &status);
     }
     ~Converter() { ucnv_close(cnv); }
-    Converter(Converter const&) = delete;
-    Converter& operator=(Converter const&) = delete;
+    Converter(const Converter&) = delete;
+    Converter& operator=(const Converter&) = delete;
 };
 
-void ToString(benchmark::State& state, std::string const& text, KF_String::Encoding enc, char const* icuName)
+void ToString(benchmark::State& state, const std::string& text, KF_String::Encoding enc, const char* icuName)
 {
     Converter platform(icuName);
     std::vector<UChar> units(text.size() + 1);
@@ -46,11 +46,12 @@ void ToString(benchmark::State& state, std::string const& text, KF_String::Encod
     }
 }
 
-void FromString(benchmark::State& state, std::string const& text, KF_String::Encoding enc, char const* icuName)
+void FromString(benchmark::State& state, const std::string& text, KF_String::Encoding enc, const char* icuName)
 {
     Converter platform(icuName);
-    KF_String const s(text.data(), unsigned(text.size()), enc);
-    std::size_t const bound = std::size_t(UCNV_GET_MAX_BYTES_FOR_STRING(s.GetLength(), ucnv_getMaxCharSize(platform.cnv)));
+    const KF_String s(text.data(), unsigned(text.size()), enc);
+    std::size_t const bound =
+        std::size_t(UCNV_GET_MAX_BYTES_FOR_STRING(s.GetLength(), ucnv_getMaxCharSize(platform.cnv)));
     std::vector<UChar> units(s.Units(), s.Units() + s.GetLength());
     textbench::RunBeside(
         state, text.size(), "icu",
@@ -64,8 +65,8 @@ void FromString(benchmark::State& state, std::string const& text, KF_String::Enc
         [&] {
             std::unique_ptr<char[]> out(new char[bound]);
             UErrorCode status = U_ZERO_ERROR;
-            int32_t const n = ucnv_fromUChars(platform.cnv, out.get(), int32_t(bound), units.data(),
-                                              int32_t(units.size()), &status);
+            int32_t const n =
+                ucnv_fromUChars(platform.cnv, out.get(), int32_t(bound), units.data(), int32_t(units.size()), &status);
             benchmark::DoNotOptimize(n);
         });
 }
@@ -88,7 +89,7 @@ void BM_SingleByteToString(benchmark::State& state)
 {
     static std::string const roman = textbench::SingleByteText("macintosh", kMiB);
     static std::string const windows = textbench::SingleByteText("windows-1252", kMiB);
-    bool const isRoman = state.range(0) == 0;
+    const bool isRoman = state.range(0) == 0;
     ToString(state, isRoman ? roman : windows, isRoman ? KF_String::Enc_MacRoman : KF_String::Enc_WinLatin1,
              isRoman ? "macintosh" : "windows-1252");
 }
@@ -97,7 +98,7 @@ void BM_StringToSingleByte(benchmark::State& state)
 {
     static std::string const roman = textbench::SingleByteText("macintosh", kMiB);
     static std::string const windows = textbench::SingleByteText("windows-1252", kMiB);
-    bool const isRoman = state.range(0) == 0;
+    const bool isRoman = state.range(0) == 0;
     FromString(state, isRoman ? roman : windows, isRoman ? KF_String::Enc_MacRoman : KF_String::Enc_WinLatin1,
                isRoman ? "macintosh" : "windows-1252");
 }

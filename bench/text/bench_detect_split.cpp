@@ -18,7 +18,7 @@ void BM_IsUTF8(benchmark::State& state)
 {
     static std::string const heavy = textbench::Utf8Text(Kind::AsciiHeavy, kMiB);
     static std::string const mixed = textbench::Utf8Text(Kind::Mixed, kMiB);
-    std::string const& text = state.range(0) == 0 ? heavy : mixed;
+    const std::string& text = state.range(0) == 0 ? heavy : mixed;
     bool ok = false;
     textbench::RunBeside(
         state, text.size(), "icu",
@@ -59,8 +59,8 @@ void BM_TextToString(benchmark::State& state)
             UCharsetMatch const* match = ucsdet_detect(detector, &err);
             char const* name = match != nullptr ? ucsdet_getName(match, &err) : "UTF-8";
             UConverter* cnv = ucnv_open(name, &err);
-            int32_t const n = ucnv_toUChars(cnv, units.data(), int32_t(units.size()), text.data(),
-                                            int32_t(text.size()), &err);
+            int32_t const n =
+                ucnv_toUChars(cnv, units.data(), int32_t(units.size()), text.data(), int32_t(text.size()), &err);
             ucnv_close(cnv);
             benchmark::DoNotOptimize(n);
         });
@@ -73,7 +73,7 @@ void BM_TextToString(benchmark::State& state)
 void BM_SplitLines(benchmark::State& state)
 {
     std::string const text = textbench::Utf8Text(Kind::AsciiHeavy, std::size_t(state.range(0)));
-    KF_String const s(text.data(), unsigned(text.size()), KF_String::Enc_UTF8);
+    const KF_String s(text.data(), unsigned(text.size()), KF_String::Enc_UTF8);
     std::u16string const copy(s.Units(), s.Units() + s.GetLength());
     std::u16string_view const view(copy);
     KF_List<KF_String> lines;

@@ -45,7 +45,7 @@ struct Stage {
         host->Attach();
     }
     std::string Url() const { return server->BaseUrl() + "/big.bin"; }
-    std::filesystem::path Target(char const* name) const { return host->TempDir() / name; }
+    std::filesystem::path Target(const char* name) const { return host->TempDir() / name; }
 };
 
 Stage& TheStage()
@@ -92,7 +92,7 @@ void BM_CurlCommandLine_100MiB(benchmark::State& state)
     std::string const target = stage.Target("curl.bin").string();
     std::string const url = stage.Url();
     for (auto _ : state) {
-        char const* argv[] = {kCurl, "-s", "-o", target.c_str(), url.c_str(), nullptr};
+        const char* argv[] = {kCurl, "-s", "-o", target.c_str(), url.c_str(), nullptr};
         pid_t pid = 0;
         int status = 0;
         if (::posix_spawn(&pid, kCurl, nullptr, nullptr, const_cast<char**>(argv), environ) != 0 ||

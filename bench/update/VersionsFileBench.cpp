@@ -45,7 +45,7 @@ std::string MakeVersionsFile(std::size_t bytes, long& lines)
 }
 
 // Parses text once per iteration and reports bytes per second.
-void ParseRepeatedly(benchmark::State& state, std::string const& text)
+void ParseRepeatedly(benchmark::State& state, const std::string& text)
 {
     for (auto _ : state) {
         KF_List<KF_AddonUpdate_Message> messages;

@@ -58,7 +58,7 @@ private:
 void BM_ValidateShell(benchmark::State& state)
 {
     const std::vector<std::string> argv{KF_KFHOST, "validate", "--strictness", std::to_string(state.range(0)),
-                                        "--seed", "1", KF_SHELL_BUNDLE};
+                                        "--seed",  "1",        KF_SHELL_BUNDLE};
     for (auto _ : state)
         if (Run(argv) != 0)
             state.SkipWithError("kfhost validate failed on the add-on");
@@ -69,8 +69,8 @@ BENCHMARK(BM_ValidateShell)->Arg(5)->Arg(10)->Unit(benchmark::kMillisecond)->Use
 void BM_CheckInChildProcess(benchmark::State& state)
 {
     const Scratch scratch;
-    const std::vector<std::string> argv{KF_KFHOST, "validate", "--child", "menus", "--scratch", scratch.Path(),
-                                        "--strictness", "5", "--seed", "1", KF_SHELL_BUNDLE};
+    const std::vector<std::string> argv{KF_KFHOST,      "validate", "--child", "menus", "--scratch",    scratch.Path(),
+                                        "--strictness", "5",        "--seed",  "1",     KF_SHELL_BUNDLE};
     for (auto _ : state)
         if (Run(argv) != 0)
             state.SkipWithError("the check's process failed");

@@ -20,7 +20,7 @@ void Dispose(IO::File* file)
 }
 
 // True when the file exists: a temporary host file that must not create anything.
-bool Probe(KF_Location const& location)
+bool Probe(const KF_Location& location)
 {
     IO::File const probe(static_cast<IO::Location>(location), IO::File::Fail);
     return probe.GetStatus() == NoError;
@@ -29,7 +29,7 @@ bool Probe(KF_Location const& location)
 // 0 when the new host file is open for writing (emptied unless appending), else the result number.
 std::int32_t OpenForWriting(IO::File& file, bool append)
 {
-    if (GSErrCode const status = file.GetStatus(); status != NoError) {
+    if (const GSErrCode status = file.GetStatus(); status != NoError) {
         return kf::detail::KF_File_ResultOf(status);
     }
     return kf::detail::KF_File_ResultOf(
@@ -72,13 +72,13 @@ std::int32_t kf::detail::KF_File_ResultOf(GSErrCode err)
     return err > 0 ? KF_File_Failed : KF_File::MapHostError(err);
 }
 
-std::int32_t KF_File::Open(KF_Location const& location, KF_File_OpenMode const& mode)
+std::int32_t KF_File::Open(const KF_Location& location, const KF_File_OpenMode& mode)
 {
     delete file;
     file = nullptr;
     IO::File::OnNotFound const onNotFound = mode == KF_File_Read ? IO::File::Fail : IO::File::Create;
     file = new IO::File(static_cast<IO::Location>(location), onNotFound);
-    if (GSErrCode const status = file->GetStatus(); status != NoError) {
+    if (const GSErrCode status = file->GetStatus(); status != NoError) {
         return kf::detail::KF_File_ResultOf(status);
     }
     if (static_cast<std::int32_t>(mode) < 0 || static_cast<std::int32_t>(mode) > 4) {
@@ -87,18 +87,18 @@ std::int32_t KF_File::Open(KF_Location const& location, KF_File_OpenMode const& 
     return kf::detail::KF_File_ResultOf(file->Open(static_cast<IO::File::OpenMode>(mode), kDeniedTreatment));
 }
 
-std::int32_t KF_File::WriteFullText(KF_String const& text, KF_String::Encoding encoding, bool writeBOM,
+std::int32_t KF_File::WriteFullText(const KF_String& text, KF_String::Encoding encoding, bool writeBOM,
                                     unsigned long* bytesWritten)
 {
     unsigned long written = 0;
     if (writeBOM) {
-        KF_CString const bom = KF_String::GetBOM(encoding);
+        const KF_CString bom = KF_String::GetBOM(encoding);
         if (bom.bytes != nullptr && bom.length > 0) {
             if (file == nullptr) {
                 return KF_File_NoHostFile;
             }
             UInt64 done = 0;
-            if (GSErrCode const err = file->WriteBin(bom.bytes, bom.length, &done); err != NoError) {
+            if (const GSErrCode err = file->WriteBin(bom.bytes, bom.length, &done); err != NoError) {
                 file->ResetErrorStatus();
                 return MapHostError(err);
             }
@@ -109,7 +109,7 @@ std::int32_t KF_File::WriteFullText(KF_String const& text, KF_String::Encoding e
         *bytesWritten = written;
     }
 
-    KF_CString const converted = text.ToCStr(encoding);
+    const KF_CString converted = text.ToCStr(encoding);
     unsigned long count = converted.bytes != nullptr ? converted.length : 0;
     // Every trailing zero byte goes, the terminator and any zero high byte of a last character alike.
     while (count > 0 && converted.bytes[count - 1] == '\0') {
@@ -119,7 +119,7 @@ std::int32_t KF_File::WriteFullText(KF_String const& text, KF_String::Encoding e
         return KF_File_NoHostFile;
     }
     UInt64 done = 0;
-    if (GSErrCode const err = file->WriteBin(converted.bytes, count, &done); err != NoError) {
+    if (const GSErrCode err = file->WriteBin(converted.bytes, count, &done); err != NoError) {
         file->ResetErrorStatus();
         return MapHostError(err);
     }
@@ -129,7 +129,7 @@ std::int32_t KF_File::WriteFullText(KF_String const& text, KF_String::Encoding e
     return KF_File_OK;
 }
 
-bool KF_File::Delete(KF_Location const& location)
+bool KF_File::Delete(const KF_Location& location)
 {
     IO::Location parent = static_cast<IO::Location>(location);
     IO::Name lastName;
@@ -140,8 +140,7 @@ bool KF_File::Delete(KF_Location const& location)
     return folder.Delete(lastName, IO::Folder::NormalSafety, IO::Folder::ReturnErrorOnDenied) == NoError;
 }
 
-std::int32_t KF_File::WriteBin(KF_Location const& location, char const* data, long length, bool append,
-                               bool create)
+std::int32_t KF_File::WriteBin(const KF_Location& location, const char* data, long length, bool append, bool create)
 {
     if (length < 0 || (data == nullptr && length > 0)) {
         return KF_File_Failed;
@@ -152,7 +151,7 @@ std::int32_t KF_File::WriteBin(KF_Location const& location, char const* data, lo
     auto* const host = new IO::File(static_cast<IO::Location>(location), IO::File::Create);
     std::int32_t result = OpenForWriting(*host, append);
     if (result == 0) {
-        if (GSErrCode const werr = host->WriteBin(data, static_cast<UInt64>(length)); werr != NoError) {
+        if (const GSErrCode werr = host->WriteBin(data, static_cast<UInt64>(length)); werr != NoError) {
             host->ResetErrorStatus();
             result = MapHostError(werr);
         }
@@ -161,8 +160,8 @@ std::int32_t KF_File::WriteBin(KF_Location const& location, char const* data, lo
     return result;
 }
 
-std::int32_t KF_File::ReadBin(KF_Location const& location, char* buffer, unsigned long* size, bool* exists,
-                              unsigned long const& startPosition)
+std::int32_t KF_File::ReadBin(const KF_Location& location, char* buffer, unsigned long* size, bool* exists,
+                              const unsigned long& startPosition)
 {
     if (!Probe(location)) {
         if (exists != nullptr) {
@@ -174,7 +173,7 @@ std::int32_t KF_File::ReadBin(KF_Location const& location, char* buffer, unsigne
         *exists = true;
     }
     auto* const host = new IO::File(static_cast<IO::Location>(location), IO::File::Create);
-    if (GSErrCode const err = host->Open(IO::File::ReadMode, kDeniedTreatment); err != NoError) {
+    if (const GSErrCode err = host->Open(IO::File::ReadMode, kDeniedTreatment); err != NoError) {
         Dispose(host);
         return kf::detail::KF_File_ResultOf(err);
     }
@@ -201,7 +200,7 @@ std::int32_t KF_File::ReadBin(KF_Location const& location, char* buffer, unsigne
         *size = count;
     }
 
-    GSErrCode const closeErr = host->Close();
+    const GSErrCode closeErr = host->Close();
     if (host->IsOpen()) {
         host->Close();
     }
@@ -209,8 +208,8 @@ std::int32_t KF_File::ReadBin(KF_Location const& location, char* buffer, unsigne
     return kf::detail::KF_File_ResultOf(closeErr);
 }
 
-std::int32_t KF_File::WriteFullText(KF_Location const& location, KF_String const& text,
-                                    KF_String::Encoding encoding, bool writeBOM, bool append)
+std::int32_t KF_File::WriteFullText(const KF_Location& location, const KF_String& text, KF_String::Encoding encoding,
+                                    bool writeBOM, bool append)
 {
     auto* const host = new IO::File(static_cast<IO::Location>(location), IO::File::Create);
     std::int32_t result = OpenForWriting(*host, append);

@@ -6,7 +6,7 @@
 
 namespace kf::detail {
 
-std::int32_t KF_File_ReadWhole(KF_Location const& location, std::size_t limit, std::string& out, bool& exists)
+std::int32_t KF_File_ReadWhole(const KF_Location& location, std::size_t limit, std::string& out, bool& exists)
 {
     out.clear();
     exists = false;
@@ -22,7 +22,7 @@ std::int32_t KF_File_ReadWhole(KF_Location const& location, std::size_t limit, s
         return opened;
     }
     UInt64 length = 0;
-    if (GSErrCode const err = reader.file->GetDataLength(&length); err != NoError) {
+    if (const GSErrCode err = reader.file->GetDataLength(&length); err != NoError) {
         return KF_File::MapHostError(err);
     }
     if (length >= limit) {
@@ -31,7 +31,7 @@ std::int32_t KF_File_ReadWhole(KF_Location const& location, std::size_t limit, s
     out.resize(static_cast<std::size_t>(length));
     UInt64 read = 0;
     if (length > 0) {
-        if (GSErrCode const err = reader.file->ReadBin(out.data(), length, &read); err != NoError) {
+        if (const GSErrCode err = reader.file->ReadBin(out.data(), length, &read); err != NoError) {
             out.clear();
             return KF_File::MapHostError(err);
         }
@@ -40,7 +40,7 @@ std::int32_t KF_File_ReadWhole(KF_Location const& location, std::size_t limit, s
             return KF_File_Failed;
         }
     }
-    if (GSErrCode const err = reader.file->Close(); err != NoError) {
+    if (const GSErrCode err = reader.file->Close(); err != NoError) {
         out.clear();
         return KF_File_ResultOf(err);
     }
@@ -55,9 +55,10 @@ constexpr int kNameAttempts = 16;
 // Eight hexadecimal digits that differ between processes and between calls.
 std::string UniqueTag()
 {
-    static std::mt19937_64 generator{std::random_device{}() ^
-                                     static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count())};
-    static char const digits[] = "0123456789abcdef";
+    static std::mt19937_64 generator{
+        std::random_device{}() ^
+        static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count())};
+    static const char digits[] = "0123456789abcdef";
     std::uint64_t bits = generator();
     std::string tag(12, '0');
     for (char& c : tag) {
@@ -69,31 +70,31 @@ std::string UniqueTag()
 
 // Writes the temporary file; unlike WriteBin, a failing close counts, as it may be where the
 // system reports that the bytes did not reach the disk.
-std::int32_t WriteAndClose(KF_File& writer, char const* data, std::size_t length)
+std::int32_t WriteAndClose(KF_File& writer, const char* data, std::size_t length)
 {
     UInt64 written = 0;
-    if (GSErrCode const err = writer.file->WriteBin(data, length, &written); err != NoError) {
+    if (const GSErrCode err = writer.file->WriteBin(data, length, &written); err != NoError) {
         writer.file->ResetErrorStatus();
         return KF_File::MapHostError(err);
     }
     if (written != length) {
         return KF_File_Failed;
     }
-    GSErrCode const closed = writer.file->Close();
+    const GSErrCode closed = writer.file->Close();
     return KF_File_ResultOf(closed);
 }
 
 } // namespace
 
-std::int32_t KF_File_CreateBeside(KF_Location const& location, KF_File& file, KF_Location& created)
+std::int32_t KF_File_CreateBeside(const KF_Location& location, KF_File& file, KF_Location& created)
 {
     std::int32_t result = KF_File_Failed;
     for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
         // Same folder, so that the final move never crosses file systems.
-        KF_Location const candidate(location.path + "." + UniqueTag().c_str() + ".kftmp");
+        const KF_Location candidate(location.path + "." + UniqueTag().c_str() + ".kftmp");
         delete file.file;
         file.file = new IO::File(static_cast<IO::Location>(candidate), IO::File::LeaveToOpen);
-        GSErrCode const err = file.file->Open(IO::File::CreateNewMode);
+        const GSErrCode err = file.file->Open(IO::File::CreateNewMode);
         if (err == NoError) {
             created = candidate;
             return KF_File_OK;
@@ -106,7 +107,7 @@ std::int32_t KF_File_CreateBeside(KF_Location const& location, KF_File& file, KF
     return result;
 }
 
-bool KF_File_KeepAside(KF_Location const& location, char const* suffix)
+bool KF_File_KeepAside(const KF_Location& location, const char* suffix)
 {
     IO::Location parent = static_cast<IO::Location>(location);
     IO::Name name;
@@ -122,7 +123,7 @@ bool KF_File_KeepAside(KF_Location const& location, char const* suffix)
                                     static_cast<IO::Location>(KF_Location(location.path + suffix))) == NoError;
 }
 
-std::int32_t KF_File_ReplaceWhole(KF_Location const& location, char const* data, std::size_t length)
+std::int32_t KF_File_ReplaceWhole(const KF_Location& location, const char* data, std::size_t length)
 {
     if (location.path.IsNullOrEmpty() || (data == nullptr && length > 0)) {
         return KF_File_Failed;
@@ -138,8 +139,8 @@ std::int32_t KF_File_ReplaceWhole(KF_Location const& location, char const* data,
         result = WriteAndClose(writer, data, length);
     }
     if (result == 0) {
-        GSErrCode const moved = IO::FileSystem::MoveOver(static_cast<IO::Location>(temporary),
-                                                         static_cast<IO::Location>(location));
+        const GSErrCode moved =
+            IO::FileSystem::MoveOver(static_cast<IO::Location>(temporary), static_cast<IO::Location>(location));
         if (moved == NoError) {
             return KF_File_OK;
         }

@@ -1,7 +1,7 @@
 // Whole text files for add-ons, bounded like the framework's own small files.
 #include "KF_FileDetail.hpp"
 
-std::int32_t KF_File::ReadFullText(KF_Location const& location, KF_String& text, KF_String::Encoding encoding,
+std::int32_t KF_File::ReadFullText(const KF_Location& location, KF_String& text, KF_String::Encoding encoding,
                                    bool* exists)
 {
     text = KF_String("");
@@ -15,7 +15,7 @@ std::int32_t KF_File::ReadFullText(KF_Location const& location, KF_String& text,
         return result;
     }
     // The limit keeps the size within the converters' unsigned int.
-    auto const size = static_cast<unsigned int>(bytes.size());
+    const auto size = static_cast<unsigned int>(bytes.size());
     KF_String::Encoding const used =
         KF_String::TextToString(text, bytes.data(), size, encoding == KF_String::Enc_None, encoding);
     if (used == KF_String::Enc_Unsupported) {

@@ -10,13 +10,13 @@ namespace {
 // Drops exactly one trailing "/" (a path ending in two keeps one).
 void DropOneTrailingSlash(KF_String& path)
 {
-    unsigned int const len = path.GetLength();
+    const unsigned int len = path.GetLength();
     if (len > 0 && path.UCharAt(len - 1) == u'/') {
         path = path.Substring(0, len - 1);
     }
 }
 
-IO::Location ToHost(KF_String const& path)
+IO::Location ToHost(const KF_String& path)
 {
     if (path.IsNull()) {
         return IO::Location(GS::UniString());
@@ -26,12 +26,12 @@ IO::Location ToHost(KF_String const& path)
 
 } // namespace
 
-KF_Location::KF_Location(KF_String const& fullPath) : path(fullPath)
+KF_Location::KF_Location(const KF_String& fullPath) : path(fullPath)
 {
     DropOneTrailingSlash(path);
 }
 
-void KF_Location::Set(IO::Location const& location)
+void KF_Location::Set(const IO::Location& location)
 {
     GS::UniString hostPath;
     if (location.ToPath(&hostPath) != NoError) {
@@ -77,11 +77,11 @@ KF_String KF_Location::GetPOSIXPath() const
 
 bool KF_Location::IsFolder() const
 {
-    KF_String const full(path);
+    const KF_String full(path);
     if (full.IsNull()) {
         return false;
     }
-    unsigned int const slash = full.LastIndexOf('/');
+    const unsigned int slash = full.LastIndexOf('/');
     KF_String lastName;
     KF_String parent;
     if (slash == KF_String::NotFound) {
@@ -119,7 +119,7 @@ KF_Location KF_Location::AddOnLocation(bool parentOnly)
     if (!parentOnly || result.path.IsNull()) {
         return result;
     }
-    unsigned int const slash = result.path.LastIndexOf('/');
+    const unsigned int slash = result.path.LastIndexOf('/');
     if (slash == KF_String::NotFound) {
         result.path = KF_String("", KF_String::Enc_System);
     } else {

@@ -11,22 +11,22 @@ struct ListingParams {
 };
 
 // The text after the last "." when it stands after the last "/" and is not the last character.
-KF_String ExtensionOf(KF_String const& path)
+KF_String ExtensionOf(const KF_String& path)
 {
-    unsigned int const dot = path.LastIndexOf('.');
+    const unsigned int dot = path.LastIndexOf('.');
     if (dot == KF_String::NotFound || dot + 1 >= path.GetLength()) {
         return KF_String();
     }
-    unsigned int const slash = path.LastIndexOf('/');
+    const unsigned int slash = path.LastIndexOf('/');
     if (slash != KF_String::NotFound && slash > dot) {
         return KF_String();
     }
     return path.Substring(dot + 1);
 }
 
-bool PassesFilter(KF_String const& path, KF_List<KF_String> const& extensions)
+bool PassesFilter(const KF_String& path, const KF_List<KF_String>& extensions)
 {
-    KF_String const extension = ExtensionOf(path);
+    const KF_String extension = ExtensionOf(path);
     if (extension.IsNullOrEmpty()) {
         return false;
     }
@@ -38,7 +38,7 @@ bool PassesFilter(KF_String const& path, KF_List<KF_String> const& extensions)
     return false;
 }
 
-bool EnumerateEntry(IO::Folder const& folder, IO::Name const& entryName, bool isFolder, void* userData)
+bool EnumerateEntry(const IO::Folder& folder, const IO::Name& entryName, bool isFolder, void* userData)
 {
     auto& params = *static_cast<ListingParams*>(userData);
     IO::Location entryLocation;
@@ -68,7 +68,7 @@ bool EnumerateEntry(IO::Folder const& folder, IO::Name const& entryName, bool is
     return true;
 }
 
-bool ListFolder(KF_Location const& folderLocation, ListingParams& params)
+bool ListFolder(const KF_Location& folderLocation, ListingParams& params)
 {
     if (params.result == nullptr) {
         return false;
@@ -82,8 +82,7 @@ bool ListFolder(KF_Location const& folderLocation, ListingParams& params)
 
 } // namespace
 
-bool KF_Location::GetFilesInFolder(KF_List<KF_String>* extensions, bool recursive,
-                                   KF_List<KF_Location>* result) const
+bool KF_Location::GetFilesInFolder(KF_List<KF_String>* extensions, bool recursive, KF_List<KF_Location>* result) const
 {
     ListingParams params{recursive, result, extensions, false};
     return ListFolder(*this, params);

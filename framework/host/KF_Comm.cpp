@@ -30,7 +30,7 @@ bool FrameworkFolder(KF_Location& folder)
     return true;
 }
 
-bool FileInFrameworkFolder(KF_String const& name, KF_Location& location)
+bool FileInFrameworkFolder(const KF_String& name, KF_Location& location)
 {
     KF_Location folder;
     if (!FrameworkFolder(folder)) {
@@ -40,21 +40,21 @@ bool FileInFrameworkFolder(KF_String const& name, KF_Location& location)
     return true;
 }
 
-KF_String VersionText(long const& version)
+KF_String VersionText(const long& version)
 {
     return KF_String::LongToString(version, 0);
 }
 
 } // namespace
 
-bool KF_Comm::AddOnFileLocation(long const& version, KF_Location& location)
+bool KF_Comm::AddOnFileLocation(const long& version, KF_Location& location)
 {
-    return FileInFrameworkFolder(
-        KF_String(sett_ADDON_SETTINGS_FILE_NAME, KF_String::Enc_System) + "_" + VersionText(version) + ".sui",
-        location);
+    return FileInFrameworkFolder(KF_String(sett_ADDON_SETTINGS_FILE_NAME, KF_String::Enc_System) + "_" +
+                                     VersionText(version) + ".sui",
+                                 location);
 }
 
-bool KF_Comm::SuiteFileLocation(long const& version, KF_Location& location)
+bool KF_Comm::SuiteFileLocation(const long& version, KF_Location& location)
 {
     return FileInFrameworkFolder(KF_String("Tavolo_AC", KF_String::Enc_System) + VersionText(version) + ".sui",
                                  location);
@@ -91,13 +91,13 @@ void KF_Comm::AddOnsFileDelete()
     if (!FrameworkFolder(folder)) {
         return;
     }
-    KF_String const ending = KF_String("_", KF_String::Enc_System) + VersionText(RunningHostVersion()) + ".sui";
+    const KF_String ending = KF_String("_", KF_String::Enc_System) + VersionText(RunningHostVersion()) + ".sui";
     KF_List<KF_Location> files;
     folder.GetFilesInFolder(nullptr, false, &files);
     for (long i = 0; i < files.count; ++i) {
-        KF_String const& path = files[i].path;
-        unsigned int const slash = path.LastIndexOf('/');
-        KF_String const name = slash == KF_String::NotFound ? path : path.Substring(slash + 1);
+        const KF_String& path = files[i].path;
+        const unsigned int slash = path.LastIndexOf('/');
+        const KF_String name = slash == KF_String::NotFound ? path : path.Substring(slash + 1);
         if (name.EndsWith(ending)) {
             KF_File::Delete(files[i]);
         }
@@ -106,7 +106,7 @@ void KF_Comm::AddOnsFileDelete()
 
 bool KF_Comm::SuiteIsLoaded(bool& answered)
 {
-    API_ModulID const suite{SuiteDeveloperID, SuiteLocalID};
+    const API_ModulID suite{SuiteDeveloperID, SuiteLocalID};
     if (ACAPI_Command_Test(&suite, SuiteCommand, 0) == NoError) {
         answered = true;
         return true;

@@ -44,7 +44,7 @@ constexpr KF_Comm_MDID kFamilyMDIDs[26] = {
 
 KF_Comm_MDID KF_Comm::GetMDID(KF_Comm_AddOnsCode code)
 {
-    int const row = static_cast<int>(code) + 3;
+    const int row = static_cast<int>(code) + 3;
     if (row < 0 || row >= static_cast<int>(sizeof kFamilyMDIDs / sizeof kFamilyMDIDs[0])) {
         return UnknownMDID;
     }

@@ -14,7 +14,7 @@ std::string KF_Comm_BuildMessage(bool suiteLoaded)
     return text;
 }
 
-bool KF_Comm_ReadMessage(char const* bytes, std::size_t size)
+bool KF_Comm_ReadMessage(const char* bytes, std::size_t size)
 {
     KF_List<KF_Setting> entries;
     if (!KF_Settings_ParseFile(bytes, size, entries) || entries.count != 1) {

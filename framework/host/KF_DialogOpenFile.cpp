@@ -4,10 +4,10 @@
 #include "ACAPI.hpp"
 #include "DG.hpp"
 
-bool KF_Dialog::OpenFile(KF_Location& file, KF_Location const* startFolder, KF_String const& title,
+bool KF_Dialog::OpenFile(KF_Location& file, const KF_Location* startFolder, const KF_String& title,
                          KF_List<FTM::GeneralID>* types, long* chosenType)
 {
-    GSResModule const previous = ACAPI_UseOwnResModule();
+    const GSResModule previous = ACAPI_UseOwnResModule();
     DG::FileDialog dialog(DG::FileDialog::OpenFile);
     if (types != nullptr) {
         for (long i = 0; i < types->count; ++i) {
@@ -32,8 +32,8 @@ bool KF_Dialog::OpenFile(KF_Location& file, KF_Location const* startFolder, KF_S
     return true;
 }
 
-bool KF_Dialog::OpenFile(KF_Location& file, char const* typeDescription, char const* extension, long typeCode,
-                         KF_String const& title, KF_Location const* startFolder)
+bool KF_Dialog::OpenFile(KF_Location& file, const char* typeDescription, const char* extension, long typeCode,
+                         const KF_String& title, const KF_Location* startFolder)
 {
     FTM::FileTypeManager manager("Module");
     FTM::FileType const type(typeDescription, extension, GS::FourCC("GSAC"), static_cast<GSType>(typeCode), 145,

@@ -20,8 +20,8 @@ std::string_view Bytes(const KF_CString& text)
 // then does is not reported.
 void KF_General_LaunchDoc(const KF_Location& location)
 {
-    KF_String const path = location.path.Replace(':', '/');
-    KF_CString const bytes = path.ToCStr(KF_String::Enc_System);
+    const KF_String path = location.path.Replace(':', '/');
+    const KF_CString bytes = path.ToCStr(KF_String::Enc_System);
     kf::detail::KF_General_SystemOpen(Bytes(bytes));
 }
 
@@ -54,7 +54,7 @@ bool KF_General::LaunchDocByLoc(const KF_Location& file)
 
 bool KF_General::LaunchDocByPath(const KF_String& path)
 {
-    KF_Location const file(path);
+    const KF_Location file(path);
     if (!FileExists(file)) {
         return false;
     }
@@ -64,7 +64,7 @@ bool KF_General::LaunchDocByPath(const KF_String& path)
 
 bool KF_General::LaunchURLByPath(const KF_String& address)
 {
-    KF_CString const bytes = address.ToCStr(KF_String::Enc_System);
+    const KF_CString bytes = address.ToCStr(KF_String::Enc_System);
     if (bytes.bytes == nullptr) {
         return false;
     }

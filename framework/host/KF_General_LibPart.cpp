@@ -16,7 +16,7 @@ bool Answer(long index, bool showError, const KF_String& errorText)
         return false;
     }
     // Only the empty text asks for the default one; a null text is shown as it is.
-    KF_String const text =
+    const KF_String text =
         errorText == KF_String("", KF_String::Enc_System)
             ? KF_Resource_GetString(static_cast<short>(KF_Resource_FrameworkStrings + gKF_Language), 85, true)
             : errorText;

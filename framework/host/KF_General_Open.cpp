@@ -13,7 +13,7 @@ bool KF_General_SystemOpen(std::string_view target)
     // The opener would read a leading "-" as an option of its own.
     std::string argument = !target.empty() && target.front() == '-' ? "./" : "";
     argument.append(target.substr(0, target.find('\0')));
-    char const* const argv[] = {"xdg-open", argument.c_str(), nullptr};
+    const char* const argv[] = {"xdg-open", argument.c_str(), nullptr};
     return HostServices::SpawnDetached(argv) == NoError;
 }
 

@@ -8,12 +8,12 @@ bool KF_General::HostProjectTitle(KF_String& title, bool* untitled)
         *untitled = true;
     }
     API_ProjectInfo info{};
-    GSErrCode const err = ACAPI_Environment(APIEnv_ProjectID, &info);
+    const GSErrCode err = ACAPI_Environment(APIEnv_ProjectID, &info);
     if (err == NoError && !info.untitled && info.location != nullptr) {
         KF_Location project;
         project.Set(*info.location);
-        KF_String const& path = project.path;
-        unsigned int const slash = path.LastIndexOf('/');
+        const KF_String& path = project.path;
+        const unsigned int slash = path.LastIndexOf('/');
         KF_String name = slash == KF_String::NotFound ? path : path.Substring(slash + 1);
         if (name.GetLength() >= 256) {
             name = name.Substring(0, 255);

@@ -24,7 +24,7 @@ void CopyName(const KF_String& name, API_LibPart& record)
 {
     GS::UniString const text = name.ToUniString();
     constexpr USize room = sizeof record.docu_UName / sizeof record.docu_UName[0] - 1;
-    USize const count = text.GetLength() < room ? text.GetLength() : room;
+    const USize count = text.GetLength() < room ? text.GetLength() : room;
     std::memcpy(record.docu_UName, text.ToUStr(), count * sizeof(GS::uchar_t));
     record.docu_UName[count] = 0;
 }
@@ -36,7 +36,7 @@ GSErrCode KF_LibPart::Search(const KF_String& name, API_LibTypeID type, API_LibP
     ClearRecord(out);
     out.typeID = type;
     CopyName(name, out);
-    GSErrCode const err = ACAPI_LibPart_Search(&out, false, false);
+    const GSErrCode err = ACAPI_LibPart_Search(&out, false, false);
     if (err != NoError) {
         return err;
     }
@@ -51,18 +51,18 @@ bool KF_LibPart::LibPart(const KF_Location& partFile, API_LibTypeID type, API_Li
 {
     // The name runs from behind the last "/" up to the last "." of the whole path. A "." that
     // stands in a folder name gives the empty name, which is searched as such.
-    KF_String const& path = partFile.path;
-    unsigned int const slash = path.LastIndexOf('/');
-    unsigned int const dot = path.LastIndexOf('.');
-    unsigned int const from = slash == KF_String::NotFound ? 0 : slash + 1;
-    unsigned int const to = dot == KF_String::NotFound ? path.GetLength() : dot;
-    KF_String const name = to > from ? path.Substring(from, to - from) : KF_String("");
+    const KF_String& path = partFile.path;
+    const unsigned int slash = path.LastIndexOf('/');
+    const unsigned int dot = path.LastIndexOf('.');
+    const unsigned int from = slash == KF_String::NotFound ? 0 : slash + 1;
+    const unsigned int to = dot == KF_String::NotFound ? path.GetLength() : dot;
+    const KF_String name = to > from ? path.Substring(from, to - from) : KF_String("");
     return Search(name, type, out) == NoError;
 }
 
 bool KF_LibPart::LibPart(const KF_String& name, API_LibTypeID type, API_LibPart& out)
 {
-    unsigned int const dot = name.LastIndexOf('.');
+    const unsigned int dot = name.LastIndexOf('.');
     if (dot == KF_String::NotFound) {
         return Search(name, type, out) == NoError;
     }
@@ -134,7 +134,7 @@ long IndexLoading(const KF_String& name, API_LibTypeID type, bool checkLoaded)
     if (index != -1) {
         return index;
     }
-    KF_String const prompt =
+    const KF_String prompt =
         KF_Resource_GetString(static_cast<short>(KF_Resource_FrameworkStrings + gKF_Language), 13, true);
     if (!KF_Library::Ask(prompt, true)) {
         return -1;

@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr char const* sSuiteLibraryName = "Tavolo_Library";
+constexpr const char* sSuiteLibraryName = "Tavolo_Library";
 
 KF_Location SuiteLibraryFolder()
 {
@@ -18,7 +18,7 @@ KF_Location SuiteLibraryFolder()
 
 bool IsSuiteLibrary(const KF_Location& library, const KF_Location& suiteFolder)
 {
-    KF_String const& path = library.path;
+    const KF_String& path = library.path;
     if (path.IsNull()) {
         return false;
     }
@@ -26,9 +26,9 @@ bool IsSuiteLibrary(const KF_Location& library, const KF_Location& suiteFolder)
         KF_String::CompareIgnoreCase(path, 0, suiteFolder.path, 0, 0) == 0) {
         return true;
     }
-    unsigned int const slash = path.LastIndexOf('/');
-    KF_String const lastName = slash == KF_String::NotFound ? path : path.Substring(slash + 1);
-    KF_String const wanted(sSuiteLibraryName, KF_String::Enc_System);
+    const unsigned int slash = path.LastIndexOf('/');
+    const KF_String lastName = slash == KF_String::NotFound ? path : path.Substring(slash + 1);
+    const KF_String wanted(sSuiteLibraryName, KF_String::Enc_System);
     return lastName.GetLength() == wanted.GetLength() && KF_String::CompareIgnoreCase(lastName, 0, wanted, 0, 0) == 0;
 }
 
@@ -73,7 +73,7 @@ bool KF_Library::Libraries(KF_List<KF_Location>& out)
 
 bool KF_Library::Load(bool checkLoaded)
 {
-    KF_Location const suiteFolder = SuiteLibraryFolder();
+    const KF_Location suiteFolder = SuiteLibraryFolder();
     if (checkLoaded) {
         KF_List<KF_Location> libraries;
         if (Libraries(libraries)) {
@@ -93,9 +93,8 @@ bool KF_Library::Load(bool checkLoaded)
 
 bool KF_Library::Ask(const KF_String& message, bool prefixWithAddOnName)
 {
-    KF_String const title = prefixWithAddOnName
-                                ? KF_String(sett_ADDON_NAME, KF_String::Enc_System) + ": " + message
-                                : message;
+    const KF_String title =
+        prefixWithAddOnName ? KF_String(sett_ADDON_NAME, KF_String::Enc_System) + ": " + message : message;
     DG::FolderDialog dialog;
     if (!title.IsNullOrEmpty()) {
         dialog.SetTitle(GS::UniString(title.Units(), title.GetLength()));

@@ -9,6 +9,6 @@ namespace kf::detail {
 // The swapped file bytes saying whether the suite is loaded.
 std::string KF_Comm_BuildMessage(bool suiteLoaded);
 // True when the swapped bytes hold exactly one entry whose value is "TRUE" (name unchecked).
-bool KF_Comm_ReadMessage(char const* bytes, std::size_t size);
+bool KF_Comm_ReadMessage(const char* bytes, std::size_t size);
 
 } // namespace kf::detail

@@ -16,9 +16,9 @@ struct KF_CurlTransfer {
     void (*pump)(KF_CurlTransfer* transfer) = nullptr;
     // Called at unload for a transfer still running: free it without any callback.
     void (*discard)(KF_CurlTransfer* transfer) = nullptr;
-    bool finished = false;          // libcurl is done with it; result tells how
+    bool finished = false; // libcurl is done with it; result tells how
     CURLcode result = CURLE_OK;
-    std::uint64_t serial = 0;       // set by the loop
+    std::uint64_t serial = 0; // set by the loop
 };
 
 // False when libcurl or the host's run loop refuses; nothing is then ever called.

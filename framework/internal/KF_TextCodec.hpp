@@ -29,52 +29,51 @@ bool IsAsciiCompatible(Codec codec);
 // --- general path: the platform converters (KF_TextConverters.cpp) ---------------------------
 // Decoding stops at the first ill-formed or unmapped byte sequence (false). Encoding writes "?" for
 // every character that the target cannot hold when lossy is set, else fails.
-bool PlatformDecode(Codec codec, char const* src, std::size_t bytes, std::vector<char16_t>& out);
-bool PlatformEncode(Codec codec, char16_t const* units, std::size_t count, bool lossy, std::string& out);
+bool PlatformDecode(Codec codec, const char* src, std::size_t bytes, std::vector<char16_t>& out);
+bool PlatformEncode(Codec codec, const char16_t* units, std::size_t count, bool lossy, std::string& out);
 
 // --- fast paths (switches: KF_TextFastPaths.cpp; codecs: KF_TextUtf8.cpp, KF_TextSingleByte.cpp) --
 bool FastPathsEnabled();
-void SetFastPathsEnabled(bool enabled);  // for tests, fuzz targets and benchmarks
+void SetFastPathsEnabled(bool enabled); // for tests, fuzz targets and benchmarks
 
 // Codes shared by the fast routines: a non-negative byte or unit count, or these.
-constexpr long kInvalid = -1;   // ill-formed source, or a character the target cannot hold
-constexpr long kTooSmall = -2;  // the whole source is valid but does not fit
+constexpr long kInvalid = -1;  // ill-formed source, or a character the target cannot hold
+constexpr long kTooSmall = -2; // the whole source is valid but does not fit
 
 // A decoding table of a single-byte encoding, derived once from the platform converter.
 struct SingleByteTable {
     std::uint32_t toUnit[256];          // the unit, or 0x10000 when the byte is no character
-    std::uint16_t const* fromUnit[256]; // per high byte of a BMP unit: the byte, 0xFFFF unmapped
+    const std::uint16_t* fromUnit[256]; // per high byte of a BMP unit: the byte, 0xFFFF unmapped
     std::uint8_t fixFirst;              // the bytes that do not decode to their own value lie in
     std::uint8_t fixLast;               // fixFirst..fixLast (fixFirst > fixLast: there are none)
-    std::uint32_t const* pairs;         // when every byte is a character and some are not their own
+    const std::uint32_t* pairs;         // when every byte is a character and some are not their own
                                         // unit: the two units of each byte pair (indexed little-endian)
     bool allValid;                      // every byte is a character
     bool usable;                        // false when the encoding does not fit this scheme
 };
 // Null when the encoding has no usable table.
-SingleByteTable const* TableFor(Codec codec);
+const SingleByteTable* TableFor(Codec codec);
 
 // UTF-8 -> UTF-16 (out: little-endian bytes; null out measures). Returns bytes of UTF-16.
-long Utf8ToUtf16(std::uint8_t const* src, std::size_t n, std::uint8_t* out, std::size_t outCap);
+long Utf8ToUtf16(const std::uint8_t* src, std::size_t n, std::uint8_t* out, std::size_t outCap);
 // UTF-16 (little-endian bytes, count units) -> UTF-8. Returns bytes.
-long Utf16ToUtf8(std::uint8_t const* src, std::size_t units, std::uint8_t* out, std::size_t outCap,
-                 bool lossy);
-long SingleByteToUtf16(SingleByteTable const& table, std::uint8_t const* src, std::size_t n,
-                       std::uint8_t* out, std::size_t outCap);
-long Utf16ToSingleByte(SingleByteTable const& table, std::uint8_t const* src, std::size_t units,
-                       std::uint8_t* out, std::size_t outCap, bool lossy);
+long Utf16ToUtf8(const std::uint8_t* src, std::size_t units, std::uint8_t* out, std::size_t outCap, bool lossy);
+long SingleByteToUtf16(const SingleByteTable& table, const std::uint8_t* src, std::size_t n, std::uint8_t* out,
+                       std::size_t outCap);
+long Utf16ToSingleByte(const SingleByteTable& table, const std::uint8_t* src, std::size_t units, std::uint8_t* out,
+                       std::size_t outCap, bool lossy);
 
 // UTF-8 check and UTF-16 unit count with vector instructions (KF_TextUtf8Vector.cpp); kNoVector
 // when the processor has none, -1 when ill-formed.
 constexpr long kNoVector = -100;
-long MeasureUtf8Vector(std::uint8_t const* src, std::size_t n, bool& sawMultibyte);
+long MeasureUtf8Vector(const std::uint8_t* src, std::size_t n, bool& sawMultibyte);
 bool VectorPathsEnabled();
-void SetVectorPathsEnabled(bool enabled);  // for tests: the scalar fast path must agree too
+void SetVectorPathsEnabled(bool enabled); // for tests: the scalar fast path must agree too
 
 // Index of the first zero unit among n units, or n.
-std::size_t FindZeroUnit(std::uint16_t const* units, std::size_t n);
+std::size_t FindZeroUnit(const std::uint16_t* units, std::size_t n);
 
 // Well-formed UTF-8 check; sawMultibyte tells whether a sequence of 2 or more bytes was met.
-bool ValidateUtf8(std::uint8_t const* src, std::size_t n, bool& sawMultibyte);
+bool ValidateUtf8(const std::uint8_t* src, std::size_t n, bool& sawMultibyte);
 
 } // namespace kf::detail::text

@@ -14,7 +14,7 @@
 namespace kf::detail::text {
 
 // Units are read and written as little-endian byte pairs, whatever their alignment.
-inline std::uint16_t Load16(std::uint8_t const* p)
+inline std::uint16_t Load16(const std::uint8_t* p)
 {
     return std::uint16_t(p[0] | (p[1] << 8));
 }
@@ -26,21 +26,21 @@ inline void Store16(std::uint8_t* p, std::uint32_t unit)
 }
 
 // First byte at or after p that is not ASCII, or end.
-inline std::uint8_t const* SkipAscii(std::uint8_t const* p, std::uint8_t const* end)
+inline const std::uint8_t* SkipAscii(const std::uint8_t* p, const std::uint8_t* end)
 {
 #if KF_TEXT_SSE2
     while (end - p >= 64) {
-        __m128i const a = _mm_loadu_si128(reinterpret_cast<__m128i const*>(p));
-        __m128i const b = _mm_loadu_si128(reinterpret_cast<__m128i const*>(p + 16));
-        __m128i const c = _mm_loadu_si128(reinterpret_cast<__m128i const*>(p + 32));
-        __m128i const d = _mm_loadu_si128(reinterpret_cast<__m128i const*>(p + 48));
+        const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 16));
+        const __m128i c = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 32));
+        const __m128i d = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 48));
         if (_mm_movemask_epi8(_mm_or_si128(_mm_or_si128(a, b), _mm_or_si128(c, d))) != 0) {
             break;
         }
         p += 64;
     }
     while (end - p >= 16) {
-        int const mask = _mm_movemask_epi8(_mm_loadu_si128(reinterpret_cast<__m128i const*>(p)));
+        const int mask = _mm_movemask_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)));
         if (mask != 0) {
             return p + std::countr_zero(unsigned(mask));
         }

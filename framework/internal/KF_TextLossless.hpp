@@ -19,6 +19,6 @@ KF_String KF_Text_BytesToString(std::string_view bytes, KF_String::Encoding enc)
 
 // Encodes text in enc, escaped units back to their bytes; a character the encoding cannot hold
 // becomes "?". No terminator is added.
-std::string KF_Text_StringToBytes(KF_String const& text, KF_String::Encoding enc);
+std::string KF_Text_StringToBytes(const KF_String& text, KF_String::Encoding enc);
 
 } // namespace kf::detail

@@ -11,6 +11,6 @@ namespace kf::detail {
 // URL that already holds escapes comes out escaped once, never twice. False for a text that is
 // not in the system encoding, a malformed escape, escapes that do not decode to UTF-8, or a
 // result that is not an http:// or https:// URL.
-bool KF_URL_Normalise(KF_String const& url, std::string& out);
+bool KF_URL_Normalise(const KF_String& url, std::string& out);
 
 } // namespace kf::detail

@@ -23,12 +23,11 @@ KF_String KF_AddonUpdate_FormatDate(KF_String& date);
 KF_String KF_AddonUpdate_ReadText(long& lineIndex, KF_List<KF_String>& lines);
 
 // The whole file's text to records (appended).
-void KF_AddonUpdate_ParseVersionsText(KF_String const& text, KF_List<KF_AddonUpdate_Message>& messages,
+void KF_AddonUpdate_ParseVersionsText(const KF_String& text, KF_List<KF_AddonUpdate_Message>& messages,
                                       KF_List<KF_AddonUpdate_Addon>& addons,
                                       KF_List<KF_AddonUpdate_Library>& libraries);
 // The file's bytes (UTF-8) to records; a byte that is not UTF-8 spoils at most its own line.
-void KF_AddonUpdate_ParseVersionsBytes(char const* bytes, std::size_t size,
-                                       KF_List<KF_AddonUpdate_Message>& messages,
+void KF_AddonUpdate_ParseVersionsBytes(const char* bytes, std::size_t size, KF_List<KF_AddonUpdate_Message>& messages,
                                        KF_List<KF_AddonUpdate_Addon>& addons,
                                        KF_List<KF_AddonUpdate_Library>& libraries);
 
@@ -37,12 +36,12 @@ inline constexpr std::size_t kVersionsFileLimit = 4u << 20;
 
 // What the check compares: the downloaded bytes as text in the application's encoding (a byte
 // that is not valid there spoils only its own line).
-KF_String KF_AddonUpdate_CheckText(char const* bytes, std::size_t size);
+KF_String KF_AddonUpdate_CheckText(const char* bytes, std::size_t size);
 
 // The comparison of the running add-on's version line with the add-on lines of text. False when
 // the version line is malformed. newer tells whether a matching line has a later date; serverVersion
 // is "???" or the head of the last matching line.
-bool KF_AddonUpdate_CompareVersions(KF_String const& text, KF_String const& currentLine, bool& newer,
+bool KF_AddonUpdate_CompareVersions(const KF_String& text, const KF_String& currentLine, bool& newer,
                                     KF_String& serverVersion);
 
 // The framework folder's path with "/" and the versions file name; false without the folder.

@@ -49,14 +49,14 @@ long FindSetting(KF_AddonSettings_Type type, KF_String& name)
 
 bool KF_AddOnSettings_SameSetting(char* entry, void* name)
 {
-    auto const* setting = reinterpret_cast<KF_Setting const*>(entry);
-    return KF_String::Compare(setting->name, 0, *static_cast<KF_String const*>(name), 0, 0) == 0;
+    const auto* setting = reinterpret_cast<const KF_Setting*>(entry);
+    return KF_String::Compare(setting->name, 0, *static_cast<const KF_String*>(name), 0, 0) == 0;
 }
 
 GSErrCode KF_AddonSettings_GetLocation(KF_AddonSettings_Type type, KF_Location& location)
 {
     IO::Location folder;
-    GSErrCode const err = IO::FileSystem::GetSpecialLocation(IO::FileSystem::FrameworkFolder, &folder);
+    const GSErrCode err = IO::FileSystem::GetSpecialLocation(IO::FileSystem::FrameworkFolder, &folder);
     if (err != NoError) {
         return err;
     }
@@ -115,7 +115,7 @@ bool KF_AddonSettings_Save(KF_AddonSettings_Type type)
             return false;
         }
         RefusedFlagOf(type) = false;
-        KF_String const line = "settings file could not be read and was kept as " + location.path + kRefusedSuffix;
+        const KF_String line = "settings file could not be read and was kept as " + location.path + kRefusedSuffix;
         HostServices::Log(line.ToUniString());
     }
     return kf::detail::KF_File_ReplaceWhole(location, bytes.data(), bytes.size()) == 0;
@@ -126,7 +126,7 @@ bool KF_AddonSettings_Get(KF_AddonSettings_Type type, KF_String name, KF_String*
     if (!LoadedFlagOf(type) && load && !KF_AddonSettings_Load(type, true)) {
         return false;
     }
-    long const index = FindSetting(type, name);
+    const long index = FindSetting(type, name);
     if (index < 0) {
         return false;
     }
@@ -147,9 +147,9 @@ KF_String KF_AddonSettings_Get(KF_AddonSettings_Type type, KF_String name, bool 
 
 namespace {
 
-std::string SystemBytesOf(KF_String const& text)
+std::string SystemBytesOf(const KF_String& text)
 {
-    KF_CString const converted = text.ToCStr(KF_String::Enc_System);
+    const KF_CString converted = text.ToCStr(KF_String::Enc_System);
     return converted.bytes != nullptr ? std::string(converted.bytes) : std::string();
 }
 
@@ -191,7 +191,7 @@ double KF_AddonSettings_GetDouble(KF_AddonSettings_Type type, KF_String name, bo
 
 bool KF_AddonSettings_Set(KF_AddonSettings_Type type, KF_String name, KF_String value, bool create)
 {
-    long const index = FindSetting(type, name);
+    const long index = FindSetting(type, name);
     if (index >= 0) {
         ListOf(type)[index].value = value;
     } else if (create) {
@@ -219,7 +219,7 @@ bool KF_AddonSettings_LoadSetSave(KF_AddonSettings_Type type, KF_String name, KF
 
 bool KF_AddonSettings_Remove(KF_AddonSettings_Type type, KF_String name)
 {
-    long const index = FindSetting(type, name);
+    const long index = FindSetting(type, name);
     if (index < 0) {
         return false;
     }
@@ -239,7 +239,7 @@ long KF_AddonSettings_GetCount(KF_AddonSettings_Type type)
 
 bool KF_AddonSettings_Get(KF_AddonSettings_Type type, long index, KF_String* name, KF_String* value)
 {
-    KF_Setting const* entry = ListOf(type).Get(index);
+    const KF_Setting* entry = ListOf(type).Get(index);
     if (entry == nullptr) {
         return false;
     }

@@ -6,7 +6,7 @@
 
 #include <string>
 
-KF_String const gKF_Languages_Suffixes[KF_Language_Count] = {
+const KF_String gKF_Languages_Suffixes[KF_Language_Count] = {
     KF_String("ita", KF_String::Enc_System), KF_String("int", KF_String::Enc_System),
     KF_String("fra", KF_String::Enc_System), KF_String("ger", KF_String::Enc_System),
     KF_String("spa", KF_String::Enc_System), KF_String("jap", KF_String::Enc_System),
@@ -22,17 +22,17 @@ KF_AddonSettings_Type LanguageStore()
     return sett_ADDON_HAS_OWN_LANGUAGE ? KF_AddonSettings_ThisAddon : KF_AddonSettings_AllAddons;
 }
 
-KF_String Key(char const* name)
+KF_String Key(const char* name)
 {
     return KF_String(name, KF_String::Enc_System);
 }
 
 // The older numeric form: 6 and above mean "int". A negative number would index outside the
 // suffix table, so it is read as "int" too.
-short FromLegacyNumber(KF_String const& text)
+short FromLegacyNumber(const KF_String& text)
 {
-    KF_CString const bytes = text.ToCStr(KF_String::Enc_System);
-    long const number = KF_String::ToLong(bytes.bytes != nullptr ? bytes.bytes : "");
+    const KF_CString bytes = text.ToCStr(KF_String::Enc_System);
+    const long number = KF_String::ToLong(bytes.bytes != nullptr ? bytes.bytes : "");
     if (number < 0 || number >= 6) {
         return KF_Language_Int;
     }
@@ -81,7 +81,7 @@ void KF_Language_CheckSupportedLanguage()
     if (gKF_Language < KF_Language_Jap) {
         return;
     }
-    KF_String const supported(sett_ADDON_SUPP_EXTRA_LANGUAGES, KF_String::Enc_System);
+    const KF_String supported(sett_ADDON_SUPP_EXTRA_LANGUAGES, KF_String::Enc_System);
     if (supported.IndexOfIgnoreCase(gKF_Languages_Suffixes[gKF_Language], 0) == KF_String::NotFound) {
         gKF_Language = KF_Language_Int;
     }

@@ -38,8 +38,8 @@ void FillLanguageList(short dialID)
     DGListDeleteItem(dialID, kLanguageList, DG_ALL_ITEMS);
 
     sLanguageRows.Reset();
-    KF_String const showed(sett_ADDON_SHOWED_LANGUAGES, KF_String::Enc_System);
-    GSResModule const icons = ACAPI_GetOwnResModule();
+    const KF_String showed(sett_ADDON_SHOWED_LANGUAGES, KF_String::Enc_System);
+    const GSResModule icons = ACAPI_GetOwnResModule();
     for (short language = 0; language < KF_Language_Count; ++language) {
         if (!showed.IsNullOrEmpty() &&
             showed.IndexOfIgnoreCase(gKF_Languages_Suffixes[language], 0) == KF_String::NotFound) {
@@ -47,7 +47,7 @@ void FillLanguageList(short dialID)
         }
         sLanguageRows.AddData(language, -1);
         DGListInsertItem(dialID, kLanguageList, DG_LIST_BOTTOM);
-        short const row = DGListGetItemCount(dialID, kLanguageList);
+        const short row = DGListGetItemCount(dialID, kLanguageList);
         DGListSetItemText(dialID, kLanguageList, row, GS::UniString());
         DGListSetItemIcon(dialID, kLanguageList, row, icons, static_cast<short>(kFirstLanguageIcon + language));
     }
@@ -67,10 +67,10 @@ void Initialize(short dialID)
     FillLanguageList(dialID);
 }
 
-short Accept(short dialID, LanguageDialogRecord const& record)
+short Accept(short dialID, const LanguageDialogRecord& record)
 {
-    short const row = DGListGetSelected(dialID, kLanguageList, 0);
-    short const* chosen = sLanguageRows.Get(row - 1);
+    const short row = DGListGetSelected(dialID, kLanguageList, 0);
+    const short* chosen = sLanguageRows.Get(row - 1);
     if (chosen == nullptr || *chosen == record.languageAtOpening) {
         // No row or the same language: nothing is written, and a preview is undone.
         gKF_Language = record.languageAtOpening;
@@ -84,7 +84,7 @@ short Accept(short dialID, LanguageDialogRecord const& record)
 // Preview: the row number is taken for the language, as the list shows every language.
 void Preview(short dialID)
 {
-    short const row = DGListGetSelected(dialID, kLanguageList, 0);
+    const short row = DGListGetSelected(dialID, kLanguageList, 0);
     if (row < 1 || row > KF_Language_Count) {
         return;
     }
@@ -135,13 +135,13 @@ short KF_Dlg_Language_CallBack(short message, short dialID, short item, DGUserDa
 
 } // namespace
 
-bool KF_Dlg_Language(KF_String const& versionLine)
+bool KF_Dlg_Language(const KF_String& versionLine)
 {
     LanguageDialogRecord record{versionLine, gKF_Language, 0};
-    GSResModule const previous = ACAPI_UseOwnResModule();
-    GSResModule const own = ACAPI_GetOwnResModule();
-    short const result = DGModalDialog(own, kLanguageDialog, own, KF_Dlg_Language_CallBack,
-                                       reinterpret_cast<DGUserData>(&record));
+    const GSResModule previous = ACAPI_UseOwnResModule();
+    const GSResModule own = ACAPI_GetOwnResModule();
+    const short result =
+        DGModalDialog(own, kLanguageDialog, own, KF_Dlg_Language_CallBack, reinterpret_cast<DGUserData>(&record));
     ACAPI_ResetResModule(previous);
     return result == kAcceptItem;
 }

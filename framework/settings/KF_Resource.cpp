@@ -19,10 +19,10 @@ bool ReadLocalized(short resource, long index, KF_String& out)
 
 KF_String KF_Resource_GetString(short resource, long index, bool addOnStrings)
 {
-    GSResModule const previous = ACAPI_UseOwnResModule();
+    const GSResModule previous = ACAPI_UseOwnResModule();
     KF_String result;
     // The international resource of the same group: base + 1.
-    auto const international = static_cast<short>(resource + 1 - gKF_Language);
+    const auto international = static_cast<short>(resource + 1 - gKF_Language);
     if (resource >= KF_Resource_FrameworkStrings) {
         if (!ReadLocalized(resource, index, result) &&
             (gKF_Language == KF_Language_Int || !ReadLocalized(international, index, result))) {

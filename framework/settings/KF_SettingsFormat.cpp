@@ -5,13 +5,9 @@
 #include "KF/KF_AddonSettings.hpp"
 #include "KF_TextLossless.hpp"
 
-KF_Setting::KF_Setting() : name("", KF_String::Enc_System), value("", KF_String::Enc_System)
-{
-}
+KF_Setting::KF_Setting() : name("", KF_String::Enc_System), value("", KF_String::Enc_System) {}
 
-KF_Setting::KF_Setting(KF_String const& entryName, KF_String const& entryValue) : name(entryName), value(entryValue)
-{
-}
+KF_Setting::KF_Setting(const KF_String& entryName, const KF_String& entryValue) : name(entryName), value(entryValue) {}
 
 namespace kf::detail {
 
@@ -19,7 +15,7 @@ namespace {
 
 // Names and values are 8-bit text in the application's encoding, converted without losing a byte
 // so that an entry nobody edited is written back exactly as it was read.
-std::string SystemBytes(KF_String const& text)
+std::string SystemBytes(const KF_String& text)
 {
     return KF_Text_StringToBytes(text, KF_String::Enc_System);
 }
@@ -37,14 +33,14 @@ void AppendToList(std::string_view name, std::string_view value, void* context)
 void KF_Settings_SwapHalves(char* bytes, std::size_t count)
 {
     for (std::size_t i = 0; i < count; ++i) {
-        auto const b = static_cast<unsigned char>(bytes[i]);
+        const auto b = static_cast<unsigned char>(bytes[i]);
         bytes[i] = static_cast<char>(static_cast<unsigned char>((b << 4) | (b >> 4)));
     }
 }
 
 bool KF_Settings_ParsePlain(const char* text, std::size_t size, KF_Settings_EntrySink sink, void* context)
 {
-    auto const byteAt = [text, size](std::size_t i) -> char { return i < size ? text[i] : '\0'; };
+    const auto byteAt = [text, size](std::size_t i) -> char { return i < size ? text[i] : '\0'; };
     std::string value;
     std::size_t pos = 0;
     while (pos < size) {
@@ -79,7 +75,7 @@ bool KF_Settings_ParsePlain(const char* text, std::size_t size, KF_Settings_Entr
             if (text[lineEnd] == '\r' && byteAt(next) == '\n') {
                 ++next;
             }
-            char const follower = byteAt(next);
+            const char follower = byteAt(next);
             if (follower == '#') {
                 value.append(text + valueStart, next - valueStart);
                 valueStart = next + 1;
@@ -112,9 +108,9 @@ bool KF_Settings_AppendPlain(std::string& out, std::string_view name, std::strin
     // The inverse of the reader: a line break gets a "#" after it, and the byte after that "#" is
     // value text whatever it is, so it is copied as it stands.
     bool afterHash = false;
-    std::size_t lastBreak = std::string::npos;  // where the last unprotected break was written
+    std::size_t lastBreak = std::string::npos; // where the last unprotected break was written
     for (std::size_t i = 0; i < value.size(); ++i) {
-        char const c = value[i];
+        const char c = value[i];
         if (afterHash) {
             out += c;
             afterHash = false;
@@ -154,7 +150,7 @@ std::string KF_Settings_BuildFile(const KF_List<KF_Setting>& list)
 {
     std::string text;
     for (long i = 0; i < list.count; ++i) {
-        KF_Setting const& entry = list[i];
+        const KF_Setting& entry = list[i];
         KF_Settings_AppendPlain(text, SystemBytes(entry.name), SystemBytes(entry.value));
     }
     KF_Settings_SwapHalves(text.data(), text.size());

@@ -9,17 +9,17 @@
 
 KF_String::KF_String() : buffer(nullptr), length(0), capacity(0) {}
 
-KF_String::KF_String(char const* text, Encoding enc) : KF_String()
+KF_String::KF_String(const char* text, Encoding enc) : KF_String()
 {
     CStringToKF_String(*this, text, 0, enc, false);
 }
 
-KF_String::KF_String(char const* text, unsigned int lengthBytes, Encoding enc) : KF_String()
+KF_String::KF_String(const char* text, unsigned int lengthBytes, Encoding enc) : KF_String()
 {
     CStringToKF_String(*this, text, lengthBytes, enc, false);
 }
 
-KF_String::KF_String(unsigned short const* units) : KF_String()
+KF_String::KF_String(const unsigned short* units) : KF_String()
 {
     if (units == nullptr) {
         return;
@@ -30,12 +30,12 @@ KF_String::KF_String(unsigned short const* units) : KF_String()
     THIS_Append(boundary.ToUStr(), static_cast<unsigned int>(boundary.GetLength()));
 }
 
-KF_String::KF_String(unsigned short const* units, unsigned int count) : KF_String()
+KF_String::KF_String(const unsigned short* units, unsigned int count) : KF_String()
 {
     THIS_Append(units, count);
 }
 
-KF_String::KF_String(KF_String const& other) : KF_String()
+KF_String::KF_String(const KF_String& other) : KF_String()
 {
     if (other.buffer != nullptr) {
         THIS_Alloc(other.length + 1, false);
@@ -80,7 +80,7 @@ KF_String KF_String::MakeEmpty()
     return s;
 }
 
-KF_String KF_String::MakeCopy(unsigned short const* units, unsigned int count)
+KF_String KF_String::MakeCopy(const unsigned short* units, unsigned int count)
 {
     KF_String s;
     s.THIS_Alloc(count + 1, false);
@@ -88,13 +88,13 @@ KF_String KF_String::MakeCopy(unsigned short const* units, unsigned int count)
     return s;
 }
 
-KF_String& KF_String::operator=(char const* text)
+KF_String& KF_String::operator=(const char* text)
 {
     KF_String converted(text, Enc_System);
     return *this = std::move(converted);
 }
 
-KF_String& KF_String::operator=(KF_String const& other)
+KF_String& KF_String::operator=(const KF_String& other)
 {
     if (this == &other) {
         return *this;
@@ -123,46 +123,46 @@ KF_String& KF_String::operator=(KF_String&& other) noexcept
     return *this;
 }
 
-KF_String KF_String::operator+(char const* text) const
+KF_String KF_String::operator+(const char* text) const
 {
     KF_String result(*this);
     result += text;
     return result;
 }
 
-KF_String KF_String::operator+(KF_String const& other) const
+KF_String KF_String::operator+(const KF_String& other) const
 {
     KF_String result(*this);
     result += other;
     return result;
 }
 
-KF_String operator+(char const* text, KF_String const& s)
+KF_String operator+(const char* text, const KF_String& s)
 {
     KF_String result(text, KF_String::Enc_System);
     result += s;
     return result;
 }
 
-KF_String& KF_String::operator+=(char const* text)
+KF_String& KF_String::operator+=(const char* text)
 {
-    KF_String const converted(text, Enc_System);
+    const KF_String converted(text, Enc_System);
     THIS_Append(converted.buffer, converted.length);
     return *this;
 }
 
-KF_String& KF_String::operator+=(KF_String const& other)
+KF_String& KF_String::operator+=(const KF_String& other)
 {
     THIS_Append(other.buffer, other.length);
     return *this;
 }
 
-bool KF_String::Set(char const* text, unsigned int lengthBytes, Encoding enc)
+bool KF_String::Set(const char* text, unsigned int lengthBytes, Encoding enc)
 {
     return CStringToKF_String(*this, text, lengthBytes, enc, false);
 }
 
-void KF_String::SetCat(char const* a, unsigned int lenA, char const* b, unsigned int lenB, char const* c,
+void KF_String::SetCat(const char* a, unsigned int lenA, const char* b, unsigned int lenB, const char* c,
                        unsigned int lenC)
 {
     if (a == nullptr && b == nullptr && c == nullptr) {
@@ -170,18 +170,18 @@ void KF_String::SetCat(char const* a, unsigned int lenA, char const* b, unsigned
         return;
     }
     KF_String result = MakeEmpty();
-    char const* const pieces[3] = {a, b, c};
-    unsigned int const limits[3] = {lenA, lenB, lenC};
+    const char* const pieces[3] = {a, b, c};
+    const unsigned int limits[3] = {lenA, lenB, lenC};
     for (int i = 0; i < 3; ++i) {
-        char const* const piece = pieces[i];
+        const char* const piece = pieces[i];
         if (piece == nullptr) {
             continue;
         }
         unsigned int bytes = limits[i];
         if (bytes == 0) {
             bytes = Length(piece);
-        } else if (void const* zero = std::memchr(piece, 0, bytes)) {
-            bytes = static_cast<unsigned int>(static_cast<char const*>(zero) - piece);
+        } else if (const void* zero = std::memchr(piece, 0, bytes)) {
+            bytes = static_cast<unsigned int>(static_cast<const char*>(zero) - piece);
         }
         if (bytes > 0) {
             // A piece that does not convert is left out.
@@ -196,7 +196,7 @@ void KF_String::SetToNullString()
     Release();
 }
 
-unsigned int KF_String::Length(char const* text)
+unsigned int KF_String::Length(const char* text)
 {
     return text == nullptr ? 0 : static_cast<unsigned int>(std::strlen(text));
 }
@@ -221,7 +221,7 @@ void KF_String::THIS_Alloc(unsigned int n, bool keep)
 void KF_String::SetSize(unsigned int n, bool keep)
 {
     // A buffer always holds at least its terminator, so a size of 0 gives the empty string.
-    unsigned int const units = n > 0 ? n : 1;
+    const unsigned int units = n > 0 ? n : 1;
     auto* fresh = new unsigned short[units];
     unsigned int kept = 0;
     if (keep && buffer != nullptr) {
@@ -235,17 +235,17 @@ void KF_String::SetSize(unsigned int n, bool keep)
     capacity = units;
 }
 
-void KF_String::THIS_Append(unsigned short const* units, unsigned int count)
+void KF_String::THIS_Append(const unsigned short* units, unsigned int count)
 {
     if (units == nullptr || count == 0) {
         return;
     }
-    unsigned long long const total = static_cast<unsigned long long>(length) + count + 1;
+    const unsigned long long total = static_cast<unsigned long long>(length) + count + 1;
     if (total > 0xFFFFFFFFull) {
         throw std::bad_alloc();
     }
     // The units may lie in this very buffer (s += s); find them again after a reallocation.
-    bool const inside = buffer != nullptr && units >= buffer && units < buffer + capacity;
+    const bool inside = buffer != nullptr && units >= buffer && units < buffer + capacity;
     std::size_t const offset = inside ? std::size_t(units - buffer) : 0;
     THIS_Alloc(static_cast<unsigned int>(total), true);
     if (inside) {
@@ -281,7 +281,7 @@ void KF_String::SetCharAt(unsigned int i, char c)
     if (buffer == nullptr || i >= length) {
         return;
     }
-    unsigned short const unit = CharToKF_Char(c, Enc_System);
+    const unsigned short unit = CharToKF_Char(c, Enc_System);
     // A byte that is no character of the system encoding is not stored.
     if (unit != 0 || c == 0) {
         buffer[i] = unit;
@@ -301,15 +301,14 @@ KF_String KF_String::Substring(unsigned int from, unsigned int count) const
     if (buffer == nullptr || from > length) {
         return KF_String();
     }
-    unsigned int const avail = length - from;
-    unsigned int const n = count < avail ? count : avail;
+    const unsigned int avail = length - from;
+    const unsigned int n = count < avail ? count : avail;
     return MakeCopy(buffer + from, n);
 }
 
 KF_String KF_String::EndSubstring(unsigned int count, unsigned int skipFromEnd) const
 {
-    if (buffer == nullptr || skipFromEnd > length ||
-        static_cast<unsigned long long>(count) + skipFromEnd > length) {
+    if (buffer == nullptr || skipFromEnd > length || static_cast<unsigned long long>(count) + skipFromEnd > length) {
         return KF_String();
     }
     return MakeCopy(buffer + (length - skipFromEnd - count), count);

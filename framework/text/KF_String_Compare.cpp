@@ -12,7 +12,7 @@ namespace {
 // Unicode-aware C locale of its own (plain ASCII if the system has none).
 locale_t CaseLocale()
 {
-    static locale_t const locale = newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t(nullptr));
+    static const locale_t locale = newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t(nullptr));
     return locale;
 }
 
@@ -30,7 +30,7 @@ inline int Sign(long long v)
 }
 
 template <typename Map>
-int CompareUnits(KF_String const& a, unsigned int fromA, KF_String const& b, unsigned int fromB, unsigned int count,
+int CompareUnits(const KF_String& a, unsigned int fromA, const KF_String& b, unsigned int fromB, unsigned int count,
                  Map map)
 {
     if (a.IsNull()) {
@@ -45,12 +45,12 @@ int CompareUnits(KF_String const& a, unsigned int fromA, KF_String const& b, uns
         la = la < count ? la : count;
         lb = lb < count ? lb : count;
     }
-    unsigned short const* pa = a.Units() + (la > 0 ? fromA : 0);
-    unsigned short const* pb = b.Units() + (lb > 0 ? fromB : 0);
-    unsigned int const n = la < lb ? la : lb;
+    const unsigned short* pa = a.Units() + (la > 0 ? fromA : 0);
+    const unsigned short* pb = b.Units() + (lb > 0 ? fromB : 0);
+    const unsigned int n = la < lb ? la : lb;
     for (unsigned int i = 0; i < n; ++i) {
-        unsigned short const ua = map(pa[i]);
-        unsigned short const ub = map(pb[i]);
+        const unsigned short ua = map(pa[i]);
+        const unsigned short ub = map(pb[i]);
         if (ua != ub) {
             return ua < ub ? -1 : 1;
         }
@@ -65,7 +65,7 @@ inline unsigned short Same(unsigned short unit)
 
 inline int LowerByte(char c)
 {
-    unsigned char const u = static_cast<unsigned char>(c);
+    const unsigned char u = static_cast<unsigned char>(c);
     return static_cast<signed char>((u >= 'A' && u <= 'Z') ? u + 32 : u);
 }
 
@@ -76,11 +76,11 @@ inline int PlainByte(char c)
 
 // Compares at most count bytes (count 0: no limit) as signed values.
 template <typename Map>
-int CompareBytes(char const* a, char const* b, unsigned long long count, Map map)
+int CompareBytes(const char* a, const char* b, unsigned long long count, Map map)
 {
     for (unsigned long long i = 0; count == 0 || i < count; ++i) {
-        int const ca = map(a[i]);
-        int const cb = map(b[i]);
+        const int ca = map(a[i]);
+        const int cb = map(b[i]);
         if (ca != cb) {
             return ca < cb ? -1 : 1;
         }
@@ -92,19 +92,19 @@ int CompareBytes(char const* a, char const* b, unsigned long long count, Map map
 }
 
 template <typename Map>
-unsigned int Find(KF_String const& hay, KF_String const& needle, unsigned int from, Map map)
+unsigned int Find(const KF_String& hay, const KF_String& needle, unsigned int from, Map map)
 {
     if (hay.IsNull() || needle.IsNullOrEmpty() || from >= hay.GetLength()) {
         return KF_String::NotFound;
     }
-    unsigned int const n = needle.GetLength();
-    unsigned int const len = hay.GetLength();
+    const unsigned int n = needle.GetLength();
+    const unsigned int len = hay.GetLength();
     if (n > len) {
         return KF_String::NotFound;
     }
-    unsigned short const* h = hay.Units();
-    unsigned short const* k = needle.Units();
-    unsigned short const first = map(k[0]);
+    const unsigned short* h = hay.Units();
+    const unsigned short* k = needle.Units();
+    const unsigned short first = map(k[0]);
     for (unsigned int i = from; i <= len - n; ++i) {
         if (map(h[i]) != first) {
             continue;
@@ -124,87 +124,87 @@ unsigned int Find(KF_String const& hay, KF_String const& needle, unsigned int fr
 
 unsigned short KF_CharToLowerCase(unsigned short unit)
 {
-    locale_t const locale = CaseLocale();
+    const locale_t locale = CaseLocale();
     if (locale == locale_t(nullptr)) {
         return (unit >= 'A' && unit <= 'Z') ? static_cast<unsigned short>(unit + 32) : unit;
     }
-    wint_t const mapped = towlower_l(wint_t(unit), locale);
+    const wint_t mapped = towlower_l(wint_t(unit), locale);
     return mapped <= 0xFFFF ? static_cast<unsigned short>(mapped) : unit;
 }
 
 unsigned short KF_CharToUpperCase(unsigned short unit)
 {
-    locale_t const locale = CaseLocale();
+    const locale_t locale = CaseLocale();
     if (locale == locale_t(nullptr)) {
         return (unit >= 'a' && unit <= 'z') ? static_cast<unsigned short>(unit - 32) : unit;
     }
-    wint_t const mapped = towupper_l(wint_t(unit), locale);
+    const wint_t mapped = towupper_l(wint_t(unit), locale);
     return mapped <= 0xFFFF ? static_cast<unsigned short>(mapped) : unit;
 }
 
-int KF_String::Compare(KF_String const& a, unsigned int fromA, KF_String const& b, unsigned int fromB,
+int KF_String::Compare(const KF_String& a, unsigned int fromA, const KF_String& b, unsigned int fromB,
                        unsigned int count)
 {
     return CompareUnits(a, fromA, b, fromB, count, Same);
 }
 
-int KF_String::CompareIgnoreCase(KF_String const& a, unsigned int fromA, KF_String const& b, unsigned int fromB,
+int KF_String::CompareIgnoreCase(const KF_String& a, unsigned int fromA, const KF_String& b, unsigned int fromB,
                                  unsigned int count)
 {
     return CompareUnits(a, fromA, b, fromB, count, Lower);
 }
 
-bool KF_String::operator<(KF_String const& other) const
+bool KF_String::operator<(const KF_String& other) const
 {
     return Compare(*this, 0, other, 0, 0) < 0;
 }
 
-bool KF_String::operator>(KF_String const& other) const
+bool KF_String::operator>(const KF_String& other) const
 {
     return Compare(*this, 0, other, 0, 0) > 0;
 }
 
-bool KF_String::operator<=(KF_String const& other) const
+bool KF_String::operator<=(const KF_String& other) const
 {
     return Compare(*this, 0, other, 0, 0) <= 0;
 }
 
-bool KF_String::operator>=(KF_String const& other) const
+bool KF_String::operator>=(const KF_String& other) const
 {
     return Compare(*this, 0, other, 0, 0) >= 0;
 }
 
-bool KF_String::operator==(KF_String const& other) const
+bool KF_String::operator==(const KF_String& other) const
 {
     return Compare(*this, 0, other, 0, 0) == 0;
 }
 
-bool KF_String::Equals(char const* a, char const* b)
+bool KF_String::Equals(const char* a, const char* b)
 {
     return a != nullptr && b != nullptr && CompareBytes(a, b, 0, PlainByte) == 0;
 }
 
-bool KF_String::Equals(char const* a, char const* b, unsigned int count)
+bool KF_String::Equals(const char* a, const char* b, unsigned int count)
 {
     return a != nullptr && b != nullptr && CompareBytes(a, b, count, PlainByte) == 0;
 }
 
-bool KF_String::EqualsIgnoreCase(char const* a, char const* b)
+bool KF_String::EqualsIgnoreCase(const char* a, const char* b)
 {
     return a != nullptr && b != nullptr && CompareBytes(a, b, 0, LowerByte) == 0;
 }
 
-bool KF_String::EqualsIgnoreCase(char const* a, char const* b, unsigned int count)
+bool KF_String::EqualsIgnoreCase(const char* a, const char* b, unsigned int count)
 {
     return a != nullptr && b != nullptr && count != 0 && CompareBytes(a, b, count, LowerByte) == 0;
 }
 
-int KF_String::Compare(char const* a, char const* b)
+int KF_String::Compare(const char* a, const char* b)
 {
     return (a == nullptr || b == nullptr) ? -10 : CompareBytes(a, b, 0, PlainByte);
 }
 
-int KF_String::CompareIgnoreCase(char const* a, char const* b)
+int KF_String::CompareIgnoreCase(const char* a, const char* b)
 {
     return (a == nullptr || b == nullptr) ? -10 : CompareBytes(a, b, 0, LowerByte);
 }
@@ -227,22 +227,22 @@ KF_String KF_String::ToUpperCase() const
     return result;
 }
 
-unsigned int KF_String::IndexOf(KF_String const& needle, unsigned int from) const
+unsigned int KF_String::IndexOf(const KF_String& needle, unsigned int from) const
 {
     return Find(*this, needle, from, Same);
 }
 
-unsigned int KF_String::IndexOfIgnoreCase(KF_String const& needle, unsigned int from) const
+unsigned int KF_String::IndexOfIgnoreCase(const KF_String& needle, unsigned int from) const
 {
     return Find(*this, needle, from, Lower);
 }
 
-unsigned int KF_String::LastIndexOf(KF_String const& needle, unsigned int from) const
+unsigned int KF_String::LastIndexOf(const KF_String& needle, unsigned int from) const
 {
     if (buffer == nullptr || needle.IsNullOrEmpty() || from >= length || needle.length > length) {
         return NotFound;
     }
-    unsigned int const n = needle.length;
+    const unsigned int n = needle.length;
     unsigned int start = length - n;
     if (from < start) {
         start = from;
@@ -259,14 +259,14 @@ unsigned int KF_String::LastIndexOf(KF_String const& needle, unsigned int from) 
     return NotFound;
 }
 
-unsigned int KF_String::LastIndexOf(KF_String const& needle) const
+unsigned int KF_String::LastIndexOf(const KF_String& needle) const
 {
     return length == 0 ? NotFound : LastIndexOf(needle, length - 1);
 }
 
 unsigned int KF_String::IndexOf(char c, unsigned int from) const
 {
-    unsigned short const unit = CharToKF_Char(c, Enc_System);
+    const unsigned short unit = CharToKF_Char(c, Enc_System);
     if (buffer == nullptr || unit == 0 || from >= length) {
         return NotFound;
     }
@@ -280,7 +280,7 @@ unsigned int KF_String::IndexOf(char c, unsigned int from) const
 
 unsigned int KF_String::LastIndexOf(char c, unsigned int from) const
 {
-    unsigned short const unit = CharToKF_Char(c, Enc_System);
+    const unsigned short unit = CharToKF_Char(c, Enc_System);
     if (buffer == nullptr || unit == 0 || from >= length) {
         return NotFound;
     }
@@ -297,7 +297,7 @@ unsigned int KF_String::LastIndexOf(char c) const
     return length == 0 ? NotFound : LastIndexOf(c, length - 1);
 }
 
-bool KF_String::StartsWith(KF_String const& prefix, unsigned int at) const
+bool KF_String::StartsWith(const KF_String& prefix, unsigned int at) const
 {
     if (buffer == nullptr || prefix.IsNullOrEmpty() || (at != 0 && at >= length)) {
         return false;
@@ -313,12 +313,12 @@ bool KF_String::StartsWith(KF_String const& prefix, unsigned int at) const
     return true;
 }
 
-bool KF_String::EndsWith(KF_String const& suffix) const
+bool KF_String::EndsWith(const KF_String& suffix) const
 {
     if (buffer == nullptr || suffix.IsNullOrEmpty() || suffix.length > length) {
         return false;
     }
-    unsigned short const* tail = buffer + (length - suffix.length);
+    const unsigned short* tail = buffer + (length - suffix.length);
     for (unsigned int i = 0; i < suffix.length; ++i) {
         if (tail[i] != suffix.buffer[i]) {
             return false;

@@ -9,18 +9,20 @@ namespace kf::detail::text {
 int UnitSize(Codec codec)
 {
     switch (codec) {
-        case Codec::UTF16LE:
-        case Codec::UTF16BE: return 2;
-        case Codec::UTF32LE:
-        case Codec::UTF32BE: return 4;
-        default: return 1;
+    case Codec::UTF16LE:
+    case Codec::UTF16BE:
+        return 2;
+    case Codec::UTF32LE:
+    case Codec::UTF32BE:
+        return 4;
+    default:
+        return 1;
     }
 }
 
 bool IsSingleByte(Codec codec)
 {
-    return codec == Codec::ASCII || codec == Codec::MacRoman || codec == Codec::WinLatin1 ||
-           codec == Codec::ISOLatin1;
+    return codec == Codec::ASCII || codec == Codec::MacRoman || codec == Codec::WinLatin1 || codec == Codec::ISOLatin1;
 }
 
 bool IsAsciiCompatible(Codec codec)
@@ -47,7 +49,7 @@ int TerminatorSize(KF_String::Encoding enc)
     return 1;
 }
 
-bool IsZeroUnit(char const* p, int unit)
+bool IsZeroUnit(const char* p, int unit)
 {
     for (int i = 0; i < unit; ++i) {
         if (p[i] != 0) {
@@ -57,7 +59,7 @@ bool IsZeroUnit(char const* p, int unit)
     return true;
 }
 
-std::size_t MeasureTerminated(char const* src, int unit)
+std::size_t MeasureTerminated(const char* src, int unit)
 {
     if (unit == 1) {
         return std::strlen(src);
@@ -69,11 +71,11 @@ std::size_t MeasureTerminated(char const* src, int unit)
     return bytes;
 }
 
-inline std::uint32_t LoadUnit(std::uint8_t const* p, int size, bool bigEndian)
+inline std::uint32_t LoadUnit(const std::uint8_t* p, int size, bool bigEndian)
 {
     std::uint32_t v = 0;
     for (int i = 0; i < size; ++i) {
-        int const shift = bigEndian ? 8 * (size - 1 - i) : 8 * i;
+        const int shift = bigEndian ? 8 * (size - 1 - i) : 8 * i;
         v |= std::uint32_t(p[i]) << shift;
     }
     return v;
@@ -81,7 +83,7 @@ inline std::uint32_t LoadUnit(std::uint8_t const* p, int size, bool bigEndian)
 
 // UTF-32 becomes UTF-16 by the framework's own rule: surrogate values and values above U+10FFFF
 // turn into U+FFFD rather than failing.
-void Utf32ToPivot(std::uint8_t const* src, std::size_t bytes, bool bigEndian, std::vector<char16_t>& pivot)
+void Utf32ToPivot(const std::uint8_t* src, std::size_t bytes, bool bigEndian, std::vector<char16_t>& pivot)
 {
     std::size_t const count = bytes / 4;
     pivot.clear();
@@ -100,28 +102,31 @@ void Utf32ToPivot(std::uint8_t const* src, std::size_t bytes, bool bigEndian, st
 }
 
 // Source bytes to UTF-16 units; false when the source is ill-formed.
-bool Decode(Codec from, std::uint8_t const* src, std::size_t n, std::vector<char16_t>& pivot)
+bool Decode(Codec from, const std::uint8_t* src, std::size_t n, std::vector<char16_t>& pivot)
 {
     switch (from) {
-        case Codec::UTF16LE:
-        case Codec::UTF16BE: {
-            // A trailing odd byte is not a unit and is ignored, as for UTF-32.
-            std::size_t const count = n / 2;
-            pivot.resize(count);
-            for (std::size_t i = 0; i < count; ++i) {
-                pivot[i] = char16_t(LoadUnit(src + 2 * i, 2, from == Codec::UTF16BE));
-            }
-            return true;
+    case Codec::UTF16LE:
+    case Codec::UTF16BE: {
+        // A trailing odd byte is not a unit and is ignored, as for UTF-32.
+        std::size_t const count = n / 2;
+        pivot.resize(count);
+        for (std::size_t i = 0; i < count; ++i) {
+            pivot[i] = char16_t(LoadUnit(src + 2 * i, 2, from == Codec::UTF16BE));
         }
-        case Codec::UTF32LE:
-        case Codec::UTF32BE: Utf32ToPivot(src, n, from == Codec::UTF32BE, pivot); return true;
-        default: break;
+        return true;
+    }
+    case Codec::UTF32LE:
+    case Codec::UTF32BE:
+        Utf32ToPivot(src, n, from == Codec::UTF32BE, pivot);
+        return true;
+    default:
+        break;
     }
     if (FastPathsEnabled()) {
-        SingleByteTable const* table = TableFor(from);
+        const SingleByteTable* table = TableFor(from);
         if (from == Codec::UTF8 || table != nullptr) {
             pivot.resize(n);
-            long const r = table != nullptr
+            const long r = table != nullptr
                                ? SingleByteToUtf16(*table, src, n, reinterpret_cast<std::uint8_t*>(pivot.data()), 2 * n)
                                : Utf8ToUtf16(src, n, reinterpret_cast<std::uint8_t*>(pivot.data()), 2 * n);
             if (r < 0) {
@@ -131,12 +136,12 @@ bool Decode(Codec from, std::uint8_t const* src, std::size_t n, std::vector<char
             return true;
         }
     }
-    return PlatformDecode(from, reinterpret_cast<char const*>(src), n, pivot);
+    return PlatformDecode(from, reinterpret_cast<const char*>(src), n, pivot);
 }
 
 // UTF-16 units to target bytes, written to dst when it has room (cap bytes) or measured when dst
 // is null. Returns the byte count or a negative code.
-long Encode(std::vector<char16_t> const& pivot, Codec to, std::uint8_t* dst, std::size_t cap, bool lossy)
+long Encode(const std::vector<char16_t>& pivot, Codec to, std::uint8_t* dst, std::size_t cap, bool lossy)
 {
     std::size_t const count = pivot.size();
     if (to == Codec::UTF16LE || to == Codec::UTF16BE) {
@@ -144,7 +149,7 @@ long Encode(std::vector<char16_t> const& pivot, Codec to, std::uint8_t* dst, std
             if (cap < 2 * count) {
                 return kTooSmall;
             }
-            bool const big = to == Codec::UTF16BE;
+            const bool big = to == Codec::UTF16BE;
             for (std::size_t i = 0; i < count; ++i) {
                 std::uint32_t const u = pivot[i];
                 dst[2 * i] = std::uint8_t(big ? u >> 8 : u);
@@ -154,11 +159,11 @@ long Encode(std::vector<char16_t> const& pivot, Codec to, std::uint8_t* dst, std
         return long(2 * count);
     }
     if (FastPathsEnabled()) {
-        auto const* units = reinterpret_cast<std::uint8_t const*>(pivot.data());
+        const auto* units = reinterpret_cast<const std::uint8_t*>(pivot.data());
         if (to == Codec::UTF8) {
             return Utf16ToUtf8(units, count, dst, cap, lossy);
         }
-        if (SingleByteTable const* table = TableFor(to)) {
+        if (const SingleByteTable* table = TableFor(to)) {
             return Utf16ToSingleByte(*table, units, count, dst, cap, lossy);
         }
     }
@@ -176,21 +181,21 @@ long Encode(std::vector<char16_t> const& pivot, Codec to, std::uint8_t* dst, std
 }
 
 // The hot conversions, straight between the source and the destination without the pivot.
-long ConvertDirect(Codec from, std::uint8_t const* src, std::size_t n, Codec to, std::uint8_t* dst, std::size_t cap,
+long ConvertDirect(Codec from, const std::uint8_t* src, std::size_t n, Codec to, std::uint8_t* dst, std::size_t cap,
                    bool lossy)
 {
     if (to == Codec::UTF16LE) {
         if (from == Codec::UTF8) {
             return Utf8ToUtf16(src, n, dst, cap);
         }
-        if (SingleByteTable const* table = TableFor(from)) {
+        if (const SingleByteTable* table = TableFor(from)) {
             return SingleByteToUtf16(*table, src, n, dst, cap);
         }
     } else if (from == Codec::UTF16LE) {
         if (to == Codec::UTF8) {
             return Utf16ToUtf8(src, n / 2, dst, cap, lossy);
         }
-        if (SingleByteTable const* table = TableFor(to)) {
+        if (const SingleByteTable* table = TableFor(to)) {
             return Utf16ToSingleByte(*table, src, n / 2, dst, cap, lossy);
         }
     }
@@ -199,7 +204,7 @@ long ConvertDirect(Codec from, std::uint8_t const* src, std::size_t n, Codec to,
 
 } // namespace
 
-long KF_String::ConvertChangeEncoding(Encoding from, char const* src, long srcBytes, Encoding to, char* dst,
+long KF_String::ConvertChangeEncoding(Encoding from, const char* src, long srcBytes, Encoding to, char* dst,
                                       long dstBytes, bool terminate, bool lossy)
 {
     if (src == nullptr) {
@@ -214,10 +219,10 @@ long KF_String::ConvertChangeEncoding(Encoding from, char const* src, long srcBy
     if (to < 2) {
         return -5;
     }
-    long const term = terminate ? TerminatorSize(to) : 0;
-    Codec const source = kf::detail::text::Resolve(from);
-    Codec const target = kf::detail::text::Resolve(to);
-    int const unit = TerminatorSize(from);
+    const long term = terminate ? TerminatorSize(to) : 0;
+    const Codec source = kf::detail::text::Resolve(from);
+    const Codec target = kf::detail::text::Resolve(to);
+    const int unit = TerminatorSize(from);
     if (srcBytes == 0 && IsZeroUnit(src, unit)) {
         if (!terminate) {
             return 0;
@@ -232,7 +237,7 @@ long KF_String::ConvertChangeEncoding(Encoding from, char const* src, long srcBy
         return term;
     }
     std::size_t const n = srcBytes > 0 ? std::size_t(srcBytes) : MeasureTerminated(src, unit);
-    auto const* in = reinterpret_cast<std::uint8_t const*>(src);
+    const auto* in = reinterpret_cast<const std::uint8_t*>(src);
     auto* out = reinterpret_cast<std::uint8_t*>(dst);
     // Room for the text itself; the terminator must fit behind it.
     std::size_t const cap = (dst != nullptr && dstBytes > term) ? std::size_t(dstBytes - term) : 0;
@@ -264,7 +269,8 @@ unsigned short KF_String::CharToKF_Char(char c, Encoding enc)
         return static_cast<unsigned char>(c);
     }
     unsigned char out[8] = {};
-    long const r = ConvertChangeEncoding(enc, &c, 1, Enc_UTF16LE, reinterpret_cast<char*>(out), sizeof out, false, true);
+    const long r =
+        ConvertChangeEncoding(enc, &c, 1, Enc_UTF16LE, reinterpret_cast<char*>(out), sizeof out, false, true);
     if (r != 2) {
         return 0;
     }
@@ -276,13 +282,13 @@ char KF_String::KF_CharToChar(unsigned short unit, Encoding enc)
     if (enc >= 2 && unit < 0x80 && IsAsciiCompatible(kf::detail::text::Resolve(enc))) {
         return static_cast<char>(unit);
     }
-    char const in[2] = {static_cast<char>(unit & 0xFF), static_cast<char>(unit >> 8)};
+    const char in[2] = {static_cast<char>(unit & 0xFF), static_cast<char>(unit >> 8)};
     char out[16] = {};
-    long const r = ConvertChangeEncoding(Enc_UTF16LE, in, 2, enc, out, sizeof out, false, true);
+    const long r = ConvertChangeEncoding(Enc_UTF16LE, in, 2, enc, out, sizeof out, false, true);
     return r == 1 ? out[0] : '?';
 }
 
-bool KF_String::CStringToKF_String(KF_String& dst, char const* src, unsigned int srcBytes, Encoding enc, bool append)
+bool KF_String::CStringToKF_String(KF_String& dst, const char* src, unsigned int srcBytes, Encoding enc, bool append)
 {
     if (src == nullptr) {
         if (!append) {
@@ -290,18 +296,18 @@ bool KF_String::CStringToKF_String(KF_String& dst, char const* src, unsigned int
         }
         return true;
     }
-    long const need = ConvertChangeEncoding(enc, src, long(srcBytes), Enc_UTF16LE, nullptr, 0, true, true);
+    const long need = ConvertChangeEncoding(enc, src, long(srcBytes), Enc_UTF16LE, nullptr, 0, true, true);
     if (need < 0) {
         return false;
     }
-    unsigned long long const units = static_cast<unsigned long long>(need) / 2;  // terminator included
-    unsigned int const base = append ? dst.length : 0;
+    const unsigned long long units = static_cast<unsigned long long>(need) / 2; // terminator included
+    const unsigned int base = append ? dst.length : 0;
     if (units == 0 || base + units > 0xFFFFFFFFull) {
         return false;
     }
     dst.THIS_Alloc(static_cast<unsigned int>(base + units), append);
-    long const r = ConvertChangeEncoding(enc, src, long(srcBytes), Enc_UTF16LE, reinterpret_cast<char*>(dst.buffer + base),
-                                         long(units * 2), true, true);
+    const long r = ConvertChangeEncoding(enc, src, long(srcBytes), Enc_UTF16LE,
+                                         reinterpret_cast<char*>(dst.buffer + base), long(units * 2), true, true);
     if (r < 0) {
         // Only reachable when the application encoding changed between the two calls.
         dst.length = base;
@@ -317,9 +323,9 @@ namespace {
 
 // The bytes of the units to convert: count units from `from`, cut at the end; count 0 reads to the
 // first zero unit, found here within the string's known length rather than by the converter.
-long SourceBytes(KF_String const& src, unsigned int from, unsigned int count)
+long SourceBytes(const KF_String& src, unsigned int from, unsigned int count)
 {
-    unsigned int const avail = src.GetLength() - from;
+    const unsigned int avail = src.GetLength() - from;
     if (count == 0) {
         count = static_cast<unsigned int>(kf::detail::text::FindZeroUnit(src.Units() + from, avail));
     }
@@ -329,7 +335,7 @@ long SourceBytes(KF_String const& src, unsigned int from, unsigned int count)
 
 } // namespace
 
-bool KF_String::KF_StringToCString(char** out, unsigned int& outBytes, Encoding enc, KF_String const& src,
+bool KF_String::KF_StringToCString(char** out, unsigned int& outBytes, Encoding enc, const KF_String& src,
                                    unsigned int from, unsigned int count)
 {
     outBytes = 0;
@@ -340,14 +346,14 @@ bool KF_String::KF_StringToCString(char** out, unsigned int& outBytes, Encoding 
     if (src.buffer == nullptr || from > src.length) {
         return false;
     }
-    long const srcBytes = SourceBytes(src, from, count);
-    char const* const units = reinterpret_cast<char const*>(src.buffer + from);
-    long const need = ConvertChangeEncoding(Enc_UTF16LE, units, srcBytes, enc, nullptr, 0, true, true);
+    const long srcBytes = SourceBytes(src, from, count);
+    const char* const units = reinterpret_cast<const char*>(src.buffer + from);
+    const long need = ConvertChangeEncoding(Enc_UTF16LE, units, srcBytes, enc, nullptr, 0, true, true);
     if (need <= 0 || static_cast<unsigned long>(need) > 0xFFFFFFFFul) {
         return false;
     }
     char* bytes = new char[static_cast<std::size_t>(need)];
-    long const r = ConvertChangeEncoding(Enc_UTF16LE, units, srcBytes, enc, bytes, need, true, true);
+    const long r = ConvertChangeEncoding(Enc_UTF16LE, units, srcBytes, enc, bytes, need, true, true);
     if (r < 0) {
         delete[] bytes;
         return false;
@@ -357,14 +363,14 @@ bool KF_String::KF_StringToCString(char** out, unsigned int& outBytes, Encoding 
     return true;
 }
 
-long KF_String::KF_StringToCStringLenBytes(Encoding enc, KF_String const& src, unsigned int from, unsigned int count)
+long KF_String::KF_StringToCStringLenBytes(Encoding enc, const KF_String& src, unsigned int from, unsigned int count)
 {
     if (src.buffer == nullptr || from > src.length) {
         return -1;
     }
-    long const srcBytes = SourceBytes(src, from, count);
-    long const need = ConvertChangeEncoding(Enc_UTF16LE, reinterpret_cast<char const*>(src.buffer + from), srcBytes, enc,
-                                            nullptr, 0, false, true);
+    const long srcBytes = SourceBytes(src, from, count);
+    const long need = ConvertChangeEncoding(Enc_UTF16LE, reinterpret_cast<const char*>(src.buffer + from), srcBytes,
+                                            enc, nullptr, 0, false, true);
     return need < 0 ? -1 : need;
 }
 
@@ -384,7 +390,7 @@ bool KF_String::ToCStr(KF_CString& out, Encoding enc) const
 
 // --- KF_CString ---------------------------------------------------------------------------------
 
-KF_CString::KF_CString(KF_CString const& other) : length(other.length), encoding(other.encoding)
+KF_CString::KF_CString(const KF_CString& other) : length(other.length), encoding(other.encoding)
 {
     if (other.bytes != nullptr) {
         bytes = new char[other.length > 0 ? other.length : 1];
@@ -392,14 +398,13 @@ KF_CString::KF_CString(KF_CString const& other) : length(other.length), encoding
     }
 }
 
-KF_CString::KF_CString(KF_CString&& other) noexcept
-    : bytes(other.bytes), length(other.length), encoding(other.encoding)
+KF_CString::KF_CString(KF_CString&& other) noexcept : bytes(other.bytes), length(other.length), encoding(other.encoding)
 {
     other.bytes = nullptr;
     other.length = 0;
 }
 
-KF_CString& KF_CString::operator=(KF_CString const& other)
+KF_CString& KF_CString::operator=(const KF_CString& other)
 {
     if (this != &other) {
         KF_CString copy(other);

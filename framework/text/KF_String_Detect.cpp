@@ -5,20 +5,36 @@
 
 KF_CString KF_String::GetBOM(Encoding enc)
 {
-    static unsigned char const utf8[] = {0xEF, 0xBB, 0xBF};
-    static unsigned char const utf16le[] = {0xFF, 0xFE};
-    static unsigned char const utf16be[] = {0xFE, 0xFF};
-    static unsigned char const utf32le[] = {0xFF, 0xFE, 0x00, 0x00};
-    static unsigned char const utf32be[] = {0x00, 0x00, 0xFE, 0xFF};
-    unsigned char const* mark = nullptr;
+    static const unsigned char utf8[] = {0xEF, 0xBB, 0xBF};
+    static const unsigned char utf16le[] = {0xFF, 0xFE};
+    static const unsigned char utf16be[] = {0xFE, 0xFF};
+    static const unsigned char utf32le[] = {0xFF, 0xFE, 0x00, 0x00};
+    static const unsigned char utf32be[] = {0x00, 0x00, 0xFE, 0xFF};
+    const unsigned char* mark = nullptr;
     unsigned int size = 0;
     switch (enc) {
-        case Enc_UTF8: mark = utf8; size = sizeof utf8; break;
-        case Enc_UTF16LE: mark = utf16le; size = sizeof utf16le; break;
-        case Enc_UTF16BE: mark = utf16be; size = sizeof utf16be; break;
-        case Enc_UTF32LE: mark = utf32le; size = sizeof utf32le; break;
-        case Enc_UTF32BE: mark = utf32be; size = sizeof utf32be; break;
-        default: break;
+    case Enc_UTF8:
+        mark = utf8;
+        size = sizeof utf8;
+        break;
+    case Enc_UTF16LE:
+        mark = utf16le;
+        size = sizeof utf16le;
+        break;
+    case Enc_UTF16BE:
+        mark = utf16be;
+        size = sizeof utf16be;
+        break;
+    case Enc_UTF32LE:
+        mark = utf32le;
+        size = sizeof utf32le;
+        break;
+    case Enc_UTF32BE:
+        mark = utf32be;
+        size = sizeof utf32be;
+        break;
+    default:
+        break;
     }
     KF_CString result;
     result.encoding = enc;
@@ -30,12 +46,12 @@ KF_CString KF_String::GetBOM(Encoding enc)
     return result;
 }
 
-unsigned int KF_String::DetectBOM(void const* bytes, unsigned int size, Encoding& enc)
+unsigned int KF_String::DetectBOM(const void* bytes, unsigned int size, Encoding& enc)
 {
     if (bytes == nullptr || size < 2) {
         return 0;
     }
-    auto const* b = static_cast<unsigned char const*>(bytes);
+    const auto* b = static_cast<const unsigned char*>(bytes);
     auto starts = [&](std::initializer_list<unsigned char> mark) {
         return mark.size() <= size && std::memcmp(b, mark.begin(), mark.size()) == 0;
     };
@@ -82,12 +98,12 @@ unsigned int KF_String::DetectBOM(void const* bytes, unsigned int size, Encoding
 
 namespace {
 
-KF_String::Encoding GuessEncoding(unsigned char const* b, unsigned int size)
+KF_String::Encoding GuessEncoding(const unsigned char* b, unsigned int size)
 {
     if (size % 4 == 0) {
         bool le = true;
         for (unsigned int i = 0; i < size && le; i += 4) {
-            unsigned long const word = b[i] | (b[i + 1] << 8) | (static_cast<unsigned long>(b[i + 2]) << 16) |
+            const unsigned long word = b[i] | (b[i + 1] << 8) | (static_cast<unsigned long>(b[i + 2]) << 16) |
                                        (static_cast<unsigned long>(b[i + 3]) << 24);
             le = word <= 0x10FFFF;
         }
@@ -109,15 +125,15 @@ KF_String::Encoding GuessEncoding(unsigned char const* b, unsigned int size)
             ++((i % 2 == 0) ? zeroEven : zeroOdd);
         }
     }
-    double const e = 2.0 * double(zeroEven) / double(size);
-    double const o = 2.0 * double(zeroOdd) / double(size);
+    const double e = 2.0 * double(zeroEven) / double(size);
+    const double o = 2.0 * double(zeroOdd) / double(size);
     if (e < 0.2 && o > 0.6) {
         return KF_String::Enc_UTF16LE;
     }
     if (o < 0.2 && e > 0.6) {
         return KF_String::Enc_UTF16BE;
     }
-    if (KF_String::IsUTF8(reinterpret_cast<char const*>(b), size, false)) {
+    if (KF_String::IsUTF8(reinterpret_cast<const char*>(b), size, false)) {
         return KF_String::Enc_UTF8;
     }
     return KF_String::Enc_None;
@@ -125,19 +141,19 @@ KF_String::Encoding GuessEncoding(unsigned char const* b, unsigned int size)
 
 } // namespace
 
-KF_String::Encoding KF_String::TextToString(KF_String& dst, char const* bytes, unsigned int size, bool detect,
+KF_String::Encoding KF_String::TextToString(KF_String& dst, const char* bytes, unsigned int size, bool detect,
                                             Encoding fallback)
 {
     Encoding found = Enc_None;
-    unsigned int const bom = DetectBOM(bytes, size, found);
+    const unsigned int bom = DetectBOM(bytes, size, found);
     if (bom == 0) {
         if (!detect) {
             found = fallback;
         } else if (bytes != nullptr) {
-            found = GuessEncoding(reinterpret_cast<unsigned char const*>(bytes), size);
+            found = GuessEncoding(reinterpret_cast<const unsigned char*>(bytes), size);
         }
     }
-    Encoding const use = (found == Enc_None || found == Enc_Unsupported) ? Enc_System : found;
+    const Encoding use = (found == Enc_None || found == Enc_Unsupported) ? Enc_System : found;
     if (bytes != nullptr && size == bom) {
         // Nothing behind the mark; a length of 0 would mean "up to a terminator" below.
         dst = MakeEmpty();
@@ -147,23 +163,23 @@ KF_String::Encoding KF_String::TextToString(KF_String& dst, char const* bytes, u
     return found;
 }
 
-bool KF_String::IsUTF8(char const* text, bool needMultibyte)
+bool KF_String::IsUTF8(const char* text, bool needMultibyte)
 {
     if (text == nullptr) {
         return false;
     }
     std::size_t const size = std::strlen(text);
     bool multi = false;
-    bool const valid = kf::detail::text::ValidateUtf8(reinterpret_cast<std::uint8_t const*>(text), size, multi);
+    const bool valid = kf::detail::text::ValidateUtf8(reinterpret_cast<const std::uint8_t*>(text), size, multi);
     return valid && (multi || !needMultibyte);
 }
 
-bool KF_String::IsUTF8(char const* text, unsigned int size, bool needMultibyte)
+bool KF_String::IsUTF8(const char* text, unsigned int size, bool needMultibyte)
 {
     if (text == nullptr) {
         return false;
     }
     bool multi = false;
-    bool const valid = kf::detail::text::ValidateUtf8(reinterpret_cast<std::uint8_t const*>(text), size, multi);
+    const bool valid = kf::detail::text::ValidateUtf8(reinterpret_cast<const std::uint8_t*>(text), size, multi);
     return valid && (multi || !needMultibyte);
 }

@@ -18,7 +18,7 @@ inline bool IsDigit(unsigned int c)
     return c >= '0' && c <= '9';
 }
 
-unsigned long Accumulate(char const* p)
+unsigned long Accumulate(const char* p)
 {
     unsigned long value = 0;
     while (IsDigit(static_cast<unsigned char>(*p))) {
@@ -31,7 +31,7 @@ unsigned long Accumulate(char const* p)
 // The shared grammar of the number tests: spaces, at most one sign, spaces, digits, and (when
 // allowed) one separator followed by digits. Returns 0 no number, 1 integer, 2 with separator.
 template <typename Unit>
-int Classify(Unit const* s, std::size_t n, bool allowSeparator)
+int Classify(const Unit* s, std::size_t n, bool allowSeparator)
 {
     std::size_t i = 0;
     while (i < n && s[i] == ' ') {
@@ -69,13 +69,13 @@ int Classify(Unit const* s, std::size_t n, bool allowSeparator)
 // memory on padding.
 constexpr unsigned int kMaxField = 4096;
 
-KF_String FromFormat(char const* format, ...)
+KF_String FromFormat(const char* format, ...)
 {
     va_list args;
     va_start(args, format);
     va_list again;
     va_copy(again, args);
-    int const size = std::vsnprintf(nullptr, 0, format, args);
+    const int size = std::vsnprintf(nullptr, 0, format, args);
     va_end(args);
     KF_String result;
     // A width or precision beyond any sensible text gives the null string.
@@ -90,12 +90,12 @@ KF_String FromFormat(char const* format, ...)
 
 } // namespace
 
-long KF_String::ToLong(char const* text)
+long KF_String::ToLong(const char* text)
 {
     if (text == nullptr || *text == 0) {
         return 0;
     }
-    char const* p = text;
+    const char* p = text;
     bool negative = false;
     if (!IsDigit(static_cast<unsigned char>(*p))) {
         while (*p != 0 && !IsDigit(static_cast<unsigned char>(*p))) {
@@ -113,16 +113,16 @@ long KF_String::ToLong(char const* text)
             return LONG_MAX;
         }
     }
-    unsigned long const magnitude = Accumulate(p);
+    const unsigned long magnitude = Accumulate(p);
     return static_cast<long>(negative ? 0ul - magnitude : magnitude);
 }
 
-unsigned long KF_String::ToULong(char const* text)
+unsigned long KF_String::ToULong(const char* text)
 {
     if (text == nullptr || *text == 0) {
         return 0;
     }
-    char const* p = text;
+    const char* p = text;
     while (*p != 0 && !IsDigit(static_cast<unsigned char>(*p))) {
         ++p;
     }
@@ -132,12 +132,12 @@ unsigned long KF_String::ToULong(char const* text)
     return Accumulate(p);
 }
 
-double KF_String::ToDouble(char const* text)
+double KF_String::ToDouble(const char* text)
 {
     if (text == nullptr || *text == 0) {
         return 0;
     }
-    char const* p = text;
+    const char* p = text;
     bool negative = false;
     while (*p != 0 && !IsDigit(static_cast<unsigned char>(*p)) && *p != '.' && *p != ',') {
         if (*p == '-') {
@@ -168,8 +168,8 @@ double KF_String::ToDouble(char const* text)
         }
     }
     if (p[0] == 'e' && (p[1] == '+' || p[1] == '-') && IsDigit(static_cast<unsigned char>(p[2]))) {
-        bool const divide = p[1] == '-';
-        long const steps = ToLong(p + 2);
+        const bool divide = p[1] == '-';
+        const long steps = ToLong(p + 2);
         // Once the value is 0 or infinite, further steps cannot change it.
         for (long i = 0; i < steps && value != 0 && value <= DBL_MAX; ++i) {
             value = divide ? value / 10 : value * 10;
@@ -178,27 +178,27 @@ double KF_String::ToDouble(char const* text)
     return negative ? -value : value;
 }
 
-bool KF_String::IsIntegerNumber(char const* text)
+bool KF_String::IsIntegerNumber(const char* text)
 {
     return text != nullptr && Classify(text, std::char_traits<char>::length(text), false) == 1;
 }
 
-bool KF_String::IsIntegerNumber(KF_String const& text)
+bool KF_String::IsIntegerNumber(const KF_String& text)
 {
     return !text.IsNull() && Classify(text.Units(), text.GetLength(), false) == 1;
 }
 
-int KF_String::IsNumber(KF_String const& text)
+int KF_String::IsNumber(const KF_String& text)
 {
     return text.IsNull() ? 0 : Classify(text.Units(), text.GetLength(), true);
 }
 
-int KF_String::IsNumber(char const* text)
+int KF_String::IsNumber(const char* text)
 {
     return text == nullptr ? 0 : Classify(text, std::char_traits<char>::length(text), true);
 }
 
-KF_String KF_String::LongToString(long const& value, unsigned int width)
+KF_String KF_String::LongToString(const long& value, unsigned int width)
 {
     if (width > kMaxField) {
         return KF_String();
@@ -230,7 +230,7 @@ KF_String KF_String::DoubleToString(double value, int decimals)
     return FromFormat(format.c_str(), value);
 }
 
-KF_String KF_String::Format(char const* format, ...)
+KF_String KF_String::Format(const char* format, ...)
 {
     if (format == nullptr) {
         return KF_String();
@@ -238,7 +238,7 @@ KF_String KF_String::Format(char const* format, ...)
     char text[2048];
     va_list args;
     va_start(args, format);
-    int const size = std::vsnprintf(text, sizeof text, format, args);
+    const int size = std::vsnprintf(text, sizeof text, format, args);
     va_end(args);
     if (size < 0) {
         return KF_String();

@@ -13,7 +13,7 @@ inline bool IsBlank(unsigned short unit, bool tabs)
 }
 
 // Pieces start from the null string, so an empty piece stays null.
-inline void AddPiece(KF_List<KF_String>& out, unsigned short const* units, unsigned int count)
+inline void AddPiece(KF_List<KF_String>& out, const unsigned short* units, unsigned int count)
 {
     out.AddData(KF_String(units, count), -1);
 }
@@ -21,7 +21,7 @@ inline void AddPiece(KF_List<KF_String>& out, unsigned short const* units, unsig
 // Adds the pieces between separators (a null string gives one null piece). separatorAt(i) is the
 // length of the separator at i, 0 for none; keepSeparators leaves each on the piece it ends.
 template <typename SeparatorAt>
-void AddPieces(KF_List<KF_String>& out, unsigned short const* units, unsigned int length, bool keepSeparators,
+void AddPieces(KF_List<KF_String>& out, const unsigned short* units, unsigned int length, bool keepSeparators,
                SeparatorAt separatorAt)
 {
     if (units == nullptr) {
@@ -31,7 +31,7 @@ void AddPieces(KF_List<KF_String>& out, unsigned short const* units, unsigned in
     unsigned int start = 0;
     unsigned int i = 0;
     while (i < length) {
-        unsigned int const separator = separatorAt(i);
+        const unsigned int separator = separatorAt(i);
         if (separator == 0) {
             ++i;
             continue;
@@ -68,8 +68,8 @@ KF_String KF_String::THIS_Trim(bool left, bool right, bool tabs) const
 KF_String KF_String::Replace(char what, char with) const
 {
     KF_String result(*this);
-    unsigned short const from = CharToKF_Char(what, Enc_System);
-    unsigned short const to = CharToKF_Char(with, Enc_System);
+    const unsigned short from = CharToKF_Char(what, Enc_System);
+    const unsigned short to = CharToKF_Char(with, Enc_System);
     if (from == 0 || (to == 0 && with != 0)) {
         return result;
     }
@@ -81,7 +81,7 @@ KF_String KF_String::Replace(char what, char with) const
     return result;
 }
 
-KF_String KF_String::Replace(KF_String const& what, KF_String const& with) const
+KF_String KF_String::Replace(const KF_String& what, const KF_String& with) const
 {
     if (buffer == nullptr || what.buffer == nullptr || with.buffer == nullptr) {
         return KF_String();
@@ -93,10 +93,10 @@ KF_String KF_String::Replace(KF_String const& what, KF_String const& with) const
     unsigned long long hits = 0;
     for (unsigned int i = IndexOf(what, 0); i != NotFound;) {
         ++hits;
-        unsigned int const next = i + what.length;
+        const unsigned int next = i + what.length;
         i = next < length ? IndexOf(what, next) : NotFound;
     }
-    unsigned long long const size = length + hits * with.length - hits * what.length;
+    const unsigned long long size = length + hits * with.length - hits * what.length;
     if (size >= 0xFFFFFFFFull) {
         throw std::bad_alloc();
     }
@@ -113,12 +113,12 @@ KF_String KF_String::Replace(KF_String const& what, KF_String const& with) const
     return result;
 }
 
-KF_String KF_String::Replace(char const* what, char const* with) const
+KF_String KF_String::Replace(const char* what, const char* with) const
 {
     return Replace(KF_String(what, Enc_System), KF_String(with, Enc_System));
 }
 
-void KF_String::Replace(unsigned int first, unsigned int last, KF_String const& with)
+void KF_String::Replace(unsigned int first, unsigned int last, const KF_String& with)
 {
     if (first == 0 || first > length || last < first) {
         return;
@@ -126,9 +126,9 @@ void KF_String::Replace(unsigned int first, unsigned int last, KF_String const& 
     if (last > length) {
         last = length;
     }
-    unsigned int const start = first - 1;
-    unsigned int const removed = last - start;
-    unsigned long long const size = static_cast<unsigned long long>(length) - removed + with.length;
+    const unsigned int start = first - 1;
+    const unsigned int removed = last - start;
+    const unsigned long long size = static_cast<unsigned long long>(length) - removed + with.length;
     if (size >= 0xFFFFFFFFull) {
         throw std::bad_alloc();
     }
@@ -140,14 +140,15 @@ void KF_String::Replace(unsigned int first, unsigned int last, KF_String const& 
     *this = std::move(result);
 }
 
-KF_String KF_String::RepeatedSequence(KF_String const& unit, long times)
+KF_String KF_String::RepeatedSequence(const KF_String& unit, long times)
 {
     if (unit.buffer == nullptr || times < 0) {
         return KF_String();
     }
-    unsigned long long const size = static_cast<unsigned long long>(unit.length) * static_cast<unsigned long long>(times);
+    const unsigned long long size =
+        static_cast<unsigned long long>(unit.length) * static_cast<unsigned long long>(times);
     if (unit.length != 0 && (static_cast<unsigned long long>(times) >= 0xFFFFFFFFull || size >= 0xFFFFFFFFull)) {
-        return KF_String();  // would not fit any string
+        return KF_String(); // would not fit any string
     }
     KF_String result;
     result.THIS_Alloc(static_cast<unsigned int>(unit.length == 0 ? 1 : size + 1), false);
@@ -162,10 +163,9 @@ KF_String KF_String::RepeatedSequence(KF_String const& unit, long times)
 void KF_String::Split(KF_List<KF_String>& out, char separator) const
 {
     out.Reset();
-    unsigned short const cut = CharToKF_Char(separator, Enc_System);
-    bool const usable = cut != 0 || separator == 0;
-    AddPieces(out, buffer, length, false,
-              [&](unsigned int i) { return usable && buffer[i] == cut ? 1u : 0u; });
+    const unsigned short cut = CharToKF_Char(separator, Enc_System);
+    const bool usable = cut != 0 || separator == 0;
+    AddPieces(out, buffer, length, false, [&](unsigned int i) { return usable && buffer[i] == cut ? 1u : 0u; });
 }
 
 void KF_String::SplitBySpaces(KF_List<KF_String>& out) const

@@ -13,19 +13,29 @@ namespace kf::detail::text {
 
 namespace {
 
-char const* ConverterName(Codec codec)
+const char* ConverterName(Codec codec)
 {
     switch (codec) {
-        case Codec::UTF7: return "UTF-7";
-        case Codec::UTF8: return "UTF-8";
-        case Codec::UTF16LE: return "UTF-16LE";
-        case Codec::UTF16BE: return "UTF-16BE";
-        case Codec::UTF32LE: return "UTF-32LE";
-        case Codec::UTF32BE: return "UTF-32BE";
-        case Codec::ASCII: return "US-ASCII";
-        case Codec::MacRoman: return "macintosh";
-        case Codec::WinLatin1: return "windows-1252";
-        case Codec::ISOLatin1: return "ISO-8859-1";
+    case Codec::UTF7:
+        return "UTF-7";
+    case Codec::UTF8:
+        return "UTF-8";
+    case Codec::UTF16LE:
+        return "UTF-16LE";
+    case Codec::UTF16BE:
+        return "UTF-16BE";
+    case Codec::UTF32LE:
+        return "UTF-32LE";
+    case Codec::UTF32BE:
+        return "UTF-32BE";
+    case Codec::ASCII:
+        return "US-ASCII";
+    case Codec::MacRoman:
+        return "macintosh";
+    case Codec::WinLatin1:
+        return "windows-1252";
+    case Codec::ISOLatin1:
+        return "ISO-8859-1";
     }
     return "UTF-8";
 }
@@ -65,8 +75,8 @@ struct ConverterCache {
 // The stock callbacks quietly drop "default ignorable" characters (soft hyphen, zero-width space,
 // ...) that the target cannot hold; the framework's rule is one "?" (or a failure) for every
 // character that cannot be held, so these callbacks make no exceptions.
-void U_CALLCONV SubstituteEveryCharacter(void const* /*context*/, UConverterFromUnicodeArgs* args,
-                                         UChar const* /*units*/, int32_t /*length*/, UChar32 /*codePoint*/,
+void U_CALLCONV SubstituteEveryCharacter(const void* /*context*/, UConverterFromUnicodeArgs* args,
+                                         const UChar* /*units*/, int32_t /*length*/, UChar32 /*codePoint*/,
                                          UConverterCallbackReason reason, UErrorCode* err)
 {
     if (reason == UCNV_UNASSIGNED || reason == UCNV_ILLEGAL || reason == UCNV_IRREGULAR) {
@@ -75,17 +85,16 @@ void U_CALLCONV SubstituteEveryCharacter(void const* /*context*/, UConverterFrom
     }
 }
 
-void U_CALLCONV StopAtEveryCharacter(void const* /*context*/, UConverterFromUnicodeArgs* /*args*/,
-                                     UChar const* /*units*/, int32_t /*length*/, UChar32 /*codePoint*/,
+void U_CALLCONV StopAtEveryCharacter(const void* /*context*/, UConverterFromUnicodeArgs* /*args*/,
+                                     const UChar* /*units*/, int32_t /*length*/, UChar32 /*codePoint*/,
                                      UConverterCallbackReason /*reason*/, UErrorCode* /*err*/)
 {
     // Leaving the error set ends the conversion.
 }
 
-void U_CALLCONV StopAtEveryByte(void const* /*context*/, UConverterToUnicodeArgs* /*args*/, char const* /*bytes*/,
+void U_CALLCONV StopAtEveryByte(const void* /*context*/, UConverterToUnicodeArgs* /*args*/, const char* /*bytes*/,
                                 int32_t /*length*/, UConverterCallbackReason /*reason*/, UErrorCode* /*err*/)
-{
-}
+{}
 
 UConverter* ConverterFor(Codec codec)
 {
@@ -120,23 +129,34 @@ bool ConvertGrowing(Buffer& out, Convert convert)
 Codec Resolve(KF_String::Encoding enc)
 {
     switch (enc) {
-        case KF_String::Enc_UTF7: return Codec::UTF7;
-        case KF_String::Enc_UTF8: return Codec::UTF8;
-        case KF_String::Enc_UTF16LE: return Codec::UTF16LE;
-        case KF_String::Enc_UTF16BE: return Codec::UTF16BE;
-        case KF_String::Enc_UTF32LE: return Codec::UTF32LE;
-        case KF_String::Enc_UTF32BE: return Codec::UTF32BE;
-        case KF_String::Enc_ASCII: return Codec::ASCII;
-        case KF_String::Enc_MacRoman: return Codec::MacRoman;
-        case KF_String::Enc_WinLatin1: return Codec::WinLatin1;
-        case KF_String::Enc_ISOLatin1: return Codec::ISOLatin1;
-        default: break;
+    case KF_String::Enc_UTF7:
+        return Codec::UTF7;
+    case KF_String::Enc_UTF8:
+        return Codec::UTF8;
+    case KF_String::Enc_UTF16LE:
+        return Codec::UTF16LE;
+    case KF_String::Enc_UTF16BE:
+        return Codec::UTF16BE;
+    case KF_String::Enc_UTF32LE:
+        return Codec::UTF32LE;
+    case KF_String::Enc_UTF32BE:
+        return Codec::UTF32BE;
+    case KF_String::Enc_ASCII:
+        return Codec::ASCII;
+    case KF_String::Enc_MacRoman:
+        return Codec::MacRoman;
+    case KF_String::Enc_WinLatin1:
+        return Codec::WinLatin1;
+    case KF_String::Enc_ISOLatin1:
+        return Codec::ISOLatin1;
+    default:
+        break;
     }
     // Read at every call: the host may switch it at load.
     return GS::GetApplicationTextEncoding() == GS::AppTextEncoding::MacRoman ? Codec::MacRoman : Codec::UTF8;
 }
 
-bool PlatformDecode(Codec codec, char const* src, std::size_t bytes, std::vector<char16_t>& out)
+bool PlatformDecode(Codec codec, const char* src, std::size_t bytes, std::vector<char16_t>& out)
 {
     out.clear();
     UConverter* const cnv = ConverterFor(codec);
@@ -147,14 +167,14 @@ bool PlatformDecode(Codec codec, char const* src, std::size_t bytes, std::vector
     ucnv_setToUCallBack(cnv, StopAtEveryByte, nullptr, nullptr, nullptr, &status);
     // No supported encoding yields more UTF-16 units than it has bytes; grow anyway if one does.
     out.resize(bytes + 1);
-    char const* source = src;
-    char const* const sourceEnd = src + bytes;
-    return ConvertGrowing(out, [&](UChar*& target, UChar const* limit, UErrorCode& err) {
+    const char* source = src;
+    const char* const sourceEnd = src + bytes;
+    return ConvertGrowing(out, [&](UChar*& target, const UChar* limit, UErrorCode& err) {
         ucnv_toUnicode(cnv, &target, limit, &source, sourceEnd, nullptr, true, &err);
     });
 }
 
-bool PlatformEncode(Codec codec, char16_t const* units, std::size_t count, bool lossy, std::string& out)
+bool PlatformEncode(Codec codec, const char16_t* units, std::size_t count, bool lossy, std::string& out)
 {
     out.clear();
     UConverter* const cnv = ConverterFor(codec);
@@ -162,12 +182,12 @@ bool PlatformEncode(Codec codec, char16_t const* units, std::size_t count, bool 
         return false;
     }
     UErrorCode status = U_ZERO_ERROR;
-    ucnv_setFromUCallBack(cnv, lossy ? SubstituteEveryCharacter : StopAtEveryCharacter, nullptr,
-                          nullptr, nullptr, &status);
+    ucnv_setFromUCallBack(cnv, lossy ? SubstituteEveryCharacter : StopAtEveryCharacter, nullptr, nullptr, nullptr,
+                          &status);
     out.resize(count * std::size_t(ucnv_getMaxCharSize(cnv)) + 16);
-    UChar const* source = units;
-    UChar const* const sourceEnd = units + count;
-    return ConvertGrowing(out, [&](char*& target, char const* limit, UErrorCode& err) {
+    const UChar* source = units;
+    const UChar* const sourceEnd = units + count;
+    return ConvertGrowing(out, [&](char*& target, const char* limit, UErrorCode& err) {
         ucnv_fromUnicode(cnv, &target, limit, &source, sourceEnd, nullptr, true, &err);
     });
 }

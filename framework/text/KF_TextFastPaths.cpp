@@ -14,14 +14,14 @@ std::atomic<bool> sVectorPaths{true};
 
 } // namespace
 
-std::size_t FindZeroUnit(std::uint16_t const* units, std::size_t n)
+std::size_t FindZeroUnit(const std::uint16_t* units, std::size_t n)
 {
     std::size_t i = 0;
 #if KF_TEXT_SSE2
-    __m128i const zero = _mm_setzero_si128();
+    const __m128i zero = _mm_setzero_si128();
     for (; n - i >= 8; i += 8) {
-        __m128i const v = _mm_loadu_si128(reinterpret_cast<__m128i const*>(units + i));
-        int const mask = _mm_movemask_epi8(_mm_cmpeq_epi16(v, zero));
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + i));
+        const int mask = _mm_movemask_epi8(_mm_cmpeq_epi16(v, zero));
         if (mask != 0) {
             return i + std::size_t(std::countr_zero(unsigned(mask))) / 2;
         }

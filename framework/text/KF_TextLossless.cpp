@@ -12,10 +12,13 @@ namespace {
 
 using text::Codec;
 
-bool IsEscape(std::uint32_t unit) { return unit >= kEscapeBase + 0x80 && unit <= kEscapeBase + 0xFF; }
+bool IsEscape(std::uint32_t unit)
+{
+    return unit >= kEscapeBase + 0x80 && unit <= kEscapeBase + 0xFF;
+}
 
 // Length of the well-formed UTF-8 sequence at src (code point in cp), or 0.
-std::size_t Utf8Sequence(std::uint8_t const* src, std::size_t n, std::uint32_t& cp)
+std::size_t Utf8Sequence(const std::uint8_t* src, std::size_t n, std::uint32_t& cp)
 {
     std::uint8_t const b = src[0];
     std::size_t length = 0;
@@ -78,7 +81,7 @@ void AppendUtf8(std::string& out, std::uint32_t cp)
     }
 }
 
-KF_String FromUnits(std::vector<unsigned short> const& units)
+KF_String FromUnits(const std::vector<unsigned short>& units)
 {
     if (units.empty()) {
         return KF_String("", KF_String::Enc_System);
@@ -90,8 +93,8 @@ KF_String FromUnits(std::vector<unsigned short> const& units)
 
 KF_String KF_Text_BytesToString(std::string_view bytes, KF_String::Encoding enc)
 {
-    Codec const codec = text::Resolve(enc);
-    auto const* src = reinterpret_cast<std::uint8_t const*>(bytes.data());
+    const Codec codec = text::Resolve(enc);
+    const auto* src = reinterpret_cast<const std::uint8_t*>(bytes.data());
     std::vector<unsigned short> units;
     units.reserve(bytes.size());
     if (codec == Codec::UTF8) {
@@ -108,7 +111,7 @@ KF_String KF_Text_BytesToString(std::string_view bytes, KF_String::Encoding enc)
         }
         return FromUnits(units);
     }
-    text::SingleByteTable const* table = text::IsSingleByte(codec) ? text::TableFor(codec) : nullptr;
+    const text::SingleByteTable* table = text::IsSingleByte(codec) ? text::TableFor(codec) : nullptr;
     if (table == nullptr) {
         // No byte-wise table: the ordinary conversion of the whole text.
         return bytes.empty() ? KF_String("", KF_String::Enc_System)
@@ -121,18 +124,19 @@ KF_String KF_Text_BytesToString(std::string_view bytes, KF_String::Encoding enc)
     return FromUnits(units);
 }
 
-std::string KF_Text_StringToBytes(KF_String const& text, KF_String::Encoding enc)
+std::string KF_Text_StringToBytes(const KF_String& text, KF_String::Encoding enc)
 {
-    Codec const codec = text::Resolve(enc);
-    unsigned short const* units = text.Units();
+    const Codec codec = text::Resolve(enc);
+    const unsigned short* units = text.Units();
     std::size_t const count = units != nullptr ? text.GetLength() : 0;
     std::string out;
     out.reserve(count);
-    text::SingleByteTable const* table =
+    const text::SingleByteTable* table =
         codec != Codec::UTF8 && text::IsSingleByte(codec) ? text::TableFor(codec) : nullptr;
     if (codec != Codec::UTF8 && table == nullptr) {
-        KF_CString const converted = text.ToCStr(enc);
-        out.assign(converted.bytes != nullptr ? converted.bytes : "", converted.bytes != nullptr ? converted.length : 0);
+        const KF_CString converted = text.ToCStr(enc);
+        out.assign(converted.bytes != nullptr ? converted.bytes : "",
+                   converted.bytes != nullptr ? converted.length : 0);
         while (!out.empty() && out.back() == '\0') {
             out.pop_back();
         }

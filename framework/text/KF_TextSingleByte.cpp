@@ -16,9 +16,9 @@ namespace {
 constexpr std::uint16_t kUnmapped = 0xFFFF;
 
 // Shared by every high byte that no character of an encoding uses, so that lookups need no test.
-std::uint16_t const* UnmappedPage()
+const std::uint16_t* UnmappedPage()
 {
-    static std::uint16_t const* const page = [] {
+    static const std::uint16_t* const page = [] {
         auto* p = new std::uint16_t[256];
         for (int k = 0; k < 256; ++k) {
             p[k] = kUnmapped;
@@ -35,14 +35,14 @@ SingleByteTable* BuildTable(Codec codec)
     auto* table = new SingleByteTable{};
     table->usable = true;
     table->allValid = true;
-    for (std::uint16_t const*& page : table->fromUnit) {
+    for (const std::uint16_t*& page : table->fromUnit) {
         page = UnmappedPage();
     }
     std::vector<char16_t> units;
     int fixFirst = 256;
     int fixLast = -1;
     for (int b = 0; b < 256; ++b) {
-        char const byte = char(b);
+        const char byte = char(b);
         table->toUnit[b] = kNoCharacter;
         if (!PlatformDecode(codec, &byte, 1, units)) {
             table->allValid = false;
@@ -79,11 +79,11 @@ SingleByteTable* BuildTable(Codec codec)
             continue;
         }
         std::uint16_t const u = std::uint16_t(table->toUnit[b]);
-        char16_t const unit = char16_t(u);
+        const char16_t unit = char16_t(u);
         if (!PlatformEncode(codec, &unit, 1, false, bytes) || bytes.size() != 1) {
             continue;
         }
-        std::uint16_t const*& page = table->fromUnit[u >> 8];
+        const std::uint16_t*& page = table->fromUnit[u >> 8];
         if (page == UnmappedPage()) {
             auto* fresh = new std::uint16_t[256];
             for (int k = 0; k < 256; ++k) {
@@ -98,7 +98,7 @@ SingleByteTable* BuildTable(Codec codec)
 
 } // namespace
 
-SingleByteTable const* TableFor(Codec codec)
+const SingleByteTable* TableFor(Codec codec)
 {
     // Built on first use and kept for the life of the process (static destructors may still
     // convert text).
@@ -106,17 +106,26 @@ SingleByteTable const* TableFor(Codec codec)
     static std::once_flag once[4];
     int slot = 0;
     switch (codec) {
-        case Codec::ASCII: slot = 0; break;
-        case Codec::MacRoman: slot = 1; break;
-        case Codec::WinLatin1: slot = 2; break;
-        case Codec::ISOLatin1: slot = 3; break;
-        default: return nullptr;
+    case Codec::ASCII:
+        slot = 0;
+        break;
+    case Codec::MacRoman:
+        slot = 1;
+        break;
+    case Codec::WinLatin1:
+        slot = 2;
+        break;
+    case Codec::ISOLatin1:
+        slot = 3;
+        break;
+    default:
+        return nullptr;
     }
     std::call_once(once[slot], [&] { tables[slot] = BuildTable(codec); });
     return tables[slot]->usable ? tables[slot] : nullptr;
 }
 
-long SingleByteToUtf16(SingleByteTable const& table, std::uint8_t const* src, std::size_t n, std::uint8_t* out,
+long SingleByteToUtf16(const SingleByteTable& table, const std::uint8_t* src, std::size_t n, std::uint8_t* out,
                        std::size_t outCap)
 {
     if (out == nullptr) {
@@ -138,15 +147,15 @@ long SingleByteToUtf16(SingleByteTable const& table, std::uint8_t const* src, st
     if (outCap < n * 2) {
         return SingleByteToUtf16(table, src, n, nullptr, 0) < 0 ? kInvalid : kTooSmall;
     }
-    std::uint32_t seen = 0;  // collects kNoCharacter
+    std::uint32_t seen = 0; // collects kNoCharacter
     std::size_t i = 0;
 #if KF_TEXT_SSE2
-    __m128i const zero = _mm_setzero_si128();
-    __m128i const first = _mm_set1_epi8(char(table.fixFirst));
-    __m128i const span = _mm_set1_epi8(char(table.fixLast - table.fixFirst));
-    bool const anyFix = table.fixFirst <= table.fixLast;
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i first = _mm_set1_epi8(char(table.fixFirst));
+    const __m128i span = _mm_set1_epi8(char(table.fixLast - table.fixFirst));
+    const bool anyFix = table.fixFirst <= table.fixLast;
     for (; n - i >= 16; i += 16) {
-        __m128i const v = _mm_loadu_si128(reinterpret_cast<__m128i const*>(src + i));
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + i));
         if (table.pairs != nullptr && _mm_movemask_epi8(v) != 0) {
             // Two bytes per look-up, a fixed eight look-ups per block: no branch on the data.
             auto pair = [&](std::size_t k) { return int(table.pairs[src[k] | (src[k + 1] << 8)]); };
@@ -163,7 +172,7 @@ long SingleByteToUtf16(SingleByteTable const& table, std::uint8_t const* src, st
         if (!anyFix || table.pairs != nullptr) {
             continue;
         }
-        __m128i const offset = _mm_sub_epi8(v, first);
+        const __m128i offset = _mm_sub_epi8(v, first);
         unsigned fix = unsigned(_mm_movemask_epi8(_mm_cmpeq_epi8(_mm_subs_epu8(offset, span), zero)));
         while (fix != 0) {
             std::size_t const k = i + std::size_t(std::countr_zero(fix));
@@ -186,15 +195,15 @@ namespace {
 
 // Surrogate pairs among the units: with "?" for whatever cannot be held, every unit becomes one
 // byte except the second half of a pair.
-std::size_t CountSurrogatePairs(std::uint8_t const* src, std::size_t units)
+std::size_t CountSurrogatePairs(const std::uint8_t* src, std::size_t units)
 {
     std::size_t pairs = 0;
     std::size_t i = 0;
 #if KF_TEXT_SSE2
-    __m128i const kindMask = _mm_set1_epi16(short(0xFC00));
-    __m128i const highBits = _mm_set1_epi16(short(0xD800));
+    const __m128i kindMask = _mm_set1_epi16(short(0xFC00));
+    const __m128i highBits = _mm_set1_epi16(short(0xD800));
     while (units - i >= 8) {
-        __m128i const v = _mm_loadu_si128(reinterpret_cast<__m128i const*>(src + 2 * i));
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + 2 * i));
         if (_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(v, kindMask), highBits)) == 0) {
             i += 8;
             continue;
@@ -203,7 +212,8 @@ std::size_t CountSurrogatePairs(std::uint8_t const* src, std::size_t units)
         // next block, which then starts behind it).
         std::size_t const stop = i + 8;
         while (i < stop) {
-            if ((Load16(src + 2 * i) & 0xFC00) == 0xD800 && i + 1 < units && (Load16(src + 2 * i + 2) & 0xFC00) == 0xDC00) {
+            if ((Load16(src + 2 * i) & 0xFC00) == 0xD800 && i + 1 < units &&
+                (Load16(src + 2 * i + 2) & 0xFC00) == 0xDC00) {
                 ++pairs;
                 i += 2;
             } else {
@@ -225,7 +235,7 @@ std::size_t CountSurrogatePairs(std::uint8_t const* src, std::size_t units)
 
 } // namespace
 
-long Utf16ToSingleByte(SingleByteTable const& table, std::uint8_t const* src, std::size_t units, std::uint8_t* out,
+long Utf16ToSingleByte(const SingleByteTable& table, const std::uint8_t* src, std::size_t units, std::uint8_t* out,
                        std::size_t outCap, bool lossy)
 {
     if (out == nullptr && lossy) {
@@ -236,12 +246,12 @@ long Utf16ToSingleByte(SingleByteTable const& table, std::uint8_t const* src, st
     bool overflowed = false;
     while (i < units) {
 #if KF_TEXT_SSE2
-        __m128i const highBits = _mm_set1_epi16(short(0xFF80));
-        __m128i const zero = _mm_setzero_si128();
+        const __m128i highBits = _mm_set1_epi16(short(0xFF80));
+        const __m128i zero = _mm_setzero_si128();
         while (units - i >= 16) {
-            __m128i const a = _mm_loadu_si128(reinterpret_cast<__m128i const*>(src + 2 * i));
-            __m128i const b = _mm_loadu_si128(reinterpret_cast<__m128i const*>(src + 2 * i + 16));
-            __m128i const high = _mm_and_si128(_mm_or_si128(a, b), highBits);
+            const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + 2 * i));
+            const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + 2 * i + 16));
+            const __m128i high = _mm_and_si128(_mm_or_si128(a, b), highBits);
             if (_mm_movemask_epi8(_mm_cmpeq_epi16(high, zero)) != 0xFFFF) {
                 break;
             }

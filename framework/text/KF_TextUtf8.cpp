@@ -12,7 +12,7 @@ namespace {
 
 // Length (2 to 4) of the well-formed multi-byte sequence at p, with its code point; 0 when the
 // bytes there are not one. p[0] is at least 0x80.
-inline int DecodeMulti(std::uint8_t const* p, std::uint8_t const* end, std::uint32_t& cp)
+inline int DecodeMulti(const std::uint8_t* p, const std::uint8_t* end, std::uint32_t& cp)
 {
     std::uint32_t const b0 = p[0];
     std::size_t const avail = std::size_t(end - p);
@@ -57,24 +57,24 @@ inline int DecodeMulti(std::uint8_t const* p, std::uint8_t const* end, std::uint
 }
 
 // Validates src; returns the UTF-16 units it decodes to, or -1.
-long MeasureUtf8(std::uint8_t const* src, std::size_t n, bool& sawMultibyte)
+long MeasureUtf8(const std::uint8_t* src, std::size_t n, bool& sawMultibyte)
 {
     if (VectorPathsEnabled()) {
-        long const units = MeasureUtf8Vector(src, n, sawMultibyte);
+        const long units = MeasureUtf8Vector(src, n, sawMultibyte);
         if (units != kNoVector) {
             return units;
         }
     }
-    std::uint8_t const* p = src;
-    std::uint8_t const* const end = src + n;
-    std::size_t saved = 0;  // bytes that do not become a unit of their own
+    const std::uint8_t* p = src;
+    const std::uint8_t* const end = src + n;
+    std::size_t saved = 0; // bytes that do not become a unit of their own
     while (p < end) {
         if (*p < 0x80) {
             p = SkipAscii(p, end);
             continue;
         }
         std::uint32_t cp = 0;
-        int const len = DecodeMulti(p, end, cp);
+        const int len = DecodeMulti(p, end, cp);
         if (len == 0) {
             return kInvalid;
         }
@@ -87,35 +87,35 @@ long MeasureUtf8(std::uint8_t const* src, std::size_t n, bool& sawMultibyte)
 
 } // namespace
 
-bool ValidateUtf8(std::uint8_t const* src, std::size_t n, bool& sawMultibyte)
+bool ValidateUtf8(const std::uint8_t* src, std::size_t n, bool& sawMultibyte)
 {
     sawMultibyte = false;
     return MeasureUtf8(src, n, sawMultibyte) >= 0;
 }
 
-long Utf8ToUtf16(std::uint8_t const* src, std::size_t n, std::uint8_t* out, std::size_t outCap)
+long Utf8ToUtf16(const std::uint8_t* src, std::size_t n, std::uint8_t* out, std::size_t outCap)
 {
     bool multi = false;
     if (out == nullptr) {
-        long const units = MeasureUtf8(src, n, multi);
+        const long units = MeasureUtf8(src, n, multi);
         return units < 0 ? kInvalid : units * 2;
     }
-    std::uint8_t const* p = src;
-    std::uint8_t const* const end = src + n;
+    const std::uint8_t* p = src;
+    const std::uint8_t* const end = src + n;
     std::uint8_t* o = out;
     std::uint8_t* const oend = out + (outCap & ~std::size_t(1));
     while (p < end) {
         if (*p < 0x80) {
 #if KF_TEXT_SSE2
-            __m128i const zero = _mm_setzero_si128();
+            const __m128i zero = _mm_setzero_si128();
             while (end - p >= 16 && oend - o >= 32) {
-                __m128i const v = _mm_loadu_si128(reinterpret_cast<__m128i const*>(p));
+                const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
                 _mm_storeu_si128(reinterpret_cast<__m128i*>(o), _mm_unpacklo_epi8(v, zero));
                 _mm_storeu_si128(reinterpret_cast<__m128i*>(o + 16), _mm_unpackhi_epi8(v, zero));
-                int const mask = _mm_movemask_epi8(v);
+                const int mask = _mm_movemask_epi8(v);
                 if (mask != 0) {
                     // The units behind the first non-ASCII byte are rewritten below.
-                    int const k = std::countr_zero(unsigned(mask));
+                    const int k = std::countr_zero(unsigned(mask));
                     p += k;
                     o += 2 * k;
                     break;
@@ -137,7 +137,7 @@ long Utf8ToUtf16(std::uint8_t const* src, std::size_t n, std::uint8_t* out, std:
         }
         {
             std::uint32_t cp = 0;
-            int const len = DecodeMulti(p, end, cp);
+            const int len = DecodeMulti(p, end, cp);
             if (len == 0) {
                 return kInvalid;
             }
@@ -168,7 +168,7 @@ namespace {
 
 // Bytes of UTF-8 for one unit (or pair) at i, with the units it uses; used 0 for an unpaired
 // surrogate that may not be replaced.
-inline std::size_t Utf8LengthAt(std::uint8_t const* src, std::size_t i, std::size_t units, bool lossy,
+inline std::size_t Utf8LengthAt(const std::uint8_t* src, std::size_t i, std::size_t units, bool lossy,
                                 std::size_t& used)
 {
     std::uint32_t const u = Load16(src + 2 * i);
@@ -191,18 +191,18 @@ inline std::size_t Utf8LengthAt(std::uint8_t const* src, std::size_t i, std::siz
 }
 
 // Bytes of UTF-8 for the units; -1 for an unpaired surrogate that may not be replaced.
-long MeasureUtf16AsUtf8(std::uint8_t const* src, std::size_t units, bool lossy)
+long MeasureUtf16AsUtf8(const std::uint8_t* src, std::size_t units, bool lossy)
 {
     std::size_t bytes = 0;
     std::size_t i = 0;
 #if KF_TEXT_SSE2
-    __m128i const zero = _mm_setzero_si128();
-    __m128i const below80 = _mm_set1_epi16(0x7F);
-    __m128i const below800 = _mm_set1_epi16(0x7FF);
-    __m128i const kindMask = _mm_set1_epi16(short(0xFC00));
-    __m128i const highBits = _mm_set1_epi16(short(0xD800));
-    __m128i const lowBits = _mm_set1_epi16(short(0xDC00));
-    __m128i const firstSeven = _mm_setr_epi16(-1, -1, -1, -1, -1, -1, -1, 0);
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i below80 = _mm_set1_epi16(0x7F);
+    const __m128i below800 = _mm_set1_epi16(0x7FF);
+    const __m128i kindMask = _mm_set1_epi16(short(0xFC00));
+    const __m128i highBits = _mm_set1_epi16(short(0xD800));
+    const __m128i lowBits = _mm_set1_epi16(short(0xDC00));
+    const __m128i firstSeven = _mm_setr_epi16(-1, -1, -1, -1, -1, -1, -1, 0);
     while (units - i >= 8) {
         // Every unit is first counted as three bytes; each lane then adds -1 when the unit is
         // below 0x80, -1 when below 0x800, and -1 when it is half of a pair (4 bytes for two).
@@ -210,11 +210,11 @@ long MeasureUtf16AsUtf8(std::uint8_t const* src, std::size_t units, bool lossy)
         __m128i acc = zero;
         std::size_t counted = 0;
         for (int round = 0; round < 8192 && units - i >= 8; ++round) {
-            __m128i const v = _mm_loadu_si128(reinterpret_cast<__m128i const*>(src + 2 * i));
-            __m128i const kind = _mm_and_si128(v, kindMask);
-            __m128i const high = _mm_cmpeq_epi16(kind, highBits);
-            __m128i const low = _mm_cmpeq_epi16(kind, lowBits);
-            __m128i const small = _mm_add_epi16(_mm_cmpeq_epi16(_mm_subs_epu16(v, below80), zero),
+            const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + 2 * i));
+            const __m128i kind = _mm_and_si128(v, kindMask);
+            const __m128i high = _mm_cmpeq_epi16(kind, highBits);
+            const __m128i low = _mm_cmpeq_epi16(kind, lowBits);
+            const __m128i small = _mm_add_epi16(_mm_cmpeq_epi16(_mm_subs_epu16(v, below80), zero),
                                                 _mm_cmpeq_epi16(_mm_subs_epu16(v, below800), zero));
             unsigned hiMask = unsigned(_mm_movemask_epi8(high));
             unsigned loMask = unsigned(_mm_movemask_epi8(low));
@@ -234,7 +234,7 @@ long MeasureUtf16AsUtf8(std::uint8_t const* src, std::size_t units, bool lossy)
                 loMask &= 0x3FFF;
             }
             if ((hiMask << 2) != loMask) {
-                break;  // an unpaired surrogate: counted one by one below
+                break; // an unpaired surrogate: counted one by one below
             }
             acc = _mm_add_epi16(acc, _mm_and_si128(_mm_add_epi16(small, _mm_or_si128(high, low)), keep));
             counted += take;
@@ -279,11 +279,11 @@ namespace {
 // Writes one non-surrogate BMP unit as UTF-8 without branching on its length; always stores four
 // bytes, of which the unit's length count. Returns that length.
 struct Utf8Form {
-    std::uint32_t top;    // where (unit << 4) lands: the lead's payload of a three-byte form
-    std::uint32_t mid;    // where (unit << 2) lands: the middle payload
-    std::uint32_t low;    // where the unit itself lands: the last payload
-    std::uint32_t marks;  // lead and continuation marks
-    std::uint32_t shift;  // moves the form to the top of the word before the byte swap
+    std::uint32_t top;   // where (unit << 4) lands: the lead's payload of a three-byte form
+    std::uint32_t mid;   // where (unit << 2) lands: the middle payload
+    std::uint32_t low;   // where the unit itself lands: the last payload
+    std::uint32_t marks; // lead and continuation marks
+    std::uint32_t shift; // moves the form to the top of the word before the byte swap
 };
 
 constexpr Utf8Form kUtf8Forms[4] = {
@@ -298,7 +298,7 @@ inline std::size_t PutBmp(std::uint8_t* o, std::uint32_t u)
     // The form is looked up by length rather than chosen by branches: in mixed text the length
     // changes too often to predict.
     std::size_t const length = 1 + std::size_t(u >= 0x80) + std::size_t(u >= 0x800);
-    Utf8Form const& f = kUtf8Forms[length];
+    const Utf8Form& f = kUtf8Forms[length];
     std::uint32_t const bigEndian = ((u << 4) & f.top) | ((u << 2) & f.mid) | (u & f.low) | f.marks;
     std::uint32_t const word = __builtin_bswap32(bigEndian << f.shift);
     std::memcpy(o, &word, 4);
@@ -307,8 +307,8 @@ inline std::size_t PutBmp(std::uint8_t* o, std::uint32_t u)
 
 // Writes the surrogate at i (and its partner) as UTF-8 or "?". Returns the units used, or 0 when
 // the surrogate is unpaired and may not be replaced.
-inline std::size_t PutSurrogate(std::uint8_t const* src, std::size_t i, std::size_t units, bool lossy,
-                                std::uint8_t* o, std::size_t& written)
+inline std::size_t PutSurrogate(const std::uint8_t* src, std::size_t i, std::size_t units, bool lossy, std::uint8_t* o,
+                                std::size_t& written)
 {
     std::uint32_t const u = Load16(src + 2 * i);
     if (u <= 0xDBFF && i + 1 < units && (Load16(src + 2 * i + 2) & 0xFC00) == 0xDC00) {
@@ -335,8 +335,7 @@ inline bool IsSurrogate(std::uint32_t u)
 
 // Writes the character at i with four-byte stores and moves o past it. Returns the units used, or 0
 // when an unpaired surrogate may not be replaced.
-inline std::size_t PutChar(std::uint8_t const* src, std::size_t i, std::size_t units, bool lossy,
-                           std::uint8_t*& o)
+inline std::size_t PutChar(const std::uint8_t* src, std::size_t i, std::size_t units, bool lossy, std::uint8_t*& o)
 {
     std::uint32_t const u = Load16(src + 2 * i);
     if (IsSurrogate(u)) {
@@ -351,7 +350,7 @@ inline std::size_t PutChar(std::uint8_t const* src, std::size_t i, std::size_t u
 
 } // namespace
 
-long Utf16ToUtf8(std::uint8_t const* src, std::size_t units, std::uint8_t* out, std::size_t outCap, bool lossy)
+long Utf16ToUtf8(const std::uint8_t* src, std::size_t units, std::uint8_t* out, std::size_t outCap, bool lossy)
 {
     if (out == nullptr) {
         return MeasureUtf16AsUtf8(src, units, lossy);
@@ -367,12 +366,12 @@ long Utf16ToUtf8(std::uint8_t const* src, std::size_t units, std::uint8_t* out, 
     constexpr std::ptrdiff_t kBlockRoom = 3 * kBlock + 4;
     while (units - i >= kBlock && oend - o >= kBlockRoom) {
 #if KF_TEXT_SSE2
-        __m128i const highBits = _mm_set1_epi16(short(0xFF80));
-        __m128i const zero = _mm_setzero_si128();
-        __m128i const a = _mm_loadu_si128(reinterpret_cast<__m128i const*>(src + 2 * i));
-        __m128i const b = _mm_loadu_si128(reinterpret_cast<__m128i const*>(src + 2 * i + 16));
+        const __m128i highBits = _mm_set1_epi16(short(0xFF80));
+        const __m128i zero = _mm_setzero_si128();
+        const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + 2 * i));
+        const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + 2 * i + 16));
         // Two mask bits per unit, set where the unit is ASCII (the signed pack alone cannot tell).
-        unsigned const ascii = unsigned(_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(a, highBits), zero))) |
+        const unsigned ascii = unsigned(_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(a, highBits), zero))) |
                                (unsigned(_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(b, highBits), zero))) << 16);
         _mm_storeu_si128(reinterpret_cast<__m128i*>(o), _mm_packus_epi16(a, b));
         if (ascii == 0xFFFFFFFFu) {

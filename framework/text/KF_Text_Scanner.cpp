@@ -16,7 +16,7 @@ inline bool IsInlineBlank(unsigned short unit)
 
 } // namespace
 
-KF_Text_Scanner::KF_Text_Scanner(KF_Text_Scanner const& other) : length(other.length), position(other.position)
+KF_Text_Scanner::KF_Text_Scanner(const KF_Text_Scanner& other) : length(other.length), position(other.position)
 {
     if (other.text != nullptr) {
         text = new unsigned short[other.length + 1];
@@ -24,7 +24,7 @@ KF_Text_Scanner::KF_Text_Scanner(KF_Text_Scanner const& other) : length(other.le
     }
 }
 
-KF_Text_Scanner& KF_Text_Scanner::operator=(KF_Text_Scanner const& other)
+KF_Text_Scanner& KF_Text_Scanner::operator=(const KF_Text_Scanner& other)
 {
     if (this != &other) {
         KF_Text_Scanner copy(other);
@@ -40,7 +40,7 @@ KF_Text_Scanner::~KF_Text_Scanner()
     delete[] text;
 }
 
-void KF_Text_Scanner::Set(KF_String const& source)
+void KF_Text_Scanner::Set(const KF_String& source)
 {
     delete[] text;
     text = nullptr;
@@ -80,24 +80,25 @@ KF_String KF_Text_Scanner::ReadLine(bool keepLineEnd, bool advance)
 std::uint64_t KF_Text_Scanner::SkipFrom(std::uint64_t at, short skipMode)
 {
     switch (skipMode) {
-        case 1:
-            while (at < length && IsInlineBlank(text[at])) {
-                ++at;
-            }
-            return at;
-        case 2:
-            while (at < length && IsBlank(text[at])) {
-                ++at;
-            }
-            return at;
-        case 3: {
-            std::uint64_t const saved = position;
-            position = at;
-            std::uint64_t const reached = SkipSpacesTabsEOLsComments(false);
-            position = saved;
-            return reached;
+    case 1:
+        while (at < length && IsInlineBlank(text[at])) {
+            ++at;
         }
-        default: return at;
+        return at;
+    case 2:
+        while (at < length && IsBlank(text[at])) {
+            ++at;
+        }
+        return at;
+    case 3: {
+        std::uint64_t const saved = position;
+        position = at;
+        std::uint64_t const reached = SkipSpacesTabsEOLsComments(false);
+        position = saved;
+        return reached;
+    }
+    default:
+        return at;
     }
 }
 
@@ -120,9 +121,9 @@ KF_String KF_Text_Scanner::ReadToken(short skipMode, bool advance)
 
 bool KF_Text_Scanner::IsInteger(KF_String& token)
 {
-    unsigned int const n = token.GetLength();
+    const unsigned int n = token.GetLength();
     for (unsigned int i = 0; i < n; ++i) {
-        char const c = token.CharAt(i);
+        const char c = token.CharAt(i);
         if (i == 0 && c == '-') {
             continue;
         }
@@ -145,7 +146,7 @@ bool KF_Text_Scanner::ReadLong(long& value, short skipMode, bool advance)
     std::uint64_t const afterSkip = position;
     KF_String token = ReadToken(0, true);
     if (IsInteger(token)) {
-        KF_CString const bytes = token.ToCStr(KF_String::Enc_System);
+        const KF_CString bytes = token.ToCStr(KF_String::Enc_System);
         value = KF_String::ToLong(bytes.bytes);
         if (!advance) {
             position = before;
@@ -168,7 +169,7 @@ bool KF_Text_Scanner::ReadDoubleQuotedString(KF_String& value, short skipMode, b
     if (open >= length || text[open] != '"') {
         return false;
     }
-    KF_String const quote("\"", KF_String::Enc_System);
+    const KF_String quote("\"", KF_String::Enc_System);
     std::uint64_t close = FindUnits(quote, open + 1);
     while (close != NotFound && text[close - 1] == '\\') {
         close = FindUnits(quote, close + 1);
@@ -188,7 +189,7 @@ std::uint64_t KF_Text_Scanner::SkipSpacesTabsEOLsComments(bool advance)
     if (text == nullptr) {
         return position;
     }
-    KF_String const closing("*/", KF_String::Enc_System);
+    const KF_String closing("*/", KF_String::Enc_System);
     std::uint64_t at = position;
     bool restarted = false;
     while (at < length && text[at] <= '/') {
@@ -220,13 +221,13 @@ std::uint64_t KF_Text_Scanner::SkipSpacesTabsEOLsComments(bool advance)
     return at;
 }
 
-std::uint64_t KF_Text_Scanner::FindUnits(KF_String const& needle, std::uint64_t from) const
+std::uint64_t KF_Text_Scanner::FindUnits(const KF_String& needle, std::uint64_t from) const
 {
     std::uint64_t const n = needle.GetLength();
     if (text == nullptr || n == 0 || from >= length || n > length) {
         return NotFound;
     }
-    unsigned short const* k = needle.Units();
+    const unsigned short* k = needle.Units();
     for (std::uint64_t i = from; i + n <= length; ++i) {
         if (text[i] == k[0] && std::memcmp(text + i, k, n * sizeof(unsigned short)) == 0) {
             return i;
@@ -235,12 +236,12 @@ std::uint64_t KF_Text_Scanner::FindUnits(KF_String const& needle, std::uint64_t 
     return NotFound;
 }
 
-std::uint64_t KF_Text_Scanner::FindText(char const* what, unsigned long from, bool advance, KF_String::Encoding enc)
+std::uint64_t KF_Text_Scanner::FindText(const char* what, unsigned long from, bool advance, KF_String::Encoding enc)
 {
     if (what == nullptr || *what == 0 || from >= length) {
         return NotFound;
     }
-    KF_String const needle(what, enc);
+    const KF_String needle(what, enc);
     if (needle.IsNullOrEmpty()) {
         return NotFound;
     }

@@ -29,10 +29,13 @@ using namespace kf::detail;
 
 namespace {
 
-constexpr double kCheckInterval = 1209600.0;  // fourteen days, in seconds
+constexpr double kCheckInterval = 1209600.0; // fourteen days, in seconds
 
 // The same key for every add-on code: "LastUpdateCheck_" 17 "0".
-KF_String LastCheckKey() { return KF_String("LastUpdateCheck_") + KF_String::LongToString(17, 0) + "0"; }
+KF_String LastCheckKey()
+{
+    return KF_String("LastUpdateCheck_") + KF_String::LongToString(17, 0) + "0";
+}
 
 // The versions file as text for the comparison; false when it cannot be read or is too large.
 // It is deleted either way.
@@ -106,7 +109,7 @@ bool KF_AddonUpdate_CheckForUpdate(long updateMode, bool byUser, const KF_String
     if (updateMode == 2)
         return true;
     sCheck.calledByUser = byUser;
-    KF_String const key = LastCheckKey();
+    const KF_String key = LastCheckKey();
     sCheck.hasLibrary = false;
     if (!libraryName.IsNullOrEmpty()) {
         sCheck.hasLibrary = true;
@@ -135,7 +138,7 @@ bool KF_AddonUpdate_CheckForUpdate(long updateMode, bool byUser, const KF_String
         return true;
     }
     sCheck.status = kUpdateChecking;
-    GSResModule const previous = ACAPI_UseOwnResModule();
+    const GSResModule previous = ACAPI_UseOwnResModule();
     sCheck.dialogID = DGModelessInit(ACAPI_GetOwnResModule(), kUpdateResultDialog, ACAPI_GetOwnResModule(),
                                      KF_AddonUpdate_ResultUpdate_Handler, 0, 0);
     ACAPI_ResetResModule(previous);
@@ -152,7 +155,7 @@ bool KF_AddonUpdate_AutoUpdate(long updateMode, const KF_String& addonVersion, c
     KF_String value;
     if (KF_AddonSettings_Get(KF_AddonSettings_ThisAddon, KF_String("AutoUpdate"), &value, true) &&
         !value.IsNullOrEmpty()) {
-        KF_CString const narrow = value.ToCStr(KF_String::Enc_System);
+        const KF_CString narrow = value.ToCStr(KF_String::Enc_System);
         if (KF_String::ToLong(narrow.bytes) == 1)
             return KF_AddonUpdate_CheckForUpdate(updateMode, false, addonVersion, libraryName);
         return true;

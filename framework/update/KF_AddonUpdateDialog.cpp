@@ -20,11 +20,20 @@ enum : short {
     kItemLibraryPage = 7
 };
 
-void SetText(short dialogID, short item, KF_String const& text) { DGSetItemText(dialogID, item, text.ToUniString()); }
+void SetText(short dialogID, short item, const KF_String& text)
+{
+    DGSetItemText(dialogID, item, text.ToUniString());
+}
 
-KF_String S(long index) { return KF_AddonUpdate_String(index); }
+KF_String S(long index)
+{
+    return KF_AddonUpdate_String(index);
+}
 
-KF_String AddonName() { return KF_String(sett_ADDON_NAME); }
+KF_String AddonName()
+{
+    return KF_String(sett_ADDON_NAME);
+}
 
 // The update page with the query; the add-on's name goes unescaped and the library is never named.
 KF_String UpdatePageWithQuery(bool forLibrary)
@@ -46,8 +55,8 @@ KF_String UpdatePageWithQuery(bool forLibrary)
 
 void KF_AddonUpdate_ResultUpdateInit(short dialogID)
 {
-    KF_UpdateCheckState const& check = KF_AddonUpdate_State();
-    GSResModule const previous = ACAPI_UseOwnResModule();
+    const KF_UpdateCheckState& check = KF_AddonUpdate_State();
+    const GSResModule previous = ACAPI_UseOwnResModule();
     DGSetDialogSize(dialogID, DG_CLIENT, 655, 172, DG_TOPLEFT, false);
     DGSetDialogTitle(dialogID, AddonName().ToUniString());
     DGBeginMoveGrowItems(dialogID);
@@ -73,8 +82,8 @@ void KF_AddonUpdate_ResultUpdateInit(short dialogID)
                 DGHideItem(dialogID, item);
             SetText(dialogID, kItemAddonResult, S(check.status != kUpdateNothingNewer ? 34 : 35));
         } else {
-            KF_String const addonName("ADDONNAME");
-            KF_String const libName("ADDONLIBNAME");
+            const KF_String addonName("ADDONNAME");
+            const KF_String libName("ADDONLIBNAME");
             DGShowItem(dialogID, kItemLibraryPage);
             SetText(dialogID, kItemLibraryHeadline,
                     S(check.status == kUpdateNothingNewer && check.statusLib == 1 ? 35 : 34));

@@ -13,7 +13,10 @@ bool GetFlags(API_MenuItemRef& item, GSFlags& flags)
     return ACAPI_Interface(APIIo_GetMenuItemFlagsID, &item, &flags) == NoError;
 }
 
-void SetFlags(API_MenuItemRef& item, GSFlags& flags) { ACAPI_Interface(APIIo_SetMenuItemFlagsID, &item, &flags); }
+void SetFlags(API_MenuItemRef& item, GSFlags& flags)
+{
+    ACAPI_Interface(APIIo_SetMenuItemFlagsID, &item, &flags);
+}
 
 API_MenuItemRef Item(short menuResID, short offset, short itemIndex)
 {
@@ -27,7 +30,7 @@ API_MenuItemRef Item(short menuResID, short offset, short itemIndex)
 
 bool KF_AddonUpdate_SetMenuUpdateCheck(short menuResID, short itemIndex)
 {
-    long value = 1;  // missing counts as on
+    long value = 1; // missing counts as on
     KF_AddonSettings_GetLong(KF_AddonSettings_ThisAddon, KF_String("AutoUpdate"), &value, true);
     for (short k = 0; k < kMenuCount; ++k) {
         API_MenuItemRef item = Item(menuResID, k, itemIndex);
@@ -51,7 +54,7 @@ bool KF_AddonUpdate_SwitchAutoUpdateValue(short menuResID, short itemIndex)
         GSFlags flags = 0;
         if (!GetFlags(item, flags))
             continue;
-        bool const checked = (flags & API_MenuItemChecked) != 0;
+        const bool checked = (flags & API_MenuItemChecked) != 0;
         if (checked)
             flags &= ~API_MenuItemChecked;
         else

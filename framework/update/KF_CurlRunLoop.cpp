@@ -24,7 +24,7 @@ struct Loop {
     {
         auto running = std::move(transfers);
         transfers.clear();
-        for (auto const& [serial, transfer] : running) {
+        for (const auto& [serial, transfer] : running) {
             if (multi != nullptr)
                 curl_multi_remove_handle(multi, transfer->easy);
             if (transfer->discard != nullptr)
@@ -42,7 +42,7 @@ struct Loop {
         if (timer != 0)
             MainLoop::RemoveTimer(timer);
         timer = 0;
-        for (auto const& [fd, watch] : watches)
+        for (const auto& [fd, watch] : watches)
             MainLoop::RemoveWatch(watch);
         watches.clear();
     }
@@ -52,7 +52,7 @@ Loop sLoop;
 
 KF_CurlTransfer* Find(std::uint64_t serial)
 {
-    for (auto const& [s, transfer] : sLoop.transfers)
+    for (const auto& [s, transfer] : sLoop.transfers)
         if (s == serial)
             return transfer;
     return nullptr;
@@ -78,7 +78,7 @@ void PumpAll()
 {
     std::vector<std::uint64_t> serials;
     serials.reserve(sLoop.transfers.size());
-    for (auto const& [serial, transfer] : sLoop.transfers)
+    for (const auto& [serial, transfer] : sLoop.transfers)
         serials.push_back(serial);
     // A pump may end its own transfer or, through a nested loop, others: look each one up again.
     for (std::uint64_t serial : serials)
@@ -171,7 +171,7 @@ bool KF_CurlLoop_Add(KF_CurlTransfer* transfer)
     transfer->finished = false;
     transfer->serial = sLoop.nextSerial++;
     sLoop.timerRefused = false;
-    bool const added = curl_multi_add_handle(sLoop.multi, transfer->easy) == CURLM_OK;
+    const bool added = curl_multi_add_handle(sLoop.multi, transfer->easy) == CURLM_OK;
     // A host without a run loop cannot drive the transfer.
     if (!added || sLoop.timerRefused) {
         if (added)
@@ -186,8 +186,8 @@ bool KF_CurlLoop_Add(KF_CurlTransfer* transfer)
 
 void KF_CurlLoop_Remove(KF_CurlTransfer* transfer)
 {
-    auto const it = std::find_if(sLoop.transfers.begin(), sLoop.transfers.end(),
-                                 [transfer](auto const& entry) { return entry.second == transfer; });
+    const auto it = std::find_if(sLoop.transfers.begin(), sLoop.transfers.end(),
+                                 [transfer](const auto& entry) { return entry.second == transfer; });
     if (it == sLoop.transfers.end())
         return;
     sLoop.transfers.erase(it);

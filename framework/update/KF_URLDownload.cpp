@@ -25,23 +25,23 @@ struct URLDownloadParams : kf::detail::KF_CurlTransfer {
     void* userData = nullptr;
     std::string url;
     KF_String targetPath;
-    KF_File* file = nullptr;    // created once the connection is open, beside the target
-    KF_Location partPath;       // that file, moved over the target when the document is complete
-    unsigned long long maxBytes = 0;  // 0: no limit
+    KF_File* file = nullptr;         // created once the connection is open, beside the target
+    KF_Location partPath;            // that file, moved over the target when the document is complete
+    unsigned long long maxBytes = 0; // 0: no limit
     unsigned long long receivedBytes = 0;
-    std::int32_t state = 0;     // 0 opened, 50 receiving, 101 done, -1 failed: for inspection only
+    std::int32_t state = 0; // 0 opened, 50 receiving, 101 done, -1 failed: for inspection only
 
-    bool connected = false;     // libcurl has a connection and is about to send the request
-    bool openedSent = false;    // KF_URL_Opened has been delivered
-    bool paused = false;        // data held back by libcurl until the file exists
-    long pendingBlocks = 0;     // blocks written whose KF_URL_Data is still to come
-    bool inCallback = false;    // the client runs; a nested loop must not re-enter it
+    bool connected = false;  // libcurl has a connection and is about to send the request
+    bool openedSent = false; // KF_URL_Opened has been delivered
+    bool paused = false;     // data held back by libcurl until the file exists
+    long pendingBlocks = 0;  // blocks written whose KF_URL_Data is still to come
+    bool inCallback = false; // the client runs; a nested loop must not re-enter it
 };
 
 // The host may shorten the limit (tests do); the product keeps 60 seconds.
 double DownloadLimit()
 {
-    double const seconds = HostServices::DownloadTimeLimit();
+    const double seconds = HostServices::DownloadTimeLimit();
     return seconds > 0.0 ? seconds : kDownloadLimitSeconds;
 }
 
@@ -50,7 +50,7 @@ int Send(URLDownloadParams* params, KF_URL_Message message, double progress)
     if (params->callback == nullptr)
         return 0;
     params->inCallback = true;
-    int const answer = params->callback(message, progress, params->userData);
+    const int answer = params->callback(message, progress, params->userData);
     params->inCallback = false;
     return answer;
 }
@@ -132,13 +132,13 @@ void Pump(kf::detail::KF_CurlTransfer* transfer)
 {
     auto* params = static_cast<URLDownloadParams*>(transfer);
     if (params->inCallback)
-        return;  // the pump that called the client goes on when it returns
+        return; // the pump that called the client goes on when it returns
 
     if (params->connected && !params->openedSent) {
         params->openedSent = true;
         params->state = 0;
         if (Send(params, KF_URL_Opened, 0.0) == 1) {
-            TerminateDownload(params);  // cancelled: no file, no further message
+            TerminateDownload(params); // cancelled: no file, no further message
             return;
         }
         if (!CreateTarget(params)) {
@@ -177,7 +177,7 @@ std::size_t Received(char* data, std::size_t size, std::size_t count, void* user
     // Decoded bytes are counted, so that a small compressed body cannot grow without bound.
     params->receivedBytes += total;
     if (params->maxBytes != 0 && params->receivedBytes > params->maxBytes)
-        return 0;  // libcurl ends the transfer with a write error
+        return 0; // libcurl ends the transfer with a write error
     for (std::size_t done = 0; done < total; done += kBlockSize) {
         std::size_t const block = total - done < kBlockSize ? total - done : kBlockSize;
         // A failed write is not reported: the download goes on.
@@ -193,26 +193,25 @@ CURL* MakeRequest(URLDownloadParams* params)
     CURL* easy = curl_easy_init();
     if (easy == nullptr)
         return nullptr;
-    auto const limit = static_cast<long>(DownloadLimit() * 1000.0);
-    bool const ok =
-        curl_easy_setopt(easy, CURLOPT_URL, params->url.c_str()) == CURLE_OK &&
-        curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https") == CURLE_OK &&
-        curl_easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, "http,https") == CURLE_OK &&
-        curl_easy_setopt(easy, CURLOPT_HTTPGET, 1L) == CURLE_OK &&
-        curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, long(CURL_HTTP_VERSION_1_1)) == CURLE_OK &&
-        curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L) == CURLE_OK &&
-        curl_easy_setopt(easy, CURLOPT_MAXREDIRS, 20L) == CURLE_OK &&
-        curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "") == CURLE_OK &&
-        // An error page is not the document: 400 and above fail.
-        curl_easy_setopt(easy, CURLOPT_FAILONERROR, 1L) == CURLE_OK &&
-        curl_easy_setopt(easy, CURLOPT_MAXFILESIZE_LARGE, curl_off_t(params->maxBytes)) == CURLE_OK &&
-        curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L) == CURLE_OK &&
-        curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, limit > 0 ? limit : 1L) == CURLE_OK &&
-        curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, long(kReceiveSize)) == CURLE_OK &&
-        curl_easy_setopt(easy, CURLOPT_PREREQFUNCTION, Connected) == CURLE_OK &&
-        curl_easy_setopt(easy, CURLOPT_PREREQDATA, params) == CURLE_OK &&
-        curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, Received) == CURLE_OK &&
-        curl_easy_setopt(easy, CURLOPT_WRITEDATA, params) == CURLE_OK;
+    const auto limit = static_cast<long>(DownloadLimit() * 1000.0);
+    const bool ok = curl_easy_setopt(easy, CURLOPT_URL, params->url.c_str()) == CURLE_OK &&
+                    curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https") == CURLE_OK &&
+                    curl_easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, "http,https") == CURLE_OK &&
+                    curl_easy_setopt(easy, CURLOPT_HTTPGET, 1L) == CURLE_OK &&
+                    curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, long(CURL_HTTP_VERSION_1_1)) == CURLE_OK &&
+                    curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L) == CURLE_OK &&
+                    curl_easy_setopt(easy, CURLOPT_MAXREDIRS, 20L) == CURLE_OK &&
+                    curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "") == CURLE_OK &&
+                    // An error page is not the document: 400 and above fail.
+                    curl_easy_setopt(easy, CURLOPT_FAILONERROR, 1L) == CURLE_OK &&
+                    curl_easy_setopt(easy, CURLOPT_MAXFILESIZE_LARGE, curl_off_t(params->maxBytes)) == CURLE_OK &&
+                    curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L) == CURLE_OK &&
+                    curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, limit > 0 ? limit : 1L) == CURLE_OK &&
+                    curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, long(kReceiveSize)) == CURLE_OK &&
+                    curl_easy_setopt(easy, CURLOPT_PREREQFUNCTION, Connected) == CURLE_OK &&
+                    curl_easy_setopt(easy, CURLOPT_PREREQDATA, params) == CURLE_OK &&
+                    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, Received) == CURLE_OK &&
+                    curl_easy_setopt(easy, CURLOPT_WRITEDATA, params) == CURLE_OK;
     if (!ok) {
         curl_easy_cleanup(easy);
         return nullptr;
@@ -222,14 +221,13 @@ CURL* MakeRequest(URLDownloadParams* params)
 
 } // namespace
 
-bool KF_General::URLDownload(const KF_String& url, const KF_Location& target, KF_URL_CallBack callback,
-                             void* userData)
+bool KF_General::URLDownload(const KF_String& url, const KF_Location& target, KF_URL_CallBack callback, void* userData)
 {
     return URLDownload(url, target, callback, userData, 0);
 }
 
-bool KF_General::URLDownload(const KF_String& url, const KF_Location& target, KF_URL_CallBack callback,
-                             void* userData, unsigned long long maxBytes)
+bool KF_General::URLDownload(const KF_String& url, const KF_Location& target, KF_URL_CallBack callback, void* userData,
+                             unsigned long long maxBytes)
 {
     if (url.IsNullOrEmpty())
         return false;

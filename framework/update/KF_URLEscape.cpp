@@ -19,7 +19,7 @@ int HexValue(char c)
     return -1;
 }
 
-bool Unescape(std::string const& in, std::string& out)
+bool Unescape(const std::string& in, std::string& out)
 {
     out.clear();
     out.reserve(in.size());
@@ -30,8 +30,8 @@ bool Unescape(std::string const& in, std::string& out)
         }
         if (i + 2 >= in.size())
             return false;
-        int const high = HexValue(in[i + 1]);
-        int const low = HexValue(in[i + 2]);
+        const int high = HexValue(in[i + 1]);
+        const int low = HexValue(in[i + 2]);
         if (high < 0 || low < 0)
             return false;
         out.push_back(static_cast<char>(high * 16 + low));
@@ -46,7 +46,7 @@ bool NeedsEscape(unsigned char c)
     return c <= 0x20 || c >= 0x7F || std::strchr("\"%<>\\^`{|}", c) != nullptr;
 }
 
-std::string Escape(std::string const& in)
+std::string Escape(const std::string& in)
 {
     static constexpr char kHex[] = "0123456789ABCDEF";
     std::string out;
@@ -63,7 +63,7 @@ std::string Escape(std::string const& in)
     return out;
 }
 
-bool IsWebURL(std::string const& url)
+bool IsWebURL(const std::string& url)
 {
     std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> parsed(curl_url(), curl_url_cleanup);
     if (!parsed || curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), 0) != CURLUE_OK)
@@ -71,20 +71,20 @@ bool IsWebURL(std::string const& url)
     char* scheme = nullptr;
     if (curl_url_get(parsed.get(), CURLUPART_SCHEME, &scheme, 0) != CURLUE_OK)
         return false;
-    bool const web = std::strcmp(scheme, "http") == 0 || std::strcmp(scheme, "https") == 0;
+    const bool web = std::strcmp(scheme, "http") == 0 || std::strcmp(scheme, "https") == 0;
     curl_free(scheme);
     return web;
 }
 
 } // namespace
 
-bool KF_URL_Normalise(KF_String const& url, std::string& out)
+bool KF_URL_Normalise(const KF_String& url, std::string& out)
 {
     // The address travels as system-encoding text first; what that encoding cannot hold fails.
-    KF_CString const system = url.ToCStr(KF_String::Enc_System);
+    const KF_CString system = url.ToCStr(KF_String::Enc_System);
     if (system.bytes == nullptr)
         return false;
-    KF_CString const utf8 = KF_String(system.bytes, KF_String::Enc_System).ToCStr(KF_String::Enc_UTF8);
+    const KF_CString utf8 = KF_String(system.bytes, KF_String::Enc_System).ToCStr(KF_String::Enc_UTF8);
     if (utf8.bytes == nullptr)
         return false;
 

@@ -13,7 +13,7 @@ namespace {
 // "http://server" without a trailing "/", or the null string without a host override.
 KF_String OverrideBase()
 {
-    char const* server = HostServices::UpdateServer();
+    const char* server = HostServices::UpdateServer();
     if (server == nullptr || server[0] == 0)
         return KF_String();
     KF_String base(server);
@@ -34,13 +34,19 @@ KF_String ServerBase()
 
 } // namespace
 
-KF_String KF_AddonUpdate_VersionsFileURL() { return ServerBase() + "/update_plugins/versions16.txt"; }
+KF_String KF_AddonUpdate_VersionsFileURL()
+{
+    return ServerBase() + "/update_plugins/versions16.txt";
+}
 
-KF_String KF_AddonUpdate_UpdatePageURL() { return ServerBase() + "/update_plugins/updates.htm"; }
+KF_String KF_AddonUpdate_UpdatePageURL()
+{
+    return ServerBase() + "/update_plugins/updates.htm";
+}
 
 KF_String KF_AddonUpdate_WebSiteURL()
 {
-    KF_String const base = OverrideBase();
+    const KF_String base = OverrideBase();
     return base.IsNull() ? KF_String(sett_ADDON_WEB_SITE) : base + "/";
 }
 

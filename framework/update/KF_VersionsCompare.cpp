@@ -8,24 +8,27 @@ namespace kf::detail {
 
 namespace {
 
-KF_String const& TokenOrEmpty(KF_List<KF_String> const& tokens, long i)
+const KF_String& TokenOrEmpty(const KF_List<KF_String>& tokens, long i)
 {
-    static KF_String const empty("");
+    static const KF_String empty("");
     return i < tokens.GetCount() ? tokens[i] : empty;
 }
 
-bool Same(KF_String const& a, KF_String const& b) { return KF_String::Compare(a, 0, b, 0, 0) == 0; }
+bool Same(const KF_String& a, const KF_String& b)
+{
+    return KF_String::Compare(a, 0, b, 0, 0) == 0;
+}
 
 } // namespace
 
-KF_String KF_AddonUpdate_CheckText(char const* bytes, std::size_t size)
+KF_String KF_AddonUpdate_CheckText(const char* bytes, std::size_t size)
 {
     return KF_Text_BytesToString(std::string_view(bytes != nullptr ? bytes : "", bytes != nullptr ? size : 0),
                                  KF_String::Enc_System);
 }
 
 // Within one code, host-version token and major version only the release date decides.
-bool KF_AddonUpdate_CompareVersions(KF_String const& text, KF_String const& currentLine, bool& newer,
+bool KF_AddonUpdate_CompareVersions(const KF_String& text, const KF_String& currentLine, bool& newer,
                                     KF_String& serverVersion)
 {
     newer = false;
@@ -38,7 +41,7 @@ bool KF_AddonUpdate_CompareVersions(KF_String const& text, KF_String const& curr
     KF_List<KF_String> currentParts;
     TokenOrEmpty(current, 1).Split(currentParts, '.');
     KF_String currentDateToken = TokenOrEmpty(current, 3);
-    KF_String const currentDate = KF_AddonUpdate_FormatDate(currentDateToken);
+    const KF_String currentDate = KF_AddonUpdate_FormatDate(currentDateToken);
 
     serverVersion = "???";
     KF_List<KF_String> tokens;

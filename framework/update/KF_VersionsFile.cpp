@@ -21,8 +21,7 @@ bool KF_AddonUpdate_VersionsFileLocation(KF_Location& location)
 
 } // namespace kf::detail
 
-bool KF_AddonUpdate_ReadVersionsFile(KF_List<KF_AddonUpdate_Message>& messages,
-                                     KF_List<KF_AddonUpdate_Addon>& addons,
+bool KF_AddonUpdate_ReadVersionsFile(KF_List<KF_AddonUpdate_Message>& messages, KF_List<KF_AddonUpdate_Addon>& addons,
                                      KF_List<KF_AddonUpdate_Library>& libraries)
 {
     KF_Location location;

@@ -9,7 +9,7 @@ namespace {
 // Digit tests look at the narrow form of a piece and accept only the bytes "0" to "9".
 class Narrow {
 public:
-    explicit Narrow(KF_String const& s) : c_(s.ToCStr(KF_String::Enc_System)) {}
+    explicit Narrow(const KF_String& s) : c_(s.ToCStr(KF_String::Enc_System)) {}
     // Byte i, or 0 at and beyond the terminator.
     char At(unsigned int i) const
     {
@@ -24,7 +24,7 @@ public:
     {
         if (c_.bytes == nullptr)
             return true;
-        for (char const* p = c_.bytes; *p != 0; ++p)
+        for (const char* p = c_.bytes; *p != 0; ++p)
             if (!IsDigit(*p))
                 return false;
         return true;
@@ -37,9 +37,9 @@ private:
 };
 
 // "DD?MM?YYYY" at the start of the piece, "?" being "-" or "/"; what follows is not looked at.
-bool LooksLikeDate(KF_String const& piece)
+bool LooksLikeDate(const KF_String& piece)
 {
-    Narrow const n(piece);
+    const Narrow n(piece);
     if (!Narrow::IsDateSeparator(n.At(2)) || !Narrow::IsDateSeparator(n.At(5)))
         return false;
     for (unsigned int i : {0u, 1u, 3u, 4u, 6u, 7u, 8u, 9u})
@@ -48,16 +48,22 @@ bool LooksLikeDate(KF_String const& piece)
     return true;
 }
 
-long ToLong(KF_String const& s)
+long ToLong(const KF_String& s)
 {
-    KF_CString const c = s.ToCStr(KF_String::Enc_System);
+    const KF_CString c = s.ToCStr(KF_String::Enc_System);
     return KF_String::ToLong(c.bytes);
 }
 
 // Numbers beyond 16 bits keep their low 16 bits.
-unsigned short Low16(long value) { return static_cast<unsigned short>(static_cast<unsigned long>(value) & 0xFFFFu); }
+unsigned short Low16(long value)
+{
+    return static_cast<unsigned short>(static_cast<unsigned long>(value) & 0xFFFFu);
+}
 
-KF_String const& Token(KF_List<KF_String> const& tokens, long i) { return tokens[i]; }
+const KF_String& Token(const KF_List<KF_String>& tokens, long i)
+{
+    return tokens[i];
+}
 
 } // namespace
 
@@ -70,7 +76,7 @@ short KF_AddonUpdate_CheckVersionFormat(KF_List<KF_String>& tokens)
 {
     if (tokens.GetCount() < 2)
         return 0;
-    KF_String const& second = Token(tokens, 1);
+    const KF_String& second = Token(tokens, 1);
     if (second.GetLength() == 10 && LooksLikeDate(second))
         return 2;
     if (tokens.GetCount() < 4)
@@ -84,7 +90,7 @@ short KF_AddonUpdate_CheckVersionFormat(KF_List<KF_String>& tokens)
         if (!Narrow(parts[i]).AllDigits())
             return 0;
 
-    KF_String const& host = Token(tokens, 2);
+    const KF_String& host = Token(tokens, 2);
     if (!host.StartsWith(KF_String("(AC")) || host.GetLength() < 4 || host.UCharAt(host.GetLength() - 1) != ')')
         return 0;
     if (!Narrow(host.Substring(3, host.GetLength() - 4)).AllDigits())
@@ -103,7 +109,7 @@ void KF_AddonUpdate_SplitAddonVersion(KF_String line, KF_AddonUpdate_Addon& out)
     }
     KF_List<KF_String> tokens;
     line.SplitBySpaces(tokens);
-    long const n = tokens.GetCount();
+    const long n = tokens.GetCount();
     out.code = n > 0 ? tokens[0] : KF_String();
     out.versionText = n > 1 ? tokens[1] : KF_String();
 
@@ -115,7 +121,7 @@ void KF_AddonUpdate_SplitAddonVersion(KF_String line, KF_AddonUpdate_Addon& out)
     // The stored host version drops the last digit of "(ACn)": "(AC160)" is 16.
     out.hostVersion = 0;
     if (n > 2) {
-        KF_String const& host = tokens[2];
+        const KF_String& host = tokens[2];
         if (host.GetLength() > 5)
             out.hostVersion = Low16(ToLong(host.Substring(3, host.GetLength() - 5)));
     }
@@ -156,5 +162,4 @@ KF_AddonUpdate_Library::KF_AddonUpdate_Library() : name(""), date(""), dateText(
 
 KF_AddonUpdate_Addon::KF_AddonUpdate_Addon()
     : code(""), versionText(""), version{0, 0, 0, 0}, hostVersion(0), date(""), dateText(""), text("")
-{
-}
+{}

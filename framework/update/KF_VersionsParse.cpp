@@ -9,7 +9,10 @@
 namespace kf::detail {
 namespace {
 
-bool IsTextLine(KF_String const& line) { return line.StartsWith(KF_String("#")); }
+bool IsTextLine(const KF_String& line)
+{
+    return line.StartsWith(KF_String("#"));
+}
 
 } // namespace
 
@@ -20,9 +23,9 @@ KF_String KF_AddonUpdate_ReadText(long& lineIndex, KF_List<KF_String>& lines)
     std::vector<unsigned short> joined;
     ++lineIndex;
     while (lineIndex < lines.GetCount() && IsTextLine(lines[lineIndex])) {
-        KF_String const piece = lines[lineIndex].Substring(2);
-        unsigned short const* units = piece.Units();
-        unsigned int const count = units != nullptr ? piece.GetLength() : 0;
+        const KF_String piece = lines[lineIndex].Substring(2);
+        const unsigned short* units = piece.Units();
+        const unsigned int count = units != nullptr ? piece.GetLength() : 0;
         // An empty result is replaced rather than extended: leading empty text lines vanish.
         if (joined.empty()) {
             result = piece;
@@ -39,19 +42,18 @@ KF_String KF_AddonUpdate_ReadText(long& lineIndex, KF_List<KF_String>& lines)
     return KF_String(joined.data(), static_cast<unsigned int>(joined.size()));
 }
 
-void KF_AddonUpdate_ParseVersionsText(KF_String const& text, KF_List<KF_AddonUpdate_Message>& messages,
-                                      KF_List<KF_AddonUpdate_Addon>& addons,
-                                      KF_List<KF_AddonUpdate_Library>& libraries)
+void KF_AddonUpdate_ParseVersionsText(const KF_String& text, KF_List<KF_AddonUpdate_Message>& messages,
+                                      KF_List<KF_AddonUpdate_Addon>& addons, KF_List<KF_AddonUpdate_Library>& libraries)
 {
     KF_List<KF_String> lines;
     text.SplitLines(lines, true, true);
-    KF_String const comment("*");
-    KF_String const keyword("MESSAGE");
-    KF_String const web("http://");
+    const KF_String comment("*");
+    const KF_String keyword("MESSAGE");
+    const KF_String web("http://");
     KF_List<KF_String> tokens;
 
     for (long i = 0; i < lines.GetCount(); ++i) {
-        KF_String const& line = lines[i];
+        const KF_String& line = lines[i];
         if (line.StartsWith(comment))
             continue;
         line.SplitBySpaces(tokens);
@@ -60,8 +62,8 @@ void KF_AddonUpdate_ParseVersionsText(KF_String const& text, KF_List<KF_AddonUpd
             KF_AddonUpdate_Message message;
             message.firstDate = tokens.GetCount() >= 2 ? KF_AddonUpdate_FormatDate(tokens[1]) : KF_String("");
             message.secondDate = tokens.GetCount() >= 3 ? KF_AddonUpdate_FormatDate(tokens[2]) : KF_String("");
-            KF_String const body = KF_AddonUpdate_ReadText(i, lines);
-            unsigned int const at = body.IndexOf(web, 0);
+            const KF_String body = KF_AddonUpdate_ReadText(i, lines);
+            const unsigned int at = body.IndexOf(web, 0);
             if (at != KF_String::NotFound) {
                 message.text = body.Substring(0, at);
                 message.url = body.Substring(at);
@@ -95,8 +97,7 @@ void KF_AddonUpdate_ParseVersionsText(KF_String const& text, KF_List<KF_AddonUpd
     }
 }
 
-void KF_AddonUpdate_ParseVersionsBytes(char const* bytes, std::size_t size,
-                                       KF_List<KF_AddonUpdate_Message>& messages,
+void KF_AddonUpdate_ParseVersionsBytes(const char* bytes, std::size_t size, KF_List<KF_AddonUpdate_Message>& messages,
                                        KF_List<KF_AddonUpdate_Addon>& addons,
                                        KF_List<KF_AddonUpdate_Library>& libraries)
 {

@@ -21,14 +21,14 @@ void Check(bool condition)
 }
 
 // Names the files of the input may take: resources, icons, and names the scan must pass over.
-constexpr char const* kNames[] = {"strings.res", "32758.png", "icons/7.png", "sub/menus.res",
-                                  "0.png",       "readme.txt", "32768.png",  "x.png"};
+constexpr const char* kNames[] = {"strings.res", "32758.png",  "icons/7.png", "sub/menus.res",
+                                  "0.png",       "readme.txt", "32768.png",   "x.png"};
 
-std::filesystem::path const& Folder()
+const std::filesystem::path& Folder()
 {
     static std::filesystem::path const folder = [] {
-        std::filesystem::path made = std::filesystem::temp_directory_path() /
-                                     ("kf-fuzz-resources-" + std::to_string(::getpid()));
+        std::filesystem::path made =
+            std::filesystem::temp_directory_path() / ("kf-fuzz-resources-" + std::to_string(::getpid()));
         std::filesystem::create_directories(made);
         return made;
     }();
@@ -40,11 +40,11 @@ std::filesystem::path const& Folder()
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     namespace fs = std::filesystem;
-    fs::path const& folder = Folder();
+    const fs::path& folder = Folder();
     fs::remove_all(folder);
     fs::create_directories(folder);
     // Files are separated by a zero byte; the first byte of each picks its name.
-    std::string_view rest(reinterpret_cast<char const*>(data), size);
+    std::string_view rest(reinterpret_cast<const char*>(data), size);
     while (!rest.empty()) {
         std::size_t const end = rest.find('\0');
         std::string_view piece = rest.substr(0, end);
@@ -58,7 +58,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     try {
         kfhost::ResourceModule const module = kfhost::LoadResourceFolder(folder);
-        for (auto const& [id, icon] : module.icons) {
+        for (const auto& [id, icon] : module.icons) {
             Check(id >= 1 && icon.resID == id);
             Check(icon.width >= 1 && icon.width <= kfhost::kMaxIconSide);
             Check(icon.height >= 1 && icon.height <= kfhost::kMaxIconSide);

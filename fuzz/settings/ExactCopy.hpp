@@ -6,7 +6,7 @@
 #include <cstring>
 #include <memory>
 
-inline std::unique_ptr<char[]> ExactCopy(std::uint8_t const* data, std::size_t size)
+inline std::unique_ptr<char[]> ExactCopy(const std::uint8_t* data, std::size_t size)
 {
     std::unique_ptr<char[]> bytes(new char[size == 0 ? 1 : size]);
     if (size > 0) {

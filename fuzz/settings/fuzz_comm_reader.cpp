@@ -23,18 +23,18 @@ void CountEntries(std::string_view, std::string_view value, void* context)
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     if (size >= kf::detail::kSettingsBufferSize) {
         return 0;
     }
-    std::unique_ptr<char[]> const bytes = ExactCopy(data, size);
-    bool const loaded = kf::detail::KF_Comm_ReadMessage(bytes.get(), size);
+    const std::unique_ptr<char[]> bytes = ExactCopy(data, size);
+    const bool loaded = kf::detail::KF_Comm_ReadMessage(bytes.get(), size);
 
     std::string plain(bytes.get(), size);
     kf::detail::KF_Settings_SwapHalves(plain.data(), plain.size());
     Count count;
-    bool const complete = kf::detail::KF_Settings_ParsePlain(plain.data(), plain.size(), CountEntries, &count);
+    const bool complete = kf::detail::KF_Settings_ParsePlain(plain.data(), plain.size(), CountEntries, &count);
     if (loaded != (complete && count.entries == 1 && count.lastSaysTrue)) {
         std::abort();
     }

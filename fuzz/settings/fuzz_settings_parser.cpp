@@ -21,20 +21,20 @@ void Collect(std::string_view name, std::string_view value, void* context)
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     if (size >= kf::detail::kSettingsBufferSize) {
         return 0;
     }
-    std::unique_ptr<char[]> const bytes = ExactCopy(data, size);
+    const std::unique_ptr<char[]> bytes = ExactCopy(data, size);
 
     Entries first;
-    bool const complete = kf::detail::KF_Settings_ParsePlain(bytes.get(), size, Collect, &first);
+    const bool complete = kf::detail::KF_Settings_ParsePlain(bytes.get(), size, Collect, &first);
 
     // Whatever the parser gives, the writer can hold: its values never end in a line break of
     // their own.
     std::string text;
-    for (auto const& [name, value] : first) {
+    for (const auto& [name, value] : first) {
         if (!kf::detail::KF_Settings_AppendPlain(text, name, value)) {
             std::abort();
         }

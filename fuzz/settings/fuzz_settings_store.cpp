@@ -52,25 +52,25 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     fs::path const store = host.FrameworkFolder() / "Quadrelle.cfg";
     fs::path const aside = store.string() + ".unreadable";
     fs::remove(aside);
-    kftest::WriteFile(store, std::string_view(reinterpret_cast<char const*>(data), size));
+    kftest::WriteFile(store, std::string_view(reinterpret_cast<const char*>(data), size));
     kf::detail::KF_AddonSettings_Forget(kShared);
 
-    bool const loaded = KF_AddonSettings_Load(kShared, false);
-    std::vector<std::string> const before = Entries();
+    const bool loaded = KF_AddonSettings_Load(kShared, false);
+    const std::vector<std::string> before = Entries();
     // An edit that the format may not hold exactly, taken from the input itself.
-    bool const edited = size > 0 && data[0] % 3 == 0;
+    const bool edited = size > 0 && data[0] % 3 == 0;
     if (edited)
         KF_AddonSettings_Set(
             kShared, KF_String("k"),
-            kf::detail::KF_Text_BytesToString(std::string_view(reinterpret_cast<char const*>(data), size / 2),
+            kf::detail::KF_Text_BytesToString(std::string_view(reinterpret_cast<const char*>(data), size / 2),
                                               KF_String::Enc_System),
             true);
-    bool const saved = KF_AddonSettings_Save(kShared);
+    const bool saved = KF_AddonSettings_Save(kShared);
     // Only a store grown past the file limit may refuse to be saved.
     Check(saved || edited || size >= 100000);
     if (saved) {
         if (!loaded)
-            Check(kftest::ReadFile(aside) == std::string(reinterpret_cast<char const*>(data), size));
+            Check(kftest::ReadFile(aside) == std::string(reinterpret_cast<const char*>(data), size));
         // What was written always loads, and a second save writes the same bytes.
         std::string const written = kftest::ReadFile(store);
         kf::detail::KF_AddonSettings_Forget(kShared);
@@ -80,7 +80,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         Check(KF_AddonSettings_Save(kShared));
         Check(kftest::ReadFile(store) == written);
     }
-    for (auto const& entry : fs::directory_iterator(host.FrameworkFolder()))
+    for (const auto& entry : fs::directory_iterator(host.FrameworkFolder()))
         Check(entry.path().filename().string().find("kftmp") == std::string::npos);
     return 0;
 }

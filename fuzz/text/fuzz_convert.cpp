@@ -14,16 +14,16 @@ namespace {
 struct Result {
     long code;
     std::string bytes;
-    bool operator==(Result const&) const = default;
+    bool operator==(const Result&) const = default;
 };
 
-Result Run(bool fast, bool vector, KF_String::Encoding from, std::vector<char> const& src, long srcBytes,
+Result Run(bool fast, bool vector, KF_String::Encoding from, const std::vector<char>& src, long srcBytes,
            KF_String::Encoding to, long room, bool terminate, bool lossy)
 {
     kf::detail::text::SetFastPathsEnabled(fast);
     kf::detail::text::SetVectorPathsEnabled(vector);
     std::vector<char> dst(room > 0 ? std::size_t(room) : 1, '\x5A');
-    long const code = KF_String::ConvertChangeEncoding(from, src.data(), srcBytes, to, room < 0 ? nullptr : dst.data(),
+    const long code = KF_String::ConvertChangeEncoding(from, src.data(), srcBytes, to, room < 0 ? nullptr : dst.data(),
                                                        room, terminate, lossy);
     kf::detail::text::SetFastPathsEnabled(true);
     kf::detail::text::SetVectorPathsEnabled(true);
@@ -33,29 +33,33 @@ Result Run(bool fast, bool vector, KF_String::Encoding from, std::vector<char> c
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     textfuzz::Input in(data, size);
     KF_String::Encoding const from = in.Encoding();
     KF_String::Encoding const to = in.Encoding();
     std::uint8_t const flags = in.Byte();
-    bool const lossy = (flags & 1) != 0;
-    bool const terminate = (flags & 2) != 0;
-    bool const terminated = (flags & 4) != 0;  // pass 0 bytes: the source is read to its terminator
+    const bool lossy = (flags & 1) != 0;
+    const bool terminate = (flags & 2) != 0;
+    const bool terminated = (flags & 4) != 0; // pass 0 bytes: the source is read to its terminator
     GS::SetApplicationTextEncoding((flags & 8) != 0 ? GS::AppTextEncoding::MacRoman : GS::AppTextEncoding::UTF8);
 
     std::vector<char> src(in.Rest(), in.Rest() + in.RestSize());
-    long const srcBytes = terminated ? ((flags & 16) != 0 ? -1 : 0) : long(src.size());
-    src.insert(src.end(), 8, '\0');  // a whole zero unit of every size, wherever the units fall
+    const long srcBytes = terminated ? ((flags & 16) != 0 ? -1 : 0) : long(src.size());
+    src.insert(src.end(), 8, '\0'); // a whole zero unit of every size, wherever the units fall
 
-    Result const measured = Run(true, true, from, src, srcBytes, to, -1, terminate, lossy);
-    textfuzz::Check(measured == Run(false, true, from, src, srcBytes, to, -1, terminate, lossy), "measure: fast vs platform");
-    textfuzz::Check(measured == Run(true, false, from, src, srcBytes, to, -1, terminate, lossy), "measure: vector vs scalar");
-    long const exact = measured.code > 0 ? measured.code : 16;
+    const Result measured = Run(true, true, from, src, srcBytes, to, -1, terminate, lossy);
+    textfuzz::Check(measured == Run(false, true, from, src, srcBytes, to, -1, terminate, lossy),
+                    "measure: fast vs platform");
+    textfuzz::Check(measured == Run(true, false, from, src, srcBytes, to, -1, terminate, lossy),
+                    "measure: vector vs scalar");
+    const long exact = measured.code > 0 ? measured.code : 16;
     for (long room : {exact, exact - 1, long(0), exact + 7}) {
-        Result const fast = Run(true, true, from, src, srcBytes, to, room, terminate, lossy);
-        textfuzz::Check(fast == Run(false, true, from, src, srcBytes, to, room, terminate, lossy), "convert: fast vs platform");
-        textfuzz::Check(fast == Run(true, false, from, src, srcBytes, to, room, terminate, lossy), "convert: vector vs scalar");
+        const Result fast = Run(true, true, from, src, srcBytes, to, room, terminate, lossy);
+        textfuzz::Check(fast == Run(false, true, from, src, srcBytes, to, room, terminate, lossy),
+                        "convert: fast vs platform");
+        textfuzz::Check(fast == Run(true, false, from, src, srcBytes, to, room, terminate, lossy),
+                        "convert: vector vs scalar");
         if (measured.code >= 0 && room >= measured.code) {
             textfuzz::Check(fast.code == measured.code, "a measured size is the size used");
         }

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     textfuzz::Input in(data, size);
     std::size_t const opCount = in.Byte() % 64;
@@ -18,9 +18,9 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     }
     // Latin-1 makes every byte one unit; the last byte of the ops picks UTF-16 units instead.
     // A terminated copy: a length of 0 means "up to the terminator" to the constructor below.
-    std::string const restText(reinterpret_cast<char const*>(in.Rest()), in.RestSize());
-    char const* rest = restText.c_str();
-    unsigned int const restSize = unsigned(restText.size());
+    std::string const restText(reinterpret_cast<const char*>(in.Rest()), in.RestSize());
+    const char* rest = restText.c_str();
+    const unsigned int restSize = unsigned(restText.size());
     KF_String text;
     if (!ops.empty() && (ops.back() & 1) != 0) {
         std::vector<unsigned short> units(restSize / 2);
@@ -32,48 +32,56 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         text = KF_String(rest, restSize, KF_String::Enc_ISOLatin1);
     }
 
-    static char const* const needles[] = {"*/", "\"", "/*", "\xC3\xA9", "a", "\r\n", " "};
+    static const char* const needles[] = {"*/", "\"", "/*", "\xC3\xA9", "a", "\r\n", " "};
     KF_Text_Scanner scanner;
     scanner.Set(text);
     textfuzz::Check(scanner.length == text.GetLength(), "the scanner copies the whole text");
     for (std::size_t k = 0; k + 1 < ops.size(); k += 2) {
         std::uint8_t const op = ops[k];
         std::uint8_t const arg = ops[k + 1];
-        bool const advance = (op & 0x80) != 0;
-        short const mode = short(arg % 5);
+        const bool advance = (op & 0x80) != 0;
+        const short mode = short(arg % 5);
         std::uint64_t const before = scanner.position;
         switch (op % 9) {
-            case 0: scanner.ReadLine((arg & 1) != 0, advance); break;
-            case 1: scanner.ReadToken(mode, advance); break;
-            case 2: {
-                long value = 0;
-                scanner.ReadLong(value, mode, advance);
-                break;
-            }
-            case 3: {
-                KF_String value;
-                scanner.ReadDoubleQuotedString(value, mode, advance);
-                break;
-            }
-            case 4: {
-                KF_String token = scanner.ReadToken(mode, false);
-                scanner.IsInteger(token);
-                break;
-            }
-            case 5: {
-                std::uint64_t const reached = scanner.SkipSpacesTabsEOLsComments(advance);
-                textfuzz::Check(reached <= scanner.length, "the skip ends inside the text");
-                break;
-            }
-            case 6: {
-                unsigned long const from = (arg & 1) != 0 ? static_cast<unsigned long>(scanner.position) : arg;
-                KF_String::Encoding const enc = (arg & 2) != 0 ? KF_String::Enc_UTF8 : KF_String::Enc_ISOLatin1;
-                std::uint64_t const found = scanner.FindText(needles[(arg >> 2) % 7], from, advance, enc);
-                textfuzz::Check(found == KF_Text_Scanner::NotFound || found < scanner.length, "a match lies inside");
-                break;
-            }
-            case 7: scanner.position = scanner.length > 0 ? arg % (scanner.length + 1) : 0; break;
-            default: scanner.Set(scanner.ReadLine(true, false)); break;
+        case 0:
+            scanner.ReadLine((arg & 1) != 0, advance);
+            break;
+        case 1:
+            scanner.ReadToken(mode, advance);
+            break;
+        case 2: {
+            long value = 0;
+            scanner.ReadLong(value, mode, advance);
+            break;
+        }
+        case 3: {
+            KF_String value;
+            scanner.ReadDoubleQuotedString(value, mode, advance);
+            break;
+        }
+        case 4: {
+            KF_String token = scanner.ReadToken(mode, false);
+            scanner.IsInteger(token);
+            break;
+        }
+        case 5: {
+            std::uint64_t const reached = scanner.SkipSpacesTabsEOLsComments(advance);
+            textfuzz::Check(reached <= scanner.length, "the skip ends inside the text");
+            break;
+        }
+        case 6: {
+            const unsigned long from = (arg & 1) != 0 ? static_cast<unsigned long>(scanner.position) : arg;
+            KF_String::Encoding const enc = (arg & 2) != 0 ? KF_String::Enc_UTF8 : KF_String::Enc_ISOLatin1;
+            std::uint64_t const found = scanner.FindText(needles[(arg >> 2) % 7], from, advance, enc);
+            textfuzz::Check(found == KF_Text_Scanner::NotFound || found < scanner.length, "a match lies inside");
+            break;
+        }
+        case 7:
+            scanner.position = scanner.length > 0 ? arg % (scanner.length + 1) : 0;
+            break;
+        default:
+            scanner.Set(scanner.ReadLine(true, false));
+            break;
         }
         textfuzz::Check(scanner.position <= scanner.length, "the cursor stays within the text");
         if (!advance && op % 9 <= 6) {

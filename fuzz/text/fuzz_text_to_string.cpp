@@ -13,35 +13,35 @@ struct Outcome {
     KF_String::Encoding found;
     bool null;
     std::vector<unsigned short> units;
-    bool operator==(Outcome const&) const = default;
+    bool operator==(const Outcome&) const = default;
 };
 
-Outcome Decode(bool fast, std::uint8_t const* bytes, unsigned int size, bool detect, KF_String::Encoding fallback)
+Outcome Decode(bool fast, const std::uint8_t* bytes, unsigned int size, bool detect, KF_String::Encoding fallback)
 {
     kf::detail::text::SetFastPathsEnabled(fast);
     KF_String s;
     KF_String::Encoding const found =
-        KF_String::TextToString(s, reinterpret_cast<char const*>(bytes), size, detect, fallback);
+        KF_String::TextToString(s, reinterpret_cast<const char*>(bytes), size, detect, fallback);
     kf::detail::text::SetFastPathsEnabled(true);
     return {found, s.IsNull(), std::vector<unsigned short>(s.Units(), s.Units() + s.GetLength())};
 }
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     textfuzz::Input in(data, size);
     std::uint8_t const flags = in.Byte();
     KF_String::Encoding const fallback = in.Encoding();
-    bool const detect = (flags & 1) != 0;
+    const bool detect = (flags & 1) != 0;
     GS::SetApplicationTextEncoding((flags & 2) != 0 ? GS::AppTextEncoding::MacRoman : GS::AppTextEncoding::UTF8);
     // An exact-size copy, so that any read past the text is caught.
-    std::vector<std::uint8_t> const text(in.Rest(), in.Rest() + in.RestSize());
-    Outcome const fast = Decode(true, text.data(), unsigned(text.size()), detect, fallback);
+    const std::vector<std::uint8_t> text(in.Rest(), in.Rest() + in.RestSize());
+    const Outcome fast = Decode(true, text.data(), unsigned(text.size()), detect, fallback);
     textfuzz::Check(fast == Decode(false, text.data(), unsigned(text.size()), detect, fallback), "fast vs platform");
     if (!detect) {
         KF_String::Encoding bomEncoding = KF_String::Enc_None;
-        bool const hasBom = KF_String::DetectBOM(text.data(), unsigned(text.size()), bomEncoding) > 0;
+        const bool hasBom = KF_String::DetectBOM(text.data(), unsigned(text.size()), bomEncoding) > 0;
         textfuzz::Check(fast.found == (hasBom ? bomEncoding : fallback), "without detection: the mark or the fallback");
     }
     GS::SetApplicationTextEncoding(GS::AppTextEncoding::UTF8);

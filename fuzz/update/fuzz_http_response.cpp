@@ -36,7 +36,7 @@ void Check(bool condition)
 void IsolateNetwork()
 {
     Check(::unshare(CLONE_NEWNET) == 0);
-    int const fd = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    const int fd = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     ifreq request{};
     std::snprintf(request.ifr_name, IFNAMSIZ, "lo");
     Check(fd >= 0 && ::ioctl(fd, SIOCGIFFLAGS, &request) == 0);
@@ -47,9 +47,9 @@ void IsolateNetwork()
 
 // And absolute or scheme-relative addresses are broken besides: every "//" and ":/" of the input
 // loses its slash, so that a redirect can only lead back to this server.
-std::string Contained(std::uint8_t const* data, std::size_t size)
+std::string Contained(const std::uint8_t* data, std::size_t size)
 {
-    std::string answer(reinterpret_cast<char const*>(data), size);
+    std::string answer(reinterpret_cast<const char*>(data), size);
     for (std::size_t at = answer.find('/', 1); at != std::string::npos; at = answer.find('/', at + 1))
         if (answer[at - 1] == '/' || answer[at - 1] == ':')
             answer[at] = '_';
@@ -85,7 +85,7 @@ private:
             pollfd ready{listener_, POLLIN, 0};
             if (::poll(&ready, 1, 20) <= 0)
                 continue;
-            int const client = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+            const int client = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
             if (client < 0)
                 continue;
             // The request up to its blank line, then the answer, then the end of the connection.
@@ -95,7 +95,7 @@ private:
                 pollfd in{client, POLLIN, 0};
                 if (stop_ || ::poll(&in, 1, 200) <= 0)
                     break;
-                ssize_t const n = ::recv(client, buffer, sizeof buffer, 0);
+                const ssize_t n = ::recv(client, buffer, sizeof buffer, 0);
                 if (n <= 0)
                     break;
                 request.append(buffer, std::size_t(n));
@@ -155,14 +155,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         LoopbackServer server(Contained(data, size));
         std::string const url = "http://127.0.0.1:" + std::to_string(server.Port()) + "/file";
         Check(KF_General::URLDownload(KF_String(url.c_str(), KF_String::Enc_UTF8),
-                                      KF_Location(KF_String(target.c_str(), KF_String::Enc_UTF8)), CallBack,
-                                      &outcome, kLimit));
+                                      KF_Location(KF_String(target.c_str(), KF_String::Enc_UTF8)), CallBack, &outcome,
+                                      kLimit));
         Check(host.RunUntil([&] { return outcome.ends > 0; }, 10.0));
     }
     host.RunLoop(0.0);
     Check(outcome.ends == 1 && outcome.opened <= 1);
     std::size_t entries = 0;
-    for (auto const& entry : std::filesystem::directory_iterator(host.TempDir()))
+    for (const auto& entry : std::filesystem::directory_iterator(host.TempDir()))
         entries += entry.path().filename().string().rfind("download.bin", 0) == 0 ? 1 : 0;
     if (outcome.last == KF_URL_Done) {
         Check(entries == 1 && std::filesystem::file_size(target) <= kLimit);

@@ -14,7 +14,10 @@ void Check(bool condition)
 }
 
 // A "YYYYMMDD" field is cut from at most eight characters of its token.
-void CheckDate(KF_String const& date) { Check(date.GetLength() <= 8); }
+void CheckDate(const KF_String& date)
+{
+    Check(date.GetLength() <= 8);
+}
 
 } // namespace
 
@@ -23,7 +26,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     KF_List<KF_AddonUpdate_Message> messages;
     KF_List<KF_AddonUpdate_Addon> addons;
     KF_List<KF_AddonUpdate_Library> libraries;
-    kf::detail::KF_AddonUpdate_ParseVersionsBytes(reinterpret_cast<char const*>(data), size, messages, addons,
+    kf::detail::KF_AddonUpdate_ParseVersionsBytes(reinterpret_cast<const char*>(data), size, messages, addons,
                                                   libraries);
 
     // Every entry needs a head line of its own.
@@ -42,7 +45,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         Check(libraries[i].dateText.GetLength() == 10);
     }
     for (long i = 0; i < addons.GetCount(); ++i) {
-        KF_AddonUpdate_Addon const& addon = addons[i];
+        const KF_AddonUpdate_Addon& addon = addons[i];
         CheckDate(addon.date);
         Check(addon.dateText.GetLength() >= 10);
         for (long k = 0; k < addon.languages.GetCount(); ++k)

@@ -17,8 +17,8 @@ struct StageRequest {
 };
 
 struct StageResult {
-    std::vector<std::filesystem::path> read;    // every file and folder looked at (a depfile's list)
-    std::vector<std::string> packSkipped;       // framework resources the add-on brings itself
+    std::vector<std::filesystem::path> read; // every file and folder looked at (a depfile's list)
+    std::vector<std::string> packSkipped;    // framework resources the add-on brings itself
 };
 
 // The folder in the bundle that holds what the framework's pack adds.

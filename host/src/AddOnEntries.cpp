@@ -6,7 +6,10 @@
 
 namespace kfhost::detail {
 
-AddOn& Self(KF_HostContext* context) { return *reinterpret_cast<AddOn*>(context); }
+AddOn& Self(KF_HostContext* context)
+{
+    return *reinterpret_cast<AddOn*>(context);
+}
 
 std::u16string Text(const KF_UChar* units, std::int32_t length)
 {
@@ -21,11 +24,17 @@ void Emit(const KF_StringOut* out, std::u16string_view text)
         out->sink(out->sinkData, reinterpret_cast<const KF_UChar*>(text.data()), std::int32_t(text.size()));
 }
 
-std::string PathOf(const KF_UChar* units, std::int32_t length) { return ToUTF8(Text(units, length)); }
+std::string PathOf(const KF_UChar* units, std::int32_t length)
+{
+    return ToUTF8(Text(units, length));
+}
 
 namespace {
 
-std::int32_t GetTextEncoding(KF_HostContext* c) { return HostOf(c).Config().textEncoding; }
+std::int32_t GetTextEncoding(KF_HostContext* c)
+{
+    return HostOf(c).Config().textEncoding;
+}
 
 KF_Err GetReleaseNumber(KF_HostContext* c, KF_ServerInfo* info)
 {
@@ -58,7 +67,10 @@ KF_Err GetOwnModulID(KF_HostContext* c, KF_ModulID* out)
     return KF_NOERROR;
 }
 
-void KeepInMemory(KF_HostContext* c, std::int32_t keep) { Self(c).keepInMemory = keep != 0; }
+void KeepInMemory(KF_HostContext* c, std::int32_t keep)
+{
+    Self(c).keepInMemory = keep != 0;
+}
 
 KF_Err RegisterMenu(KF_HostContext* c, std::int16_t menuResID, std::int16_t promptResID, std::int32_t posCode,
                     std::uint32_t flags)
@@ -75,8 +87,8 @@ KF_Err RegisterMenu(KF_HostContext* c, std::int16_t menuResID, std::int16_t prom
     menu.owner = &self;
     menu.title = tmpl->title;
     for (const MenuItemTemplate& item : tmpl->items)
-        menu.items.push_back(
-            MenuItemState{item.text, (item.disabled ? kMenuItemDisabled : 0u) | (item.checked ? kMenuItemChecked : 0u)});
+        menu.items.push_back(MenuItemState{item.text, (item.disabled ? kMenuItemDisabled : 0u) |
+                                                          (item.checked ? kMenuItemChecked : 0u)});
     self.host->RegisterMenu(std::move(menu));
     return KF_NOERROR;
 }
@@ -97,8 +109,8 @@ KF_Err InstallMenuHandler(KF_HostContext* c, std::int16_t menuResID, KF_MenuProc
     return KF_NOERROR;
 }
 
-KF_Err InstallModulCommandHandler(KF_HostContext* c, std::uint32_t cmd, std::int32_t version,
-                                  KF_ModulCommandProc proc, void* cookie)
+KF_Err InstallModulCommandHandler(KF_HostContext* c, std::uint32_t cmd, std::int32_t version, KF_ModulCommandProc proc,
+                                  void* cookie)
 {
     if (!proc)
         return KF_APIERR_BADPARS;
@@ -122,8 +134,8 @@ KF_Err CommandTest(KF_HostContext* c, const KF_ModulID* mdid, std::uint32_t cmd,
     return known ? KF_APIERR_MODULCMDNOTSUPPORTED : KF_APIERR_MODULNOTINSTALLED;
 }
 
-KF_Err CommandCall(KF_HostContext* c, const KF_ModulID* mdid, std::uint32_t cmd, std::int32_t version,
-                   void* params, char* resultData, std::int32_t silent)
+KF_Err CommandCall(KF_HostContext* c, const KF_ModulID* mdid, std::uint32_t cmd, std::int32_t version, void* params,
+                   char* resultData, std::int32_t silent)
 {
     if (!mdid)
         return KF_APIERR_BADPARS;
@@ -177,9 +189,15 @@ std::int32_t UseOwnResModule(KF_HostContext* c)
     return previous;
 }
 
-void ResetResModule(KF_HostContext* c, std::int32_t previous) { HostOf(c).SetCurrentResModule(previous); }
+void ResetResModule(KF_HostContext* c, std::int32_t previous)
+{
+    HostOf(c).SetCurrentResModule(previous);
+}
 
-std::int32_t GetOwnResModule(KF_HostContext* c) { return Self(c).resModule; }
+std::int32_t GetOwnResModule(KF_HostContext* c)
+{
+    return Self(c).resModule;
+}
 
 std::int32_t GetResString(KF_HostContext* c, std::int16_t resID, std::int16_t index, const KF_StringOut* out)
 {

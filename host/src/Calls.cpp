@@ -59,7 +59,10 @@ void Arm()
     ::alarm(top && !top->host ? sWatch.timeoutSeconds : 0);
 }
 
-void Say(const char* text) { [[maybe_unused]] auto n = ::write(STDERR_FILENO, text, std::strlen(text)); }
+void Say(const char* text)
+{
+    [[maybe_unused]] auto n = ::write(STDERR_FILENO, text, std::strlen(text));
+}
 
 void SayNumber(unsigned value)
 {
@@ -114,7 +117,10 @@ void SetCallWatch(CallWatch watch)
     Arm();
 }
 
-const CallWatch& CurrentCallWatch() { return sWatch; }
+const CallWatch& CurrentCallWatch()
+{
+    return sWatch;
+}
 
 void InstallCallReports()
 {

@@ -6,7 +6,10 @@
 namespace kfhost::detail {
 namespace {
 
-Dialog* Find(KF_HostContext* c, std::int16_t dialID) { return HostOf(c).Dialogs().Find(dialID); }
+Dialog* Find(KF_HostContext* c, std::int16_t dialID)
+{
+    return HostOf(c).Dialogs().Find(dialID);
+}
 
 DialogItem* FindItem(KF_HostContext* c, std::int16_t dialID, std::int16_t item)
 {
@@ -76,7 +79,10 @@ std::int16_t ModelessInit(KF_HostContext* c, std::int32_t resModule, std::int16_
     return HostOf(c).Dialogs().ModelessInit(Self(c), owner->resModule, *tmpl, proc, cookie, userData, refID);
 }
 
-void ShowModeless(KF_HostContext* c, std::int16_t dialID, std::int16_t) { HostOf(c).Dialogs().ShowModeless(dialID); }
+void ShowModeless(KF_HostContext* c, std::int16_t dialID, std::int16_t)
+{
+    HostOf(c).Dialogs().ShowModeless(dialID);
+}
 
 void ModelessClose(KF_HostContext* c, std::int16_t dialID)
 {
@@ -167,7 +173,10 @@ std::int32_t IsItemEnabled(KF_HostContext* c, std::int16_t dialID, std::int16_t 
     return ItemFlag(c, dialID, item, &DialogItem::enabled);
 }
 
-void RedrawItem(KF_HostContext* c, std::int16_t dialID, std::int16_t) { Touch(c, dialID); }
+void RedrawItem(KF_HostContext* c, std::int16_t dialID, std::int16_t)
+{
+    Touch(c, dialID);
+}
 
 void SetItemDraw(KF_HostContext* c, std::int16_t dialID, std::int16_t item, std::int32_t drawing)
 {
@@ -349,8 +358,8 @@ std::int32_t FileDialog(KF_HostContext* c, const KF_FileDialogRequest* request, 
     return 1;
 }
 
-std::int32_t FolderDialog(KF_HostContext* c, const KF_UChar* title, std::int32_t titleLength,
-                          const KF_UChar* folder, std::int32_t folderLength, const KF_StringOut* out)
+std::int32_t FolderDialog(KF_HostContext* c, const KF_UChar* title, std::int32_t titleLength, const KF_UChar* folder,
+                          std::int32_t folderLength, const KF_StringOut* out)
 {
     FolderRequest r{Text(title, titleLength), Text(folder, folderLength)};
     const auto answer = HostOf(c).Dialogs().Backend().ChooseFolder(r);

@@ -83,15 +83,17 @@ std::int16_t DialogManager::Send(Dialog& dialog, std::int16_t message, std::int1
         return message == MsgClose ? item : std::int16_t(0);
     ++callDepth_;
     const std::int16_t answer =
-        dialog.owner ? CallAddOn(*dialog.owner, *dialog.owner->host, "dialog handler " + std::to_string(dialog.resID), std::int16_t(0),
-                                 [&] { return dialog.proc(dialog.cookie, message, dialog.id, item, dialog.userData, msgData); })
-                     : dialog.proc(dialog.cookie, message, dialog.id, item, dialog.userData, msgData);
+        dialog.owner
+            ? CallAddOn(*dialog.owner, *dialog.owner->host, "dialog handler " + std::to_string(dialog.resID),
+                        std::int16_t(0),
+                        [&] { return dialog.proc(dialog.cookie, message, dialog.id, item, dialog.userData, msgData); })
+            : dialog.proc(dialog.cookie, message, dialog.id, item, dialog.userData, msgData);
     --callDepth_;
     return answer;
 }
 
-std::int16_t DialogManager::Modal(AddOn& owner, std::int32_t resModule, const DialogTemplate& tmpl,
-                                  KF_DialogProc proc, void* cookie, std::int64_t userData)
+std::int16_t DialogManager::Modal(AddOn& owner, std::int32_t resModule, const DialogTemplate& tmpl, KF_DialogProc proc,
+                                  void* cookie, std::int64_t userData)
 {
     Dialog& dialog = Create(owner, resModule, tmpl, proc, cookie, userData, true);
     const std::int16_t id = dialog.id;
@@ -111,8 +113,7 @@ std::int16_t DialogManager::Modal(AddOn& owner, std::int32_t resModule, const Di
 }
 
 std::int16_t DialogManager::ModelessInit(AddOn& owner, std::int32_t resModule, const DialogTemplate& tmpl,
-                                         KF_DialogProc proc, void* cookie, std::int64_t userData,
-                                         std::int16_t refID)
+                                         KF_DialogProc proc, void* cookie, std::int64_t userData, std::int16_t refID)
 {
     Dialog& dialog = Create(owner, resModule, tmpl, proc, cookie, userData, false);
     dialog.refID = refID;

@@ -8,10 +8,18 @@ namespace kfhost {
 namespace {
 
 constexpr std::array<std::pair<FileOp, std::string_view>, 13> kOps{{
-    {FileOp::Any, "any"},       {FileOp::Create, "create"}, {FileOp::Open, "open"},
-    {FileOp::Read, "read"},     {FileOp::Write, "write"},   {FileOp::Close, "close"},
-    {FileOp::Seek, "seek"},     {FileOp::Length, "length"}, {FileOp::Delete, "delete"},
-    {FileOp::Enumerate, "enumerate"}, {FileOp::Type, "type"}, {FileOp::Folder, "folder"},
+    {FileOp::Any, "any"},
+    {FileOp::Create, "create"},
+    {FileOp::Open, "open"},
+    {FileOp::Read, "read"},
+    {FileOp::Write, "write"},
+    {FileOp::Close, "close"},
+    {FileOp::Seek, "seek"},
+    {FileOp::Length, "length"},
+    {FileOp::Delete, "delete"},
+    {FileOp::Enumerate, "enumerate"},
+    {FileOp::Type, "type"},
+    {FileOp::Folder, "folder"},
     {FileOp::Move, "move"},
 }};
 

@@ -223,14 +223,27 @@ KF_Err FileOpen(KF_HostContext* c, const KF_UChar* units, std::int32_t length, s
         return KF_IOERR_BADLOCATION;
     int flags = O_CLOEXEC;
     switch (mode) {
-    case 0: flags |= O_RDONLY; break;
-    case 1: flags |= O_RDWR; break;
-    case 2: flags |= O_WRONLY | O_TRUNC; break;
-    case 3: flags |= O_RDWR | O_TRUNC; break;
-    case 4: flags |= O_WRONLY | O_APPEND; break;
+    case 0:
+        flags |= O_RDONLY;
+        break;
+    case 1:
+        flags |= O_RDWR;
+        break;
+    case 2:
+        flags |= O_WRONLY | O_TRUNC;
+        break;
+    case 3:
+        flags |= O_RDWR | O_TRUNC;
+        break;
+    case 4:
+        flags |= O_WRONLY | O_APPEND;
+        break;
     // A new file that this call creates: an entry of any kind at the path, even a symlink, refuses.
-    case KF_FILEMODE_CREATENEW: flags |= O_WRONLY | O_CREAT | O_EXCL; break;
-    default: return KF_APIERR_BADPARS;
+    case KF_FILEMODE_CREATENEW:
+        flags |= O_WRONLY | O_CREAT | O_EXCL;
+        break;
+    default:
+        return KF_APIERR_BADPARS;
     }
     if (mode == KF_FILEMODE_CREATENEW)
         if (const auto code = Fault(c, FileOp::Create, path))

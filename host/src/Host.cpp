@@ -25,8 +25,14 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string VersionText(unsigned major, unsigned minor) { return std::to_string(major) + "." + std::to_string(minor); }
-std::string HostVersionText() { return VersionText(KF_HOST_TABLE_MAJOR, KF_HOST_TABLE_MINOR); }
+std::string VersionText(unsigned major, unsigned minor)
+{
+    return std::to_string(major) + "." + std::to_string(minor);
+}
+std::string HostVersionText()
+{
+    return VersionText(KF_HOST_TABLE_MAJOR, KF_HOST_TABLE_MINOR);
+}
 
 // The record as far as this host knows it; fields the add-on's version lacks stay null.
 KF_AddOnEntry CopyEntry(const KF_AddOnEntry& record)
@@ -48,7 +54,8 @@ std::string RefusedVersion(const KF_AddOnEntry& entry)
     std::string missing;
     for (std::int32_t i = 0; entry.required && i < entry.requiredCount; ++i)
         if (entry.required[i].end > sizeof(KF_HostTable))
-            missing += (missing.empty() ? "" : ", ") + std::string(entry.required[i].name ? entry.required[i].name : "?");
+            missing +=
+                (missing.empty() ? "" : ", ") + std::string(entry.required[i].name ? entry.required[i].name : "?");
     if (!missing.empty())
         return "it was built against host table " + theirs + " and needs " + missing + ", which this host's table " +
                HostVersionText() + " does not have";
@@ -69,7 +76,10 @@ std::filesystem::path DefaultFrameworkFolder()
     return fs::temp_directory_path() / "kfhost" / "framework";
 }
 
-std::string AddOn::Label() const { return name.empty() ? bundlePath.filename().string() : name; }
+std::string AddOn::Label() const
+{
+    return name.empty() ? bundlePath.filename().string() : name;
+}
 
 bool AddOn::Serves(std::uint32_t cmd, std::int32_t version) const
 {
@@ -148,7 +158,10 @@ void Host::AddBuiltInLibrary(AddOn& addOn)
         builtInLibraries_.push_back(&addOn);
 }
 
-void Host::SetRunLoop(std::unique_ptr<RunLoop> loop) { loop_ = std::move(loop); }
+void Host::SetRunLoop(std::unique_ptr<RunLoop> loop)
+{
+    loop_ = std::move(loop);
+}
 
 void Host::FillTable(AddOn& addOn)
 {
@@ -254,9 +267,9 @@ LoadResult Host::Load(std::unique_ptr<AddOn> owned, const fs::path& named)
         CallAddOn(a, *this, "CheckEnvironment", std::int32_t(0), [&] { return entry.checkEnvironment(&envir); });
     a.name = ToUTF8(std::u16string_view(reinterpret_cast<const char16_t*>(envir.name),
                                         std::size_t(std::clamp(envir.nameLength, 0, KF_ENVIR_NAME_MAX))));
-    a.description = ToUTF8(std::u16string_view(
-        reinterpret_cast<const char16_t*>(envir.description),
-        std::size_t(std::clamp(envir.descriptionLength, 0, KF_ENVIR_DESCRIPTION_MAX))));
+    a.description =
+        ToUTF8(std::u16string_view(reinterpret_cast<const char16_t*>(envir.description),
+                                   std::size_t(std::clamp(envir.descriptionLength, 0, KF_ENVIR_DESCRIPTION_MAX))));
     if (type == 0)
         return refuse("its environment check answered 0 (it does not register in this host)");
     if (const KF_Err err = CallAddOnForCode(a, *this, "RegisterInterface", [&] { return entry.registerInterface(); });
@@ -306,7 +319,8 @@ LoadResult Host::LoadBundle(const fs::path& bundle)
         const std::string rebuild = "rebuild it against this host's sdk (host table " + HostVersionText() +
                                     ") with kf_add_addon(), which exports " KF_ADDON_ENTRY_SYMBOL;
         return refuse(tableOne ? "it was built for host table 1 (five loose entry symbols, no " KF_ADDON_ENTRY_SYMBOL
-                                 "): " + rebuild
+                                 "): " +
+                                     rebuild
                                : "it exports no " KF_ADDON_ENTRY_SYMBOL ": " + rebuild);
     }
     addOn->entry = CopyEntry(*static_cast<const KF_AddOnEntry*>(record));
@@ -323,9 +337,8 @@ std::vector<LoadResult> Host::LoadBundles(std::vector<fs::path> bundles)
         const fs::path n = p.lexically_normal();
         return n.filename().empty() ? n.parent_path().filename() : n.filename();
     };
-    std::sort(bundles.begin(), bundles.end(), [&](const fs::path& a, const fs::path& b) {
-        return name(a) < name(b) || (name(a) == name(b) && a < b);
-    });
+    std::sort(bundles.begin(), bundles.end(),
+              [&](const fs::path& a, const fs::path& b) { return name(a) < name(b) || (name(a) == name(b) && a < b); });
     std::vector<LoadResult> results;
     for (const auto& bundle : bundles)
         results.push_back(LoadBundle(bundle));
@@ -400,8 +413,8 @@ std::vector<LoadResult> Host::ReloadBundles()
     return LoadBundles(std::move(bundles));
 }
 
-std::int32_t Host::MenuCommand(std::int16_t menuResID, std::int32_t itemIndex, bool requireRegistered,
-                               std::string* why, AddOn* only)
+std::int32_t Host::MenuCommand(std::int16_t menuResID, std::int32_t itemIndex, bool requireRegistered, std::string* why,
+                               AddOn* only)
 {
     auto refuse = [&](std::string reason) {
         if (why)
@@ -458,7 +471,8 @@ std::int32_t Host::ModuleCommand(std::uint32_t cmd, std::int32_t version, const 
         if (it == a->commandHandlers.end())
             continue;
         const CommandHandler call = it->second;
-        return CallAddOnForCode(*a, *this, "module command " + Quote(FourCCText(cmd)) + " version " + std::to_string(version),
+        return CallAddOnForCode(*a, *this,
+                                "module command " + Quote(FourCCText(cmd)) + " version " + std::to_string(version),
                                 [&] { return call.proc(call.cookie, params, resultData, silent ? 1 : 0); });
     }
     const std::string name = Quote(FourCCText(cmd)) + " version " + std::to_string(version);

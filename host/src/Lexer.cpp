@@ -16,7 +16,10 @@ int ColumnOf(std::string_view line, std::size_t offset)
 
 namespace {
 
-bool IsSpace(char c) { return c == ' ' || c == '\t' || c == '\r'; }
+bool IsSpace(char c)
+{
+    return c == ' ' || c == '\t' || c == '\r';
+}
 
 // Columns of increasing offsets, counted on from the last one asked: a line is walked once, however
 // many tokens it holds.
@@ -94,10 +97,18 @@ std::vector<Token> Tokenize(std::string_view line)
                         break;
                     const char e = line[i + 1];
                     switch (e) {
-                    case '"': token.text.push_back('"'); break;
-                    case '\\': token.text.push_back('\\'); break;
-                    case 'n': token.text.push_back('\n'); break;
-                    case 't': token.text.push_back('\t'); break;
+                    case '"':
+                        token.text.push_back('"');
+                        break;
+                    case '\\':
+                        token.text.push_back('\\');
+                        break;
+                    case 'n':
+                        token.text.push_back('\n');
+                        break;
+                    case 't':
+                        token.text.push_back('\t');
+                        break;
                     default:
                         throw LexError(columns.At(i), std::string("unknown escape \\") + e);
                     }
@@ -131,8 +142,7 @@ std::vector<Token> Tokenize(std::string_view line)
         } else if (numeric) {
             const std::int64_t value = ParseNumber(word, column);
             tokens.push_back(Token{Token::Kind::Number, std::string(word), value, double(value), true, column});
-        }
-        else
+        } else
             tokens.push_back(Token{Token::Kind::Word, std::string(word), 0, 0, true, column});
         i = end;
     }

@@ -52,8 +52,7 @@ IconResource ReadIcon(const std::filesystem::path& file, std::int16_t resID)
     const auto* bytes = reinterpret_cast<const unsigned char*>(data.data());
     if (data.size() < 8 || !std::equal(kSignature, kSignature + 8, bytes))
         throw ResourceError(file.string(), 1, 1, "not a PNG image (bad signature)");
-    if (data.size() < 8 + 8 + 13 + 4 || BigEndian32(bytes + 8) != 13 ||
-        std::string_view(data.data() + 12, 4) != "IHDR")
+    if (data.size() < 8 + 8 + 13 + 4 || BigEndian32(bytes + 8) != 13 || std::string_view(data.data() + 12, 4) != "IHDR")
         throw ResourceError(file.string(), 1, 9, "not a PNG image (no IHDR header)");
     IconResource icon;
     icon.resID = resID;

@@ -10,9 +10,11 @@ namespace kfhost {
 
 ResourceError::ResourceError(std::string file, int line, int column, const std::string& message)
     : std::runtime_error(file + ":" + std::to_string(line) + ":" + std::to_string(column) + ": " + message),
-      file_(std::move(file)), line_(line), column_(column), message_(message)
-{
-}
+      file_(std::move(file)),
+      line_(line),
+      column_(column),
+      message_(message)
+{}
 
 namespace {
 
@@ -77,7 +79,7 @@ private:
     }
     [[noreturn]] void ErrorAtEnd(const std::string& message)
     {
-        throw ResourceError(file_, line_, detail::ColumnOf(lineText_, lineText_.size()) , message);
+        throw ResourceError(file_, line_, detail::ColumnOf(lineText_, lineText_.size()), message);
     }
 
     bool More() const { return pos_ < tokens_.size(); }
@@ -183,8 +185,8 @@ private:
         if (block_ == Block::Dialog) {
             const DialogTemplate& d = module_.dialogs[resID_];
             if (d.cancelItem > std::int16_t(d.items.size()))
-                Error(tokens_[0], "cancel item " + std::to_string(d.cancelItem) + " of " + blockName_ +
-                                      " does not exist");
+                Error(tokens_[0],
+                      "cancel item " + std::to_string(d.cancelItem) + " of " + blockName_ + " does not exist");
         }
         block_ = Block::None;
     }

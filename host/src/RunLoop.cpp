@@ -17,7 +17,10 @@ std::int64_t PollRunLoop::AddTimer(double seconds, TimerFn fn)
     return id;
 }
 
-void PollRunLoop::RemoveTimer(std::int64_t timer) { timers_.erase(timer); }
+void PollRunLoop::RemoveTimer(std::int64_t timer)
+{
+    timers_.erase(timer);
+}
 
 std::int64_t PollRunLoop::AddWatch(int fd, std::uint32_t events, WatchFn fn)
 {
@@ -27,7 +30,10 @@ std::int64_t PollRunLoop::AddWatch(int fd, std::uint32_t events, WatchFn fn)
     return id;
 }
 
-void PollRunLoop::RemoveWatch(std::int64_t watch) { watches_.erase(watch); }
+void PollRunLoop::RemoveWatch(std::int64_t watch)
+{
+    watches_.erase(watch);
+}
 
 double PollRunLoop::Now() const
 {
@@ -95,7 +101,7 @@ void PollRunLoop::RunFor(double seconds)
                 readyEvents |= it->second.events & Writable;
             if (readyEvents == 0)
                 readyEvents = it->second.events; // an error on a watch of neither kind
-            WatchFn fn = it->second.fn; // the callback may replace or remove its own watch
+            WatchFn fn = it->second.fn;          // the callback may replace or remove its own watch
             fn(ids[i], fds[i].fd, readyEvents);
         }
     }

@@ -11,7 +11,10 @@
 namespace kfhost::detail {
 
 AddOn& Self(KF_HostContext* context);
-inline Host& HostOf(KF_HostContext* context) { return *Self(context).host; }
+inline Host& HostOf(KF_HostContext* context)
+{
+    return *Self(context).host;
+}
 
 std::u16string Text(const KF_UChar* units, std::int32_t length);
 void Emit(const KF_StringOut* out, std::u16string_view text);

@@ -51,7 +51,10 @@ void RemoveWatch(KF_HostContext* c, std::int64_t watch)
         HostOf(c).Loop().RemoveWatch(watch);
 }
 
-double Now(KF_HostContext* c) { return HostOf(c).Loop().Now(); }
+double Now(KF_HostContext* c)
+{
+    return HostOf(c).Loop().Now();
+}
 
 KF_Err SpawnDetached(KF_HostContext* c, const char* const* argv)
 {

@@ -21,9 +21,9 @@ std::string ToUTF8(std::u16string_view utf16)
 
 std::optional<std::size_t> FindInvalidUTF8(std::string_view utf8)
 {
-    auto const* const begin = reinterpret_cast<const unsigned char*>(utf8.data());
-    auto const* const end = begin + utf8.size();
-    for (auto const* p = begin; p < end;) {
+    const auto* const begin = reinterpret_cast<const unsigned char*>(utf8.data());
+    const auto* const end = begin + utf8.size();
+    for (const auto* p = begin; p < end;) {
         char32_t cp = 0;
         int bad = 1;
         const int len = kfsdk::DecodeUTF8One(p, end, cp, bad);
@@ -50,7 +50,10 @@ std::string Quote(std::string_view utf8)
     return out;
 }
 
-std::string Quote(std::u16string_view utf16) { return Quote(ToUTF8(utf16)); }
+std::string Quote(std::u16string_view utf16)
+{
+    return Quote(ToUTF8(utf16));
+}
 
 std::string FourCCText(std::uint32_t code)
 {

@@ -170,7 +170,7 @@ int main(int argc, char** argv)
         session.reset();
     } else
 #endif
-    if (!script.empty()) {
+        if (!script.empty()) {
         runner.Append(scriptText, source);
         runner.RunAll();
         finish();

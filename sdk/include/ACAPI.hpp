@@ -10,7 +10,7 @@
 // ---- environment and registration --------------------------------------------------------
 
 enum API_ServerApplicationTypeID : Int32 {
-    APIAppl_MainID = 0,      // the main application: the only host in which add-ons register
+    APIAppl_MainID = 0, // the main application: the only host in which add-ons register
     APIAppl_PlotterID = 1,
     APIAppl_ServerID = 2
 };
@@ -20,7 +20,7 @@ struct API_ServerInfo {
     Int32 mainVersion = 0;
     Int32 releaseVersion = 0;
     Int32 buildNum = 0;
-    Int32 platform = 0;          // 1 = the reference desktop platform
+    Int32 platform = 0; // 1 = the reference desktop platform
 };
 
 struct API_AddOnInfo {
@@ -80,8 +80,7 @@ GSErrCode ACAPI_GetReleaseNumber(API_ServerApplicationInfo* serverApplicationInf
 GSErrCode ACAPI_GetOwnLocation(IO::Location* ownFileLocation); // the bundle folder /A/B/Name.bundle
 void ACAPI_KeepInMemory(bool keepInMemory);
 
-GSErrCode ACAPI_Register_Menu(short menuStrResID, short promptStrResID, APIMenuCodeID menuPosCode,
-                              GSFlags menuFlags);
+GSErrCode ACAPI_Register_Menu(short menuStrResID, short promptStrResID, APIMenuCodeID menuPosCode, GSFlags menuFlags);
 GSErrCode ACAPI_Register_BuiltInLibrary();
 GSErrCode ACAPI_Register_SupportedService(GSType cmdID, Int32 cmdVersion);
 GSErrCode ACAPI_Install_MenuHandler(short menuStrResID, APIMenuCommandProc* handlerProc);
@@ -90,8 +89,8 @@ GSErrCode ACAPI_Install_ModulCommandHandler(GSType cmdID, Int32 cmdVersion, APIM
 // Module commands between loaded add-ons. Test answers NoError when an add-on with that module
 // identifier serves cmdID in that version.
 GSErrCode ACAPI_Command_Test(const API_ModulID* mdid, GSType cmdID, Int32 cmdVersion);
-GSErrCode ACAPI_Command_Call(const API_ModulID* mdid, GSType cmdID, Int32 cmdVersion, GSHandle params,
-                             GSPtr resultData, bool silentMode);
+GSErrCode ACAPI_Command_Call(const API_ModulID* mdid, GSType cmdID, Int32 cmdVersion, GSHandle params, GSPtr resultData,
+                             bool silentMode);
 // The module identifier the host gave this add-on (from its bundle).
 GSErrCode ACAPI_GetOwnModulID(API_ModulID* mdid);
 
@@ -120,10 +119,10 @@ constexpr API_InterfaceID APIIo_SetMenuItemFlagsID = GS::FourCC("SMIF"); // par1
 
 GSErrCode ACAPI_Interface(API_InterfaceID code, void* par1 = nullptr, void* par2 = nullptr);
 
-constexpr API_EnvironmentID APIEnv_GetLibrariesID = GS::FourCC("GLIB");   // par1 API_LibraryList*
-constexpr API_EnvironmentID APIEnv_AddLibrariesID = GS::FourCC("ALIB");   // par1 IO::Location* (a folder)
-constexpr API_EnvironmentID APIEnv_ProjectID = GS::FourCC("PROJ");        // par1 API_ProjectInfo*
-constexpr API_EnvironmentID APIEnv_GetRenderingSetsID = GS::FourCC("GREN"); // par1 API_RenderingSets*
+constexpr API_EnvironmentID APIEnv_GetLibrariesID = GS::FourCC("GLIB");        // par1 API_LibraryList*
+constexpr API_EnvironmentID APIEnv_AddLibrariesID = GS::FourCC("ALIB");        // par1 IO::Location* (a folder)
+constexpr API_EnvironmentID APIEnv_ProjectID = GS::FourCC("PROJ");             // par1 API_ProjectInfo*
+constexpr API_EnvironmentID APIEnv_GetRenderingSetsID = GS::FourCC("GREN");    // par1 API_RenderingSets*
 constexpr API_EnvironmentID APIEnv_ChangeRenderingSetsID = GS::FourCC("CREN"); // par1 API_RenderingSets*
 
 GSErrCode ACAPI_Environment(API_EnvironmentID code, void* par1 = nullptr, void* par2 = nullptr);
@@ -132,7 +131,7 @@ GSErrCode ACAPI_Environment(API_EnvironmentID code, void* par1 = nullptr, void* 
 // caller owns (delete each location, then BMKillHandle the handle).
 struct API_LibraryList {
     Int32 count = 0;
-    Int32 specialIndex = 0;  // 0-based position of the library the host names (the project's own); 0 none
+    Int32 specialIndex = 0; // 0-based position of the library the host names (the project's own); 0 none
     GSHandle locations = nullptr;
 };
 

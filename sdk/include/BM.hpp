@@ -8,7 +8,7 @@
 using GSHandle = char**;
 
 // Allocation flags. Bits not listed here are accepted and ignored.
-constexpr GSFlags BMFlagClear = 2;     // new bytes (also those gained by a reallocation) read as 0
+constexpr GSFlags BMFlagClear = 2; // new bytes (also those gained by a reallocation) read as 0
 
 // Lock state bits, as read by BMhGetState and restored by BMhSetState.
 constexpr GSFlags BMLockedState = 1;

@@ -13,8 +13,7 @@ using DGMessageData = long long;
 // The dialog callback: message, dialog id, item, the user data given at creation, message data.
 // For DG_MSG_CLOSE the item is the item the dialog closes with; the callback's answer is the
 // dialog's result. For DG_MSG_CLICK answering a non-zero item closes the dialog with it.
-using DGDialCallBack = short (*)(short message, short dialID, short item, DGUserData userData,
-                                 DGMessageData msgData);
+using DGDialCallBack = short (*)(short message, short dialID, short item, DGUserData userData, DGMessageData msgData);
 
 enum : short {
     DG_MSG_NULL = 0,
@@ -22,38 +21,37 @@ enum : short {
     DG_MSG_CLOSEREQUEST = 2,
     DG_MSG_CLOSE = 3,
     DG_MSG_CLICK = 4,
-    DG_MSG_CHANGE = 5,        // list selection or edit text changed; item is the changed item
+    DG_MSG_CHANGE = 5, // list selection or edit text changed; item is the changed item
     DG_MSG_DOUBLECLICK = 6,
     DG_MSG_FOCUS = 7
 };
 
 enum : short {
-    DG_ALL_ITEMS = 0,        // with list calls: every row; with DGRedrawItem: the whole dialog
-    DG_NO_ITEM = -1,         // DGSetFocus with this clears the keyboard focus
-    DG_LIST_TOP = -1,        // DGListInsertItem position: before the first row
-    DG_LIST_BOTTOM = -2      // DGListInsertItem position: after the last row
+    DG_ALL_ITEMS = 0,   // with list calls: every row; with DGRedrawItem: the whole dialog
+    DG_NO_ITEM = -1,    // DGSetFocus with this clears the keyboard focus
+    DG_LIST_TOP = -1,   // DGListInsertItem position: before the first row
+    DG_LIST_BOTTOM = -2 // DGListInsertItem position: after the last row
 };
 
-enum : short { DG_CLIENT = 0, DG_FRAME = 1 };                 // DGSetDialogSize rect type
-enum : short { DG_TOPLEFT = 0, DG_CENTER = 1 };               // DGSetDialogSize grow anchor
-enum : short { DG_IS_LEFT = 0, DG_IS_CENTER = 1, DG_IS_RIGHT = 2 };          // tab field justification
+enum : short { DG_CLIENT = 0, DG_FRAME = 1 };                                        // DGSetDialogSize rect type
+enum : short { DG_TOPLEFT = 0, DG_CENTER = 1 };                                      // DGSetDialogSize grow anchor
+enum : short { DG_IS_LEFT = 0, DG_IS_CENTER = 1, DG_IS_RIGHT = 2 };                  // tab field justification
 enum : short { DG_IS_NOTRUNC = 0, DG_IS_TRUNCEND = 4096, DG_IS_TRUNCMIDDLE = 8192 }; // tab field truncation
 
 // Modal dialog: runs until closed, returns the item it was closed with.
-short DGModalDialog(GSResModule resModule, short resID, GSResModule iconResModule,
-                    DGDialCallBack callback, DGUserData userData);
+short DGModalDialog(GSResModule resModule, short resID, GSResModule iconResModule, DGDialCallBack callback,
+                    DGUserData userData);
 
 // Modeless dialog: created hidden, returns its dialog id (0 on failure).
-short DGModelessInit(GSResModule resModule, short resID, GSResModule iconResModule,
-                     DGDialCallBack callback, DGUserData userData, short refID);
+short DGModelessInit(GSResModule resModule, short resID, GSResModule iconResModule, DGDialCallBack callback,
+                     DGUserData userData, short refID);
 void DGShowModelessDialog(short dialID, short behind = 0);
 void DGModelessClose(short dialID);
 bool DGIsDialogOpen(short dialID);
 
 void DGSetDialogTitle(short dialID, const GS::UniString& title);
 GS::UniString DGGetDialogTitle(short dialID);
-void DGSetDialogSize(short dialID, short rectType, short hSize, short vSize, short growType,
-                     bool redraw);
+void DGSetDialogSize(short dialID, short rectType, short hSize, short vSize, short growType, bool redraw);
 void DGSetFocus(short dialID, short item);
 void DGBeginMoveGrowItems(short dialID);
 void DGEndMoveGrowItems(short dialID);
@@ -67,31 +65,29 @@ void DGDisableItem(short dialID, short item);
 bool DGIsItemVisible(short dialID, short item);
 bool DGIsItemEnabled(short dialID, short item);
 void DGRedrawItem(short dialID, short item);
-void DGDisableDraw(short dialID, short item);  // list: stop drawing while rows are rebuilt
+void DGDisableDraw(short dialID, short item); // list: stop drawing while rows are rebuilt
 void DGEnableDraw(short dialID, short item);
 
 // List boxes: rows are 1-based.
 bool DGListSetTabFieldCount(short dialID, short item, short count);
-bool DGListSetTabFieldData(short dialID, short item, short tabIndex, short begPos, short endPos,
-                           short justFlag, short truncFlag, bool hasSeparator, bool status);
+bool DGListSetTabFieldData(short dialID, short item, short tabIndex, short begPos, short endPos, short justFlag,
+                           short truncFlag, bool hasSeparator, bool status);
 void DGListSetItemHeight(short dialID, short item, short height);
-bool DGListInsertItem(short dialID, short item, short listItem);   // DG_LIST_BOTTOM appends
-void DGListDeleteItem(short dialID, short item, short listItem);   // DG_ALL_ITEMS: every row
+bool DGListInsertItem(short dialID, short item, short listItem); // DG_LIST_BOTTOM appends
+void DGListDeleteItem(short dialID, short item, short listItem); // DG_ALL_ITEMS: every row
 short DGListGetItemCount(short dialID, short item);
 void DGListSetItemText(short dialID, short item, short listItem, const GS::UniString& text);
-void DGListSetTabItemText(short dialID, short item, short listItem, short tabIndex,
-                          const GS::UniString& text);
+void DGListSetTabItemText(short dialID, short item, short listItem, short tabIndex, const GS::UniString& text);
 GS::UniString DGListGetTabItemText(short dialID, short item, short listItem, short tabIndex);
 void DGListSetItemIcon(short dialID, short item, short listItem, GSResModule iconModule, short iconResID);
 void DGListSelectItem(short dialID, short item, short listItem);
-void DGListDeselectItem(short dialID, short item, short listItem); // DG_ALL_ITEMS: every row
+void DGListDeselectItem(short dialID, short item, short listItem);  // DG_ALL_ITEMS: every row
 short DGListGetSelected(short dialID, short item, short startItem); // first selected row after startItem, 0 if none
 
 // Alert with up to three texts and up to three buttons; returns the 1-based button chosen.
 short DGAlert(short alertType, const GS::UniString& title, const GS::UniString& largeText,
               const GS::UniString& smallText, const GS::UniString& button1,
-              const GS::UniString& button2 = GS::UniString(),
-              const GS::UniString& button3 = GS::UniString());
+              const GS::UniString& button2 = GS::UniString(), const GS::UniString& button3 = GS::UniString());
 
 namespace DG {
 
@@ -115,7 +111,11 @@ public:
 
     explicit FileDialog(Type type) : type_(type) {}
     bool AddFilter(FTM::TypeID typeID, ExtensionOption option = NoExtensionOption);
-    void SetFolder(const IO::Location& folder) { folder_ = folder; hasFolder_ = true; }
+    void SetFolder(const IO::Location& folder)
+    {
+        folder_ = folder;
+        hasFolder_ = true;
+    }
     bool Invoke() override;
     UInt32 GetSelectionCount() const { return selected_.IsEmpty() ? 0 : 1; }
     const IO::Location& GetSelectedFile(UInt32 index) const;
@@ -135,7 +135,11 @@ private:
 class FolderDialog : public SystemDialog {
 public:
     FolderDialog() = default;
-    void SetFolder(const IO::Location& folder) { folder_ = folder; hasFolder_ = true; }
+    void SetFolder(const IO::Location& folder)
+    {
+        folder_ = folder;
+        hasFolder_ = true;
+    }
     bool Invoke() override;
     const IO::Location& GetFolder() const { return chosen_; }
 

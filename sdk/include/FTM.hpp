@@ -5,20 +5,19 @@
 
 namespace FTM {
 
-using TypeID = UInt32;    // 0 means no type
+using TypeID = UInt32; // 0 means no type
 using GroupID = UInt32;
 using GeneralID = UInt32; // a type or a group, as kept in lists of filters
 
 constexpr GroupID RootGroup = 1;
 
-class ContentDetector;   // never defined here: the framework passes none
+class ContentDetector; // never defined here: the framework passes none
 
 // Description of one file type. Texts are Enc_System 8-bit texts, copied.
 class FileType {
 public:
-    FileType(const char* description, const char* extension, GSType creator, GSType macType,
-             short iconID, ContentDetector* detector = nullptr, const char* extraText = nullptr,
-             bool visible = true);
+    FileType(const char* description, const char* extension, GSType creator, GSType macType, short iconID,
+             ContentDetector* detector = nullptr, const char* extraText = nullptr, bool visible = true);
 
     const char* GetDescription() const { return description_; }
     const char* GetExtension() const { return extension_; }

@@ -17,8 +17,8 @@ using Int64 = std::int64_t;
 using UInt64 = std::uint64_t;
 using USize = std::size_t;
 
-using GSErrCode = Int32;   // 0 is success; host errors are negative 32-bit values
-using GSType = UInt32;     // four-character code, first character in the high byte
+using GSErrCode = Int32; // 0 is success; host errors are negative 32-bit values
+using GSType = UInt32;   // four-character code, first character in the high byte
 using GSFlags = UInt32;
 using GSSize = Int64;
 using GSPtr = char*;
@@ -39,13 +39,16 @@ constexpr GSType FourCC(const char (&code)[5])
 } // namespace GS
 
 // Host error codes handed to add-ons (negative 32-bit values, compared exactly).
-constexpr GSErrCode HostErr(UInt32 code) { return static_cast<GSErrCode>(code); }
-constexpr GSErrCode APIERR_GENERAL = HostErr(0x81060001u);     // also: the host table has not arrived
-constexpr GSErrCode APIERR_BADPARS = HostErr(0x81060002u);     // a null or malformed argument
-constexpr GSErrCode APIERR_BADID = HostErr(0x81060003u);       // unknown resource, menu, dialog or item
+constexpr GSErrCode HostErr(UInt32 code)
+{
+    return static_cast<GSErrCode>(code);
+}
+constexpr GSErrCode APIERR_GENERAL = HostErr(0x81060001u);           // also: the host table has not arrived
+constexpr GSErrCode APIERR_BADPARS = HostErr(0x81060002u);           // a null or malformed argument
+constexpr GSErrCode APIERR_BADID = HostErr(0x81060003u);             // unknown resource, menu, dialog or item
 constexpr GSErrCode APIERR_MODULNOTINSTALLED = HostErr(0x81060004u); // no add-on serves that module command
 constexpr GSErrCode APIERR_MODULCMDNOTSUPPORTED = HostErr(0x81060005u);
 constexpr GSErrCode APIERR_NOTSUPPORTED = HostErr(0x81060006u); // a host service this host does not offer
 constexpr GSErrCode APIERR_CANCEL = HostErr(0x81060007u);
 constexpr GSErrCode APIERR_MEMFULL = HostErr(0x81060008u); // out of memory (an escaping std::bad_alloc)
-constexpr GSErrCode APIERR_MISSINGDEF = GSErrCode(-7003);      // library part known by name, definition missing
+constexpr GSErrCode APIERR_MISSINGDEF = GSErrCode(-7003);  // library part known by name, definition missing

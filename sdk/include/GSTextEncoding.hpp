@@ -5,8 +5,8 @@
 namespace GS {
 
 enum class AppTextEncoding {
-    UTF8,      // the default
-    MacRoman   // byte-compatible with files written by the original platform
+    UTF8,    // the default
+    MacRoman // byte-compatible with files written by the original platform
 };
 
 AppTextEncoding GetApplicationTextEncoding();

@@ -17,11 +17,11 @@ class UniString {
 public:
     UniString();
     // Terminated units; a null pointer gives the empty string.
-    UniString(const uchar_t* units);  // NOLINT(google-explicit-constructor): host signature
+    UniString(const uchar_t* units); // NOLINT(google-explicit-constructor): host signature
     UniString(const uchar_t* units, USize count);
 
     UniString(const UniString&) = default;
-    UniString(UniString&& other);  // leaves other empty (may allocate)
+    UniString(UniString&& other); // leaves other empty (may allocate)
     UniString& operator=(const UniString&) = default;
     UniString& operator=(UniString&& other);
     ~UniString() = default;
@@ -56,7 +56,7 @@ public:
     std::size_t Hash() const;
 
 private:
-    std::vector<uchar_t> units_;  // content followed by one zero unit
+    std::vector<uchar_t> units_; // content followed by one zero unit
 };
 
 } // namespace GS

@@ -8,15 +8,15 @@
 namespace IO {
 
 // Host file errors (compared as exact 32-bit values by the framework).
-constexpr GSErrCode Error = HostErr(0x81000100u);            // any other failure of the file layer
-constexpr GSErrCode FileNotFound = HostErr(0x81010100u);     // entry does not exist (not-found treatment Fail)
-constexpr GSErrCode AccessDenied = HostErr(0x81010102u);     // permission refused by the system
-constexpr GSErrCode DiskFull = HostErr(0x81010103u);         // no room left on the device
-constexpr GSErrCode BadLocation = HostErr(0x81010104u);      // empty or malformed location
-constexpr GSErrCode NotOpen = HostErr(0x81010105u);          // read, write or seek on a file that is not open
-constexpr GSErrCode EndOfFile = HostErr(0x81010106u);        // read past the end of the data
-constexpr GSErrCode NameNotFound = HostErr(0x81010107u);     // no entry of that name in the folder
-constexpr GSErrCode NotAFolder = HostErr(0x81010108u);       // the location names a file where a folder is needed
+constexpr GSErrCode Error = HostErr(0x81000100u);        // any other failure of the file layer
+constexpr GSErrCode FileNotFound = HostErr(0x81010100u); // entry does not exist (not-found treatment Fail)
+constexpr GSErrCode AccessDenied = HostErr(0x81010102u); // permission refused by the system
+constexpr GSErrCode DiskFull = HostErr(0x81010103u);     // no room left on the device
+constexpr GSErrCode BadLocation = HostErr(0x81010104u);  // empty or malformed location
+constexpr GSErrCode NotOpen = HostErr(0x81010105u);      // read, write or seek on a file that is not open
+constexpr GSErrCode EndOfFile = HostErr(0x81010106u);    // read past the end of the data
+constexpr GSErrCode NameNotFound = HostErr(0x81010107u); // no entry of that name in the folder
+constexpr GSErrCode NotAFolder = HostErr(0x81010108u);   // the location names a file where a folder is needed
 
 // One name of a path (no "/" inside).
 class Name {
@@ -86,8 +86,14 @@ public:
     enum OnNotFound { Fail = 0, Create = 1, LeaveToOpen = 2 };
     // Only regular files open. CreateNewMode makes a new file for writing and fails when any entry,
     // even a symlink, is at the location: a file so made is the caller's own.
-    enum OpenMode { ReadMode = 0, ReadWriteMode = 1, WriteEmptyMode = 2, ReadWriteEmptyMode = 3, AppendMode = 4,
-                    CreateNewMode = 5 };
+    enum OpenMode {
+        ReadMode = 0,
+        ReadWriteMode = 1,
+        WriteEmptyMode = 2,
+        ReadWriteEmptyMode = 3,
+        AppendMode = 4,
+        CreateNewMode = 5
+    };
     enum AccessDeniedTreatment { ReturnErrorOnDenied = 2 };
 
     File(const Location& location, OnNotFound onNotFound = Fail);
@@ -110,7 +116,7 @@ public:
 private:
     Location location_;
     GSErrCode status_ = NoError;
-    Int64 handle_ = 0;   // the host's open-file handle, 0 when closed
+    Int64 handle_ = 0; // the host's open-file handle, 0 when closed
 };
 
 class FileSystem {

@@ -7,8 +7,8 @@
 
 namespace MainLoop {
 
-using TimerID = Int64;   // 0 means none
-using WatchID = Int64;   // 0 means none
+using TimerID = Int64; // 0 means none
+using WatchID = Int64; // 0 means none
 
 enum WatchEvents : UInt32 { Readable = 1, Writable = 2 };
 

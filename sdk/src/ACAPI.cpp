@@ -38,7 +38,10 @@ KF_Err PaletteTrampoline(void* cookie, std::int32_t referenceID, std::int32_t me
     });
 }
 
-KF_ModulID ToHost(const API_ModulID& id) { return KF_ModulID{id.developerID, id.localID}; }
+KF_ModulID ToHost(const API_ModulID& id)
+{
+    return KF_ModulID{id.developerID, id.localID};
+}
 
 // Collects every location a list answer names.
 struct LocationList {
@@ -83,14 +86,20 @@ GSErrCode ACAPI_GetOwnLocation(IO::Location* ownFileLocation)
     return err;
 }
 
-void ACAPI_KeepInMemory(bool keepInMemory) { KFSDK_CALL(KeepInMemory, void(), keepInMemory ? 1 : 0); }
+void ACAPI_KeepInMemory(bool keepInMemory)
+{
+    KFSDK_CALL(KeepInMemory, void(), keepInMemory ? 1 : 0);
+}
 
 GSErrCode ACAPI_Register_Menu(short menuStrResID, short promptStrResID, APIMenuCodeID menuPosCode, GSFlags menuFlags)
 {
     return KFSDK_CALL(RegisterMenu, APIERR_GENERAL, menuStrResID, promptStrResID, Int32(menuPosCode), menuFlags);
 }
 
-GSErrCode ACAPI_Register_BuiltInLibrary() { return KFSDK_CALL(RegisterBuiltInLibrary, APIERR_GENERAL); }
+GSErrCode ACAPI_Register_BuiltInLibrary()
+{
+    return KFSDK_CALL(RegisterBuiltInLibrary, APIERR_GENERAL);
+}
 
 GSErrCode ACAPI_Register_SupportedService(GSType cmdID, Int32 cmdVersion)
 {
@@ -121,8 +130,8 @@ GSErrCode ACAPI_Command_Test(const API_ModulID* mdid, GSType cmdID, Int32 cmdVer
     return KFSDK_CALL(CommandTest, APIERR_GENERAL, &id, cmdID, cmdVersion);
 }
 
-GSErrCode ACAPI_Command_Call(const API_ModulID* mdid, GSType cmdID, Int32 cmdVersion, GSHandle params,
-                             GSPtr resultData, bool silentMode)
+GSErrCode ACAPI_Command_Call(const API_ModulID* mdid, GSType cmdID, Int32 cmdVersion, GSHandle params, GSPtr resultData,
+                             bool silentMode)
 {
     if (!mdid)
         return APIERR_BADPARS;
@@ -156,9 +165,18 @@ GSErrCode ACAPI_UnregisterModelessWindow(Int32 referenceID)
     return KFSDK_CALL(UnregisterModelessWindow, APIERR_GENERAL, referenceID);
 }
 
-GSResModule ACAPI_UseOwnResModule() { return KFSDK_CALL(UseOwnResModule, GSResModule(0)); }
-void ACAPI_ResetResModule(GSResModule previous) { KFSDK_CALL(ResetResModule, void(), previous); }
-GSResModule ACAPI_GetOwnResModule() { return KFSDK_CALL(GetOwnResModule, GSResModule(0)); }
+GSResModule ACAPI_UseOwnResModule()
+{
+    return KFSDK_CALL(UseOwnResModule, GSResModule(0));
+}
+void ACAPI_ResetResModule(GSResModule previous)
+{
+    KFSDK_CALL(ResetResModule, void(), previous);
+}
+GSResModule ACAPI_GetOwnResModule()
+{
+    return KFSDK_CALL(GetOwnResModule, GSResModule(0));
+}
 
 bool ACAPI_Resource_GetLocUStr(GS::UniString* result, short resID, short index)
 {
@@ -270,7 +288,10 @@ GSErrCode ACAPI_Environment(API_EnvironmentID code, void* par1, void*)
     }
 }
 
-Int32 EXPGetRendNum() { return KFSDK_CALL(GetRendererCount, Int32(0)); }
+Int32 EXPGetRendNum()
+{
+    return KFSDK_CALL(GetRendererCount, Int32(0));
+}
 
 bool EXPGetRendMenuStr(Int32 engineNumber, char* buffer, UInt32 size)
 {

@@ -67,6 +67,13 @@ KF_Err FreeDataEntry() noexcept
 } // namespace
 
 // The sdk needs no entry beyond 2.0: it tests each later one for null before calling it.
-extern "C" __attribute__((visibility("default"))) const KF_AddOnEntry KFAddOn_Entry = {
-    sizeof(KF_AddOnEntry), {KF_HOST_TABLE_MAJOR, KF_HOST_TABLE_MINOR}, nullptr, 0, &SetHostTable,
-    &CheckEnvironmentEntry, &RegisterInterfaceEntry, &InitializeEntry, &FreeDataEntry};
+extern "C" __attribute__((visibility("default")))
+const KF_AddOnEntry KFAddOn_Entry = {sizeof(KF_AddOnEntry),
+                                     {KF_HOST_TABLE_MAJOR, KF_HOST_TABLE_MINOR},
+                                     nullptr,
+                                     0,
+                                     &SetHostTable,
+                                     &CheckEnvironmentEntry,
+                                     &RegisterInterfaceEntry,
+                                     &InitializeEntry,
+                                     &FreeDataEntry};

@@ -53,7 +53,8 @@ GS::UniString FromAppBytes(std::string_view bytes)
         return GS::UniString();
     std::vector<UChar> out(bytes.size() + 1);
     UErrorCode status = U_ZERO_ERROR;
-    const int32_t n = ucnv_toUChars(conv, out.data(), int32_t(out.size()), bytes.data(), int32_t(bytes.size()), &status);
+    const int32_t n =
+        ucnv_toUChars(conv, out.data(), int32_t(out.size()), bytes.data(), int32_t(bytes.size()), &status);
     if (U_FAILURE(status))
         return GS::UniString();
     return GS::UniString(reinterpret_cast<const GS::uchar_t*>(out.data()), USize(n));

@@ -37,7 +37,7 @@ bool InjectedFailure(GSSize size)
             break;
         }
     }
-    GSSize const from = sFailFromSize.load(std::memory_order_relaxed);
+    const GSSize from = sFailFromSize.load(std::memory_order_relaxed);
     return from >= 0 && size >= from;
 }
 
@@ -72,7 +72,7 @@ GSHandle BMReallocHandle(GSHandle handle, GSSize newSize, GSFlags flags, short /
         return nullptr;
     }
     Block* const block = BlockOf(handle);
-    GSSize const oldSize = block->size;
+    const GSSize oldSize = block->size;
     if (newSize > block->capacity) {
         // Grow by half again, so that a run of small growths costs linear time overall.
         GSSize wanted = block->capacity + block->capacity / 2;
@@ -91,7 +91,7 @@ GSHandle BMReallocHandle(GSHandle handle, GSSize newSize, GSFlags flags, short /
         block->capacity = wanted;
     } else if (newSize < block->capacity / 4 && block->capacity > 256) {
         // Give memory back once most of it is unused; a failed shrink keeps the larger block.
-        GSSize const wanted = newSize > 0 ? newSize : 1;
+        const GSSize wanted = newSize > 0 ? newSize : 1;
         auto* moved = static_cast<char*>(std::realloc(block->bytes, size_t(wanted)));
         if (moved != nullptr) {
             block->bytes = moved;

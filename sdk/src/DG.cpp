@@ -18,7 +18,10 @@ std::int16_t DialogTrampoline(void* cookie, std::int16_t message, std::int16_t d
     });
 }
 
-void* Cookie(DGDialCallBack callback) { return reinterpret_cast<void*>(callback); }
+void* Cookie(DGDialCallBack callback)
+{
+    return reinterpret_cast<void*>(callback);
+}
 
 } // namespace
 
@@ -36,9 +39,18 @@ short DGModelessInit(GSResModule resModule, short resID, GSResModule iconResModu
                       userData, refID);
 }
 
-void DGShowModelessDialog(short dialID, short behind) { KFSDK_CALL(ShowModeless, void(), dialID, behind); }
-void DGModelessClose(short dialID) { KFSDK_CALL(ModelessClose, void(), dialID); }
-bool DGIsDialogOpen(short dialID) { return KFSDK_CALL(IsDialogOpen, 0, dialID) != 0; }
+void DGShowModelessDialog(short dialID, short behind)
+{
+    KFSDK_CALL(ShowModeless, void(), dialID, behind);
+}
+void DGModelessClose(short dialID)
+{
+    KFSDK_CALL(ModelessClose, void(), dialID);
+}
+bool DGIsDialogOpen(short dialID)
+{
+    return KFSDK_CALL(IsDialogOpen, 0, dialID) != 0;
+}
 
 void DGSetDialogTitle(short dialID, const GS::UniString& title)
 {
@@ -57,9 +69,18 @@ void DGSetDialogSize(short dialID, short rectType, short hSize, short vSize, sho
     KFSDK_CALL(SetDialogSize, void(), dialID, rectType, hSize, vSize, growType, redraw ? 1 : 0);
 }
 
-void DGSetFocus(short dialID, short item) { KFSDK_CALL(SetFocus, void(), dialID, item); }
-void DGBeginMoveGrowItems(short dialID) { KFSDK_CALL(MoveGrowItems, void(), dialID, 1); }
-void DGEndMoveGrowItems(short dialID) { KFSDK_CALL(MoveGrowItems, void(), dialID, 0); }
+void DGSetFocus(short dialID, short item)
+{
+    KFSDK_CALL(SetFocus, void(), dialID, item);
+}
+void DGBeginMoveGrowItems(short dialID)
+{
+    KFSDK_CALL(MoveGrowItems, void(), dialID, 1);
+}
+void DGEndMoveGrowItems(short dialID)
+{
+    KFSDK_CALL(MoveGrowItems, void(), dialID, 0);
+}
 
 void DGSetItemText(short dialID, short item, const GS::UniString& text)
 {
@@ -73,15 +94,42 @@ GS::UniString DGGetItemText(short dialID, short item)
     return out.value;
 }
 
-void DGShowItem(short dialID, short item) { KFSDK_CALL(SetItemVisible, void(), dialID, item, 1); }
-void DGHideItem(short dialID, short item) { KFSDK_CALL(SetItemVisible, void(), dialID, item, 0); }
-void DGEnableItem(short dialID, short item) { KFSDK_CALL(SetItemEnabled, void(), dialID, item, 1); }
-void DGDisableItem(short dialID, short item) { KFSDK_CALL(SetItemEnabled, void(), dialID, item, 0); }
-bool DGIsItemVisible(short dialID, short item) { return KFSDK_CALL(IsItemVisible, 0, dialID, item) != 0; }
-bool DGIsItemEnabled(short dialID, short item) { return KFSDK_CALL(IsItemEnabled, 0, dialID, item) != 0; }
-void DGRedrawItem(short dialID, short item) { KFSDK_CALL(RedrawItem, void(), dialID, item); }
-void DGDisableDraw(short dialID, short item) { KFSDK_CALL(SetItemDraw, void(), dialID, item, 0); }
-void DGEnableDraw(short dialID, short item) { KFSDK_CALL(SetItemDraw, void(), dialID, item, 1); }
+void DGShowItem(short dialID, short item)
+{
+    KFSDK_CALL(SetItemVisible, void(), dialID, item, 1);
+}
+void DGHideItem(short dialID, short item)
+{
+    KFSDK_CALL(SetItemVisible, void(), dialID, item, 0);
+}
+void DGEnableItem(short dialID, short item)
+{
+    KFSDK_CALL(SetItemEnabled, void(), dialID, item, 1);
+}
+void DGDisableItem(short dialID, short item)
+{
+    KFSDK_CALL(SetItemEnabled, void(), dialID, item, 0);
+}
+bool DGIsItemVisible(short dialID, short item)
+{
+    return KFSDK_CALL(IsItemVisible, 0, dialID, item) != 0;
+}
+bool DGIsItemEnabled(short dialID, short item)
+{
+    return KFSDK_CALL(IsItemEnabled, 0, dialID, item) != 0;
+}
+void DGRedrawItem(short dialID, short item)
+{
+    KFSDK_CALL(RedrawItem, void(), dialID, item);
+}
+void DGDisableDraw(short dialID, short item)
+{
+    KFSDK_CALL(SetItemDraw, void(), dialID, item, 0);
+}
+void DGEnableDraw(short dialID, short item)
+{
+    KFSDK_CALL(SetItemDraw, void(), dialID, item, 1);
+}
 
 bool DGListSetTabFieldCount(short dialID, short item, short count)
 {
@@ -110,7 +158,10 @@ void DGListDeleteItem(short dialID, short item, short listItem)
     KFSDK_CALL(ListDeleteItem, void(), dialID, item, listItem);
 }
 
-short DGListGetItemCount(short dialID, short item) { return KFSDK_CALL(ListGetItemCount, short(0), dialID, item); }
+short DGListGetItemCount(short dialID, short item)
+{
+    return KFSDK_CALL(ListGetItemCount, short(0), dialID, item);
+}
 
 void DGListSetItemText(short dialID, short item, short listItem, const GS::UniString& text)
 {

@@ -29,7 +29,10 @@ FileType::FileType(const char* description, const char* extension, GSType creato
     CopyText(extension_, extension);
 }
 
-FileTypeManager::FileTypeManager(const char* name) { CopyText(name_, name); }
+FileTypeManager::FileTypeManager(const char* name)
+{
+    CopyText(name_, name);
+}
 
 TypeID FileTypeManager::AddType(const FileType& type, GroupID group)
 {

@@ -35,7 +35,7 @@ UniString::UniString(UniString&& other) : units_(1, uchar_t(0))
 UniString& UniString::operator=(UniString&& other)
 {
     if (this != &other) {
-        std::vector<uchar_t> fresh(1, uchar_t(0));  // allocate before anything is given up
+        std::vector<uchar_t> fresh(1, uchar_t(0)); // allocate before anything is given up
         units_.swap(other.units_);
         other.units_.swap(fresh);
     }
@@ -45,7 +45,7 @@ UniString& UniString::operator=(UniString&& other)
 UniString& UniString::Append(const UniString& other)
 {
     if (&other == this) {
-        UniString const copy(other);
+        const UniString copy(other);
         return Append(copy.ToUStr(), copy.GetLength());
     }
     return Append(other.ToUStr(), other.GetLength());

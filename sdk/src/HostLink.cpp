@@ -37,16 +37,28 @@ KF_Err InstallHostTable(const KF_HostTable* table)
     return KF_NOERROR;
 }
 
-const KF_HostTable* CurrentHostTable() { return sHasTable ? &sTable : nullptr; }
-void* ClientPointer() { return sClient; }
-void SetClientPointer(void* client) { sClient = client; }
+const KF_HostTable* CurrentHostTable()
+{
+    return sHasTable ? &sTable : nullptr;
+}
+void* ClientPointer()
+{
+    return sClient;
+}
+void SetClientPointer(void* client)
+{
+    sClient = client;
+}
 
 const void* HostService(const char* name)
 {
     return name ? KFSDK_CALL(GetService, static_cast<const void*>(nullptr), name) : nullptr;
 }
 
-const KF_HostTable* detail::Table() { return sHasTable ? &sTable : nullptr; }
+const KF_HostTable* detail::Table()
+{
+    return sHasTable ? &sTable : nullptr;
+}
 
 void detail::ReportException(const char* call) noexcept
 {

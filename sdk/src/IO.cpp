@@ -145,7 +145,8 @@ std::int32_t EnumTrampoline(void* data, const KF_UChar* name, std::int32_t lengt
     return kfsdk::detail::Shield("folder enumeration", std::int32_t(0), [&] {
         auto* state = static_cast<EnumState*>(data);
         const Name entry(GS::UniString(reinterpret_cast<const GS::uchar_t*>(name), USize(length < 0 ? 0 : length)));
-        return state->callback(*state->folder, entry, isFolder != 0, state->userData) ? std::int32_t(1) : std::int32_t(0);
+        return state->callback(*state->folder, entry, isFolder != 0, state->userData) ? std::int32_t(1)
+                                                                                      : std::int32_t(0);
     });
 }
 

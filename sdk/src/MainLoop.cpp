@@ -34,7 +34,10 @@ TimerID AddTimer(double seconds, TimerProc proc, void* userData)
     return KFSDK_CALL(AddTimer, TimerID(0), seconds, &TimerTrampoline, reinterpret_cast<void*>(proc), userData);
 }
 
-void RemoveTimer(TimerID timer) { KFSDK_CALL(RemoveTimer, void(), timer); }
+void RemoveTimer(TimerID timer)
+{
+    KFSDK_CALL(RemoveTimer, void(), timer);
+}
 
 WatchID AddWatch(int fd, UInt32 events, WatchProc proc, void* userData)
 {
@@ -43,7 +46,10 @@ WatchID AddWatch(int fd, UInt32 events, WatchProc proc, void* userData)
     return KFSDK_CALL(AddWatch, WatchID(0), fd, events, &WatchTrampoline, reinterpret_cast<void*>(proc), userData);
 }
 
-void RemoveWatch(WatchID watch) { KFSDK_CALL(RemoveWatch, void(), watch); }
+void RemoveWatch(WatchID watch)
+{
+    KFSDK_CALL(RemoveWatch, void(), watch);
+}
 
 double Now()
 {

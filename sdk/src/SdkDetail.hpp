@@ -13,7 +13,10 @@ namespace kfsdk::detail {
 
 // The table, or null before the host has handed it over.
 const KF_HostTable* Table();
-inline KF_HostContext* Context() { return Table()->context; }
+inline KF_HostContext* Context()
+{
+    return Table()->context;
+}
 
 // Tells the host of the exception being handled, caught where call entered the add-on.
 void ReportException(const char* call) noexcept;
@@ -64,8 +67,14 @@ struct UniOut {
     }
 };
 
-inline const KF_UChar* Units(const GS::UniString& s) { return reinterpret_cast<const KF_UChar*>(s.ToUStr()); }
-inline std::int32_t Length(const GS::UniString& s) { return std::int32_t(s.GetLength()); }
+inline const KF_UChar* Units(const GS::UniString& s)
+{
+    return reinterpret_cast<const KF_UChar*>(s.ToUStr());
+}
+inline std::int32_t Length(const GS::UniString& s)
+{
+    return std::int32_t(s.GetLength());
+}
 
 // 8-bit text in the application text encoding (UTF-8 or Mac OS Roman).
 std::string ToAppBytes(const GS::UniString& text);
@@ -77,7 +86,7 @@ void CopyTerminated(const std::string& bytes, char* buffer, std::size_t size);
 } // namespace kfsdk::detail
 
 // Calls a table entry, or answers fallback when the table (or the entry) is not there.
-#define KFSDK_CALL(entry, fallback, ...)                                                                  \
-    (::kfsdk::detail::Table() && ::kfsdk::detail::Table()->entry                                        \
-         ? ::kfsdk::detail::Table()->entry(::kfsdk::detail::Context() __VA_OPT__(, ) __VA_ARGS__)        \
+#define KFSDK_CALL(entry, fallback, ...)                                                                               \
+    (::kfsdk::detail::Table() && ::kfsdk::detail::Table()->entry                                                       \
+         ? ::kfsdk::detail::Table()->entry(::kfsdk::detail::Context() __VA_OPT__(, ) __VA_ARGS__)                      \
          : (fallback))

@@ -6,13 +6,11 @@
 
 #define ORVELLA_FORGE_NAME "Orvella Forge"
 
-KF_DEFINE_ADDON_CONSTANTS(ORVELLA_FORGE_NAME,
-                          ORVELLA_FORGE_NAME "_10",
-                          false,        // the language is the family's, kept in the shared store
-                          "jap rus",    // languages beyond Spanish that our texts cover
-                          "",           // the language dialog offers all seven
-                          "updates.orvella.example",
-                          "https://www.orvella.example/")
+KF_DEFINE_ADDON_CONSTANTS(ORVELLA_FORGE_NAME, ORVELLA_FORGE_NAME "_10",
+                          false,     // the language is the family's, kept in the shared store
+                          "jap rus", // languages beyond Spanish that our texts cover
+                          "",        // the language dialog offers all seven
+                          "updates.orvella.example", "https://www.orvella.example/")
 
 const char kShell_Description[] = "The home of the Orvella add-ons: their language and how to reach us.";
 const char kShell_VersionLine[] = "Version: " ORVELLA_FORGE_NAME " Full (25/10/2016)";

@@ -13,7 +13,7 @@ API_AddonType CheckEnvironment(API_EnvirParams* envir)
 {
     API_ServerApplicationInfo release{};
     ACAPI_GetReleaseNumber(&release);
-    long const hostVersion = release.mainVersion;
+    const long hostVersion = release.mainVersion;
 
     // A file left by an earlier run must not speak for this one: clear it before any add-on of
     // the family writes its presence again.

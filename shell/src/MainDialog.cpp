@@ -24,18 +24,16 @@ constexpr ItemText kItemTexts[] = {
 
 } // namespace
 
-short MainDialog_Handler(short message, short dialID, short item, long long /*userData*/,
-                         long long /*msgData*/)
+short MainDialog_Handler(short message, short dialID, short item, long long /*userData*/, long long /*msgData*/)
 {
     switch (message) {
     case DG_MSG_INIT: {
         DGSetFocus(dialID, DG_NO_ITEM);
         DGSetDialogTitle(dialID, KF_String(sett_ADDON_NAME).ToUniString());
         DGSetDialogSize(dialID, DG_CLIENT, 356, 500, DG_TOPLEFT, true);
-        short const strings = static_cast<short>(kShell_StringsBase + gKF_Language);
-        for (ItemText const& entry : kItemTexts)
-            DGSetItemText(dialID, entry.item,
-                          KF_Resource_GetString(strings, entry.stringIndex, true).ToUniString());
+        const short strings = static_cast<short>(kShell_StringsBase + gKF_Language);
+        for (const ItemText& entry : kItemTexts)
+            DGSetItemText(dialID, entry.item, KF_Resource_GetString(strings, entry.stringIndex, true).ToUniString());
         DGSetItemText(dialID, kVersionItem, KF_String(kShell_VersionLabel).ToUniString());
         return 0;
     }
@@ -51,9 +49,9 @@ short MainDialog_Handler(short message, short dialID, short item, long long /*us
 void ShowMainDialog()
 {
     for (;;) {
-        GSResModule const previous = ACAPI_UseOwnResModule();
-        short const result = DGModalDialog(ACAPI_GetOwnResModule(), kShell_MainDialogID,
-                                           ACAPI_GetOwnResModule(), MainDialog_Handler, 0);
+        const GSResModule previous = ACAPI_UseOwnResModule();
+        const short result =
+            DGModalDialog(ACAPI_GetOwnResModule(), kShell_MainDialogID, ACAPI_GetOwnResModule(), MainDialog_Handler, 0);
         ACAPI_ResetResModule(previous);
         // 0 is no item: the host could not show the dialog, and asking again would never end.
         if (result == kCloseButton || result == 0)

@@ -7,9 +7,9 @@
 
 // Resources of the add-on's own module.
 constexpr short kShell_MainDialogID = 32500;
-constexpr short kShell_FirstMenuID = 32500;   // ITA; INT, FRA, GER, ESP follow
+constexpr short kShell_FirstMenuID = 32500; // ITA; INT, FRA, GER, ESP follow
 constexpr short kShell_RegisteredMenuID = 32501;
-constexpr short kShell_StringsBase = 32530;   // + language index
+constexpr short kShell_StringsBase = 32530; // + language index
 
 // The module command that other add-ons send us, and the service we announce under it.
 constexpr GSType kShell_CommandID = GS::FourCC("QRT ");

@@ -32,13 +32,19 @@ std::string Read(const fs::path& file)
 
 // kfhost with both fault probes loaded, on script, with KF_FAULT_AT=faultAt.
 HostRun RunKfhost(const kftest::TempFolder& temp, const std::string& script, const std::string& faultAt,
-              std::vector<std::string> options)
+                  std::vector<std::string> options)
 {
     const fs::path scriptFile = temp.Path() / "script.kfs";
     std::ofstream(scriptFile) << script;
-    std::vector<std::string> args{KFHOST,      "--addon", KF_FAULT_ADDONS "/FaultA.bundle",
-                                  "--addon",   KF_FAULT_ADDONS "/FaultB.bundle", "--framework-folder",
-                                  (temp.Path() / "fw").string(), "--script", scriptFile.string()};
+    std::vector<std::string> args{KFHOST,
+                                  "--addon",
+                                  KF_FAULT_ADDONS "/FaultA.bundle",
+                                  "--addon",
+                                  KF_FAULT_ADDONS "/FaultB.bundle",
+                                  "--framework-folder",
+                                  (temp.Path() / "fw").string(),
+                                  "--script",
+                                  scriptFile.string()};
     args.insert(args.end(), options.begin(), options.end());
     std::vector<char*> argv;
     for (auto& a : args)
@@ -81,20 +87,47 @@ TEST(Crashes, AreNamedWithTheAddOnAndTheCall)
         std::string err; // stderr ends with it
     };
     const Case cases[] = {
-        {"null dereference in a menu handler", "", "menu 32500 1 \"Fault B\"\n", {}, kfhost::kExitAddOnCrashed,
+        {"null dereference in a menu handler",
+         "",
+         "menu 32500 1 \"Fault B\"\n",
+         {},
+         kfhost::kExitAddOnCrashed,
          "kfhost: Fault B crashed in menu handler 32500 item 1 (signal 11)\n"},
-        {"abort in a menu handler", "", "menu 32500 2 \"Fault A\"\n", {}, kfhost::kExitAddOnCrashed,
+        {"abort in a menu handler",
+         "",
+         "menu 32500 2 \"Fault A\"\n",
+         {},
+         kfhost::kExitAddOnCrashed,
          "kfhost: Fault A crashed in menu handler 32500 item 2 (signal 6)\n"},
-        {"endless loop", "", "menu 32500 3 \"Fault B\"\n", {"--timeout", "1"}, kfhost::kExitAddOnHung,
+        {"endless loop",
+         "",
+         "menu 32500 3 \"Fault B\"\n",
+         {"--timeout", "1"},
+         kfhost::kExitAddOnHung,
          "kfhost: Fault B did not return from menu handler 32500 item 3 within 1 s\n"},
-        {"deep recursion", "", "menu 32500 4 \"Fault A\"\n", {}, kfhost::kExitAddOnCrashed,
+        {"deep recursion",
+         "",
+         "menu 32500 4 \"Fault A\"\n",
+         {},
+         kfhost::kExitAddOnCrashed,
          "kfhost: Fault A crashed in menu handler 32500 item 4 (signal 11)\n"},
-        {"null dereference in Initialize", "Fault B:Initialize:null", "", {}, kfhost::kExitAddOnCrashed,
+        {"null dereference in Initialize",
+         "Fault B:Initialize:null",
+         "",
+         {},
+         kfhost::kExitAddOnCrashed,
          "kfhost: Fault B crashed in Initialize (signal 11)\n"},
-        {"endless loop in CheckEnvironment, before the name is known", "Fault A:CheckEnvironment:loop", "",
-         {"--timeout", "1"}, kfhost::kExitAddOnHung,
+        {"endless loop in CheckEnvironment, before the name is known",
+         "Fault A:CheckEnvironment:loop",
+         "",
+         {"--timeout", "1"},
+         kfhost::kExitAddOnHung,
          "kfhost: FaultA.bundle did not return from CheckEnvironment within 1 s\n"},
-        {"abort in a module command", "Fault A:command:abort", "command \"FLT \" 1\n", {}, kfhost::kExitAddOnCrashed,
+        {"abort in a module command",
+         "Fault A:command:abort",
+         "command \"FLT \" 1\n",
+         {},
+         kfhost::kExitAddOnCrashed,
          "kfhost: Fault A crashed in module command \"FLT \" version 1 (signal 6)\n"},
     };
     for (const Case& c : cases) {
@@ -109,8 +142,8 @@ TEST(Crashes, AreNamedWithTheAddOnAndTheCall)
 TEST(Crashes, AnExceptionIsReportedAndTheScriptGoesOnAfterAReload)
 {
     kftest::TempFolder temp;
-    const HostRun run = RunKfhost(temp, "menu 32500 6 \"Fault B\"\nreload\nmenu 32500 8 \"Fault B\"\n",
-                                  "Fault A:FreeData:int", {"-v"});
+    const HostRun run =
+        RunKfhost(temp, "menu 32500 6 \"Fault B\"\nreload\nmenu 32500 8 \"Fault B\"\n", "Fault A:FreeData:int", {"-v"});
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_NE(run.out.find("exception from \"Fault B\" in menu handler: the fault probe failed on purpose\n"
                            "menu 32500 6 answered APIERR_GENERAL (a general failure)\n> reload\n"

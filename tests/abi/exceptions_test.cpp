@@ -75,22 +75,27 @@ const Crossing kCrossings[] = {
     {"menu handler without the sdk", "menu handler 32501 item 1", true, nullptr,
      [](kftest::InProcessHost& host) {
          const KF_HostTable& t = host.AddOn()->table;
-         t.InstallMenuHandler(t.context, 32501, [](void*, std::int16_t, std::int32_t) -> KF_Err {
-             fault::Do(sThrow);
-             return KF_NOERROR;
-         }, nullptr);
+         t.InstallMenuHandler(
+             t.context, 32501,
+             [](void*, std::int16_t, std::int32_t) -> KF_Err {
+                 fault::Do(sThrow);
+                 return KF_NOERROR;
+             },
+             nullptr);
          return host.Menu(32501, 1, false);
      }},
     {"dialog handler", "dialog handler", false, nullptr,
      [](kftest::InProcessHost& host) {
-         const short dialID = DGModelessInit(ACAPI_GetOwnResModule(), 32600, ACAPI_GetOwnResModule(), ThrowingDialog, 0, 1);
+         const short dialID =
+             DGModelessInit(ACAPI_GetOwnResModule(), 32600, ACAPI_GetOwnResModule(), ThrowingDialog, 0, 1);
          EXPECT_NE(dialID, 0) << "the dialog opens all the same";
          host.Run("click 1");
          return 0;
      }},
     {"run-loop timer", "run-loop timer", false, nullptr,
      [](kftest::InProcessHost& host) {
-         MainLoop::AddTimer(0, [](MainLoop::TimerID, void*) { fault::Do(sThrow); }, nullptr);
+         MainLoop::AddTimer(
+             0, [](MainLoop::TimerID, void*) { fault::Do(sThrow); }, nullptr);
          host.RunLoop(0.05);
          return 0;
      }},
@@ -99,8 +104,8 @@ const Crossing kCrossings[] = {
          int fds[2];
          EXPECT_EQ(::pipe(fds), 0);
          EXPECT_EQ(::write(fds[1], "x", 1), 1);
-         const MainLoop::WatchID watch =
-             MainLoop::AddWatch(fds[0], MainLoop::Readable, [](MainLoop::WatchID, int, UInt32, void*) { fault::Do(sThrow); }, nullptr);
+         const MainLoop::WatchID watch = MainLoop::AddWatch(
+             fds[0], MainLoop::Readable, [](MainLoop::WatchID, int, UInt32, void*) { fault::Do(sThrow); }, nullptr);
          host.RunLoop(0.05);
          MainLoop::RemoveWatch(watch);
          ::close(fds[0]);
@@ -111,7 +116,8 @@ const Crossing kCrossings[] = {
      [](kftest::InProcessHost& host) {
          // Nothing listens on port 1: the failure reaches the callback from the run loop.
          const KF_Location target(KF_String((host.TempDir() / "download").c_str()));
-         EXPECT_TRUE(KF_General::URLDownload(KF_String("http://127.0.0.1:1/versions"), target, ThrowingDownload, nullptr));
+         EXPECT_TRUE(
+             KF_General::URLDownload(KF_String("http://127.0.0.1:1/versions"), target, ThrowingDownload, nullptr));
          host.RunUntil([&] { return Logged(host, "exception from \"Fault\" in run-loop", ""); }, 10);
          return 0;
      }},
@@ -123,20 +129,23 @@ TEST(Exceptions, StopAtTheBoundaryOfEveryCrossing)
         for (const Thrown& thrown : kThrown) {
             SCOPED_TRACE(std::string(crossing.kind) + ", " + thrown.text);
             sThrow = thrown.how;
-            fault::CurrentPlan() = {crossing.planEntry ? crossing.planEntry : "", crossing.planEntry ? thrown.how : fault::How::None};
+            fault::CurrentPlan() = {crossing.planEntry ? crossing.planEntry : "",
+                                    crossing.planEntry ? thrown.how : fault::How::None};
             kftest::InProcessHost host;
             host.AddResourceFolder(KF_FAULT_RESOURCES);
             const kfhost::LoadResult loaded = host.Load(kftest::LinkedEntryPoints(), "Fault");
             std::int32_t answer = 0;
             if (crossing.planEntry) {
                 ASSERT_FALSE(loaded.Loaded());
-                EXPECT_EQ(loaded.reason, std::string(crossing.planEntry) + " answered " + kfhost::ErrorText(thrown.error));
+                EXPECT_EQ(loaded.reason,
+                          std::string(crossing.planEntry) + " answered " + kfhost::ErrorText(thrown.error));
             } else {
                 ASSERT_TRUE(loaded.Loaded()) << loaded.reason;
                 answer = crossing.cross(host);
                 EXPECT_EQ(answer, crossing.errorCoded ? thrown.error : 0);
             }
-            EXPECT_TRUE(Logged(host, "exception from \"Fault\" in " + std::string(crossing.call), std::string(": ") + thrown.text))
+            EXPECT_TRUE(Logged(host, "exception from \"Fault\" in " + std::string(crossing.call),
+                               std::string(": ") + thrown.text))
                 << host.TranscriptText();
             if (loaded.Loaded()) {
                 sThrow = fault::How::None;

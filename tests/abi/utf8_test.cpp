@@ -17,11 +17,13 @@ TEST(Utf8, BothSidesDecodeTheSameBytesAlike)
     const Case cases[] = {
         {"plain", u"plain", {}},
         {"\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80", u"\u00E9\u20AC\U0001F600", {}},
-        {"a\xE1\x80" "b", u"a\uFFFDb", 1},             // a truncated sequence is one subpart
-        {"\xF0\x9F\x98", u"\uFFFD", 0},                 // cut at the end of the text
-        {"\xF0\x80\x80", u"\uFFFD\uFFFD\uFFFD", 0},     // overlong: every byte stands alone
+        {"a\xE1\x80"
+         "b",
+         u"a\uFFFDb", 1},                           // a truncated sequence is one subpart
+        {"\xF0\x9F\x98", u"\uFFFD", 0},             // cut at the end of the text
+        {"\xF0\x80\x80", u"\uFFFD\uFFFD\uFFFD", 0}, // overlong: every byte stands alone
         {"\xC0\xAF", u"\uFFFD\uFFFD", 0},
-        {"\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD", 0},     // an encoded surrogate
+        {"\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD", 0},           // an encoded surrogate
         {"\xF4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD", 0}, // beyond U+10FFFF
         {"x\xFFy\x80", u"x\uFFFDy\uFFFD", 1},
     };

@@ -79,9 +79,10 @@ TEST_F(Files, HostErrorsMapToTheSharedTable)
         GSErrCode code;
         std::int32_t result;
     };
-    for (Case const c : {Case{kfhost::FileOp::Open, IO::AccessDenied, 2}, Case{kfhost::FileOp::Write, IO::FileNotFound, 3},
-                         Case{kfhost::FileOp::Write, IO::DiskFull, 4}, Case{kfhost::FileOp::Write, IO::Error, 5},
-                         Case{kfhost::FileOp::Write, IO::EndOfFile, 6}, Case{kfhost::FileOp::Open, 12, 6}}) {
+    for (const Case c :
+         {Case{kfhost::FileOp::Open, IO::AccessDenied, 2}, Case{kfhost::FileOp::Write, IO::FileNotFound, 3},
+          Case{kfhost::FileOp::Write, IO::DiskFull, 4}, Case{kfhost::FileOp::Write, IO::Error, 5},
+          Case{kfhost::FileOp::Write, IO::EndOfFile, 6}, Case{kfhost::FileOp::Open, 12, 6}}) {
         host.Faults().Fail(c.op, "*", c.code);
         EXPECT_EQ(KF_File::WriteBin(At("w"), "abc", 3, false, true), c.result) << c.code;
         host.Faults().Fail(c.op, "*", c.code);

@@ -19,8 +19,8 @@ protected:
         fs::create_directories(Folder());
     }
     fs::path Folder() const { return host.TempDir() / "files"; }
-    fs::path Path(char const* name) const { return Folder() / name; }
-    KF_Location At(char const* name) const { return KF_Location(kftest::S(Path(name).string())); }
+    fs::path Path(const char* name) const { return Folder() / name; }
+    KF_Location At(const char* name) const { return KF_Location(kftest::S(Path(name).string())); }
     std::size_t Entries() const { return std::size_t(std::distance(fs::directory_iterator(Folder()), {})); }
 
     kftest::InProcessHost host;
@@ -43,7 +43,7 @@ TEST_F(WholeFiles, ReadsBelowTheLimitAndRefusesAtIt)
         std::size_t size;
         std::int32_t result;
     };
-    for (Case const c :
+    for (const Case c :
          {Case{0, 0}, Case{kLimit - 1, 0}, Case{kLimit, KF_File_TooLarge}, Case{kLimit + 1, KF_File_TooLarge}}) {
         std::string const content(c.size, 'q');
         kftest::WriteFile(Path("f"), content);
@@ -63,8 +63,10 @@ TEST_F(WholeFiles, ReadsBelowTheLimitAndRefusesAtIt)
 TEST_F(WholeFiles, EveryFailingReadStepIsReportedAndLeavesNothing)
 {
     kftest::WriteFile(Path("f"), "content");
-    for (FailingStep const c : {FailingStep{FileOp::Open, IO::AccessDenied, 2}, {FileOp::Length, IO::Error, 5},
-                                {FileOp::Read, IO::DiskFull, 4}, {FileOp::Read, IO::EndOfFile, 6},
+    for (const FailingStep c : {FailingStep{FileOp::Open, IO::AccessDenied, 2},
+                                {FileOp::Length, IO::Error, 5},
+                                {FileOp::Read, IO::DiskFull, 4},
+                                {FileOp::Read, IO::EndOfFile, 6},
                                 {FileOp::Close, IO::FileNotFound, 3}}) {
         host.Faults().Fail(c.op, "*", c.code);
         std::string out = "stale";
@@ -84,9 +86,12 @@ TEST_F(WholeFiles, ReplacementIsAllOrNothing)
 
     // Faults hit the temporary file beside the target, except the final move, which names the target.
     // A refused open is taken for a clash and retried under other names, so it fails every time.
-    for (FailingStep const c : {FailingStep{FileOp::Create, IO::AccessDenied, 2}, {FileOp::Open, IO::FileNotFound, 3, -1},
-                                {FileOp::Write, IO::DiskFull, 4}, {FileOp::Close, IO::Error, 5},
-                                {FileOp::Close, 7, 6}, {FileOp::Move, IO::DiskFull, 4}}) {
+    for (const FailingStep c : {FailingStep{FileOp::Create, IO::AccessDenied, 2},
+                                {FileOp::Open, IO::FileNotFound, 3, -1},
+                                {FileOp::Write, IO::DiskFull, 4},
+                                {FileOp::Close, IO::Error, 5},
+                                {FileOp::Close, 7, 6},
+                                {FileOp::Move, IO::DiskFull, 4}}) {
         host.Faults().Fail(c.op, c.op == FileOp::Move ? "*/f" : "*/f.*.kftmp", c.code, c.count);
         EXPECT_EQ(kf::detail::KF_File_ReplaceWhole(At("f"), "third", 5), c.result) << kfhost::FileOpName(c.op);
         EXPECT_EQ(kftest::ReadFile(Path("f")), "2nd") << kfhost::FileOpName(c.op);

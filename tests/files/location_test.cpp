@@ -15,9 +15,9 @@ namespace {
 class Locations : public ::testing::Test {
 protected:
     void SetUp() override { host.Attach(); }
-    KF_Location At(std::string const& relative) const { return KF_Location(S((root / relative).string())); }
-    void Touch(std::string const& relative) { kftest::WriteFile(root / relative, "x"); }
-    std::vector<std::string> Relative(KF_List<KF_Location> const& list) const
+    KF_Location At(const std::string& relative) const { return KF_Location(S((root / relative).string())); }
+    void Touch(const std::string& relative) { kftest::WriteFile(root / relative, "x"); }
+    std::vector<std::string> Relative(const KF_List<KF_Location>& list) const
     {
         std::vector<std::string> names;
         for (long i = 0; i < list.count; ++i) {
@@ -69,7 +69,7 @@ TEST_F(Locations, IsFolderAsksTheParentAboutTheLastName)
 
 TEST_F(Locations, ExtensionFilterIgnoresCaseAndNeedsARealExtension)
 {
-    for (char const* name : {"x.Txt", "y.cfg", "z.", "plain", "dir.d/file", "dir.d/deep.TXT"}) {
+    for (const char* name : {"x.Txt", "y.cfg", "z.", "plain", "dir.d/file", "dir.d/deep.TXT"}) {
         Touch(name);
     }
     KF_List<KF_String> filter;

@@ -17,11 +17,24 @@ struct TextCase {
 };
 
 const TextCase kCases[] = {
-    {"UTF-8 as asked", "Gr\xC3\xBC\xC3\x9F" "e\n\xE6\x9D\xB1", KF_String::Enc_UTF8, 0, "Gr\xC3\xBC\xC3\x9F" "e\n\xE6\x9D\xB1"},
-    {"a mark wins over the encoding asked", "\xEF\xBB\xBF" "caf\xC3\xA9", KF_String::Enc_UTF16LE, 0, "caf\xC3\xA9"},
+    {"UTF-8 as asked",
+     "Gr\xC3\xBC\xC3\x9F"
+     "e\n\xE6\x9D\xB1",
+     KF_String::Enc_UTF8, 0,
+     "Gr\xC3\xBC\xC3\x9F"
+     "e\n\xE6\x9D\xB1"},
+    {"a mark wins over the encoding asked",
+     "\xEF\xBB\xBF"
+     "caf\xC3\xA9",
+     KF_String::Enc_UTF16LE, 0, "caf\xC3\xA9"},
     {"UTF-16LE as asked", std::string("h\0i\0", 4), KF_String::Enc_UTF16LE, 0, "hi"},
     {"UTF-16BE by its mark", std::string("\xFE\xFF\0O\0K", 6), KF_String::Enc_UTF8, 0, "OK"},
-    {"guessed when asked for none", "\xE2\x82\xAC" "5", KF_String::Enc_None, 0, "\xE2\x82\xAC" "5"},
+    {"guessed when asked for none",
+     "\xE2\x82\xAC"
+     "5",
+     KF_String::Enc_None, 0,
+     "\xE2\x82\xAC"
+     "5"},
     {"an empty file", "", KF_String::Enc_UTF8, 0, ""},
     {"only a mark", "\xEF\xBB\xBF", KF_String::Enc_UTF8, 0, ""},
     {"one byte under the bound", std::string(KF_File_TextLimit - 1, 'a'), KF_String::Enc_UTF8, 0,

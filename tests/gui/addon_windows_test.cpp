@@ -33,10 +33,8 @@ constexpr int kGer = 3;
 
 // One run of the host with the add-on loaded, on a framework folder that outlives it.
 struct HostRun : kftest::WindowedHost {
-    explicit HostRun(const std::filesystem::path& folder)
-        : WindowedHost(kftest::InFolder(folder), KF_GUI_SHELL_BUNDLE)
-    {
-    }
+    explicit HostRun(const std::filesystem::path& folder) : WindowedHost(kftest::InFolder(folder), KF_GUI_SHELL_BUNDLE)
+    {}
 
     // A string of the add-on's resources: what a dialog item must show.
     QString Str(int resID, int index) const
@@ -79,55 +77,57 @@ TEST_F(AddOnWindows, FirstUseQuestionMainDialogAndLanguageButton)
         EXPECT_EQ(drive.Text(9), "1.1.1.2001") << "the version label is never translated";
     };
 
-    drive.Run(run.Choose(32501, 1), {
-        drive.Shows(kLanguage),
-        Do([&] {
-            kfhost::qt::DialogWindow* top = drive.Top();
-            EXPECT_EQ(top->windowTitle(), name);
-            EXPECT_EQ(top->size(), QSize(483, 282));
-            kfhost::qt::RowList* list = drive.List(3);
-            ASSERT_NE(list, nullptr);
-            ASSERT_EQ(list->count(), 7) << "every language is offered";
-            for (int row = 0; row < 7; ++row) {
-                EXPECT_EQ(list->item(row)->data(kfhost::qt::RowList::IconIDRole).toInt(), 32758 + row);
-                EXPECT_FALSE(list->item(row)->data(Qt::DecorationRole).value<QPixmap>().isNull()) << "flag " << row;
-            }
-            EXPECT_EQ(list->sizeHintForRow(0), 30);
-            ASSERT_EQ(list->Tabs().size(), 1u);
-            EXPECT_EQ(list->Tabs()[0].begPos, 5);
-            EXPECT_EQ(list->Tabs()[0].endPos, 285);
-            EXPECT_EQ(list->SelectedRow(), kInt + 1) << "the default language is selected";
-            EXPECT_EQ(drive.Text(1), run.Str(kFrameworkStrings + kInt, 64));
-            EXPECT_EQ(drive.Text(2), run.Str(kFrameworkStrings + kInt, 5));
-            EXPECT_EQ(drive.Text(6), run.Str(kFrameworkStrings + kInt, 65));
-            drive.SelectRow(3, kGer + 1);
-        }),
-        Do([&] {
-            // The preview follows the list; the accepting button keeps its text.
-            EXPECT_EQ(drive.Text(2), run.Str(kFrameworkStrings + kGer, 5));
-            EXPECT_EQ(drive.Text(6), run.Str(kFrameworkStrings + kGer, 65));
-            EXPECT_EQ(drive.Text(1), run.Str(kFrameworkStrings + kInt, 64));
-            drive.Click(1);
-        }),
-        drive.Shows(kMain),
-        Do([&] {
-            mainDialogIn(kGer);
-            EXPECT_FALSE(qobject_cast<QLabel*>(drive.Item(1))->pixmap().isNull()) << "the add-on's icon";
-            drive.Click(12);
-        }),
-        drive.Shows(kLanguage),
-        Do([&] {
-            EXPECT_EQ(drive.List(3)->SelectedRow(), kGer + 1);
-            EXPECT_EQ(drive.Text(2), run.Str(kFrameworkStrings + kGer, 5));
-            drive.SelectRow(3, kInt + 1);
-        }),
-        Do([&] { drive.Click(1); }),
-        drive.Shows(kMain),
-        Do([&] {
-            mainDialogIn(kInt);
-            drive.Top()->close(); // the close box: the closing item
-        }),
-    });
+    drive.Run(run.Choose(32501, 1),
+              {
+                  drive.Shows(kLanguage),
+                  Do([&] {
+                      kfhost::qt::DialogWindow* top = drive.Top();
+                      EXPECT_EQ(top->windowTitle(), name);
+                      EXPECT_EQ(top->size(), QSize(483, 282));
+                      kfhost::qt::RowList* list = drive.List(3);
+                      ASSERT_NE(list, nullptr);
+                      ASSERT_EQ(list->count(), 7) << "every language is offered";
+                      for (int row = 0; row < 7; ++row) {
+                          EXPECT_EQ(list->item(row)->data(kfhost::qt::RowList::IconIDRole).toInt(), 32758 + row);
+                          EXPECT_FALSE(list->item(row)->data(Qt::DecorationRole).value<QPixmap>().isNull())
+                              << "flag " << row;
+                      }
+                      EXPECT_EQ(list->sizeHintForRow(0), 30);
+                      ASSERT_EQ(list->Tabs().size(), 1u);
+                      EXPECT_EQ(list->Tabs()[0].begPos, 5);
+                      EXPECT_EQ(list->Tabs()[0].endPos, 285);
+                      EXPECT_EQ(list->SelectedRow(), kInt + 1) << "the default language is selected";
+                      EXPECT_EQ(drive.Text(1), run.Str(kFrameworkStrings + kInt, 64));
+                      EXPECT_EQ(drive.Text(2), run.Str(kFrameworkStrings + kInt, 5));
+                      EXPECT_EQ(drive.Text(6), run.Str(kFrameworkStrings + kInt, 65));
+                      drive.SelectRow(3, kGer + 1);
+                  }),
+                  Do([&] {
+                      // The preview follows the list; the accepting button keeps its text.
+                      EXPECT_EQ(drive.Text(2), run.Str(kFrameworkStrings + kGer, 5));
+                      EXPECT_EQ(drive.Text(6), run.Str(kFrameworkStrings + kGer, 65));
+                      EXPECT_EQ(drive.Text(1), run.Str(kFrameworkStrings + kInt, 64));
+                      drive.Click(1);
+                  }),
+                  drive.Shows(kMain),
+                  Do([&] {
+                      mainDialogIn(kGer);
+                      EXPECT_FALSE(qobject_cast<QLabel*>(drive.Item(1))->pixmap().isNull()) << "the add-on's icon";
+                      drive.Click(12);
+                  }),
+                  drive.Shows(kLanguage),
+                  Do([&] {
+                      EXPECT_EQ(drive.List(3)->SelectedRow(), kGer + 1);
+                      EXPECT_EQ(drive.Text(2), run.Str(kFrameworkStrings + kGer, 5));
+                      drive.SelectRow(3, kInt + 1);
+                  }),
+                  Do([&] { drive.Click(1); }),
+                  drive.Shows(kMain),
+                  Do([&] {
+                      mainDialogIn(kInt);
+                      drive.Top()->close(); // the close box: the closing item
+                  }),
+              });
     EXPECT_TRUE(Logged(run.host, "closed 32734 with 1"));
     EXPECT_TRUE(Logged(run.host, "closed 32500 with 12"));
     EXPECT_TRUE(Logged(run.host, "closed 32500 with 2"));

@@ -84,60 +84,61 @@ TEST_F(ProbeWindows, MenuBarShowsTheRegisteredMenuWithItemFlags)
 TEST_F(ProbeWindows, ModalDialogIsWorkedThroughItsWidgets)
 {
     drive.Run(Choose(1), {
-        drive.Shows(32600),
-        Do([&] {
-            kfhost::qt::DialogWindow* top = drive.Top();
-            ASSERT_NE(top, nullptr);
-            EXPECT_EQ(top->ResID(), 32600);
-            EXPECT_EQ(top->windowTitle(), "Probe dialog") << "the title the add-on set";
-            EXPECT_EQ(top->size(), QSize(300, 200));
-            EXPECT_EQ(top->windowModality(), Qt::ApplicationModal);
-            EXPECT_TRUE(top->isVisible());
-            kfhost::qt::RowList* list = drive.List(3);
-            ASSERT_NE(list, nullptr);
-            ASSERT_EQ(list->count(), 3);
-            EXPECT_EQ(list->RowTexts(1), (QStringList{"", "Beta", "tab"}));
-            ASSERT_EQ(list->Tabs().size(), 2u);
-            EXPECT_EQ(list->Tabs()[1].begPos, 150);
-            for (int row = 0; row < 3; ++row)
-                EXPECT_FALSE(list->item(row)->data(Qt::DecorationRole).value<QPixmap>().isNull()) << row;
-            EXPECT_EQ(list->SelectedRow(), 1);
-            EXPECT_EQ(drive.Text(4), "Alpha");
-            EXPECT_FALSE(drive.Item(5)->isVisible()) << "declared hidden";
-            drive.SelectRow(3, 2);
-        }),
-        Do([&] {
-            EXPECT_EQ(drive.Text(4), "Beta") << "the change message reached the add-on";
-            EXPECT_EQ(host.Dialogs().Current()->Item(3)->FirstSelected(), 2);
-            drive.SelectRow(3, 3);
-        }),
-        Do([&] {
-            EXPECT_FALSE(drive.Item(1)->isEnabled()) << "disabled live on the third row";
-            drive.Click(1); // a click on a disabled button does nothing
-            drive.Click(6);
-        }),
-        Do([&] {
-            ASSERT_NE(drive.Top(), nullptr);
-            EXPECT_EQ(drive.Top()->ResID(), 32600);
-            EXPECT_TRUE(drive.Item(5)->isVisible()) << "shown live by the check box";
-            EXPECT_TRUE(qobject_cast<QCheckBox*>(drive.Item(6))->isChecked());
-            drive.Click(7); // blocks in the nested dialog; the next steps run inside it
-        }),
-        drive.Shows(32602),
-        Do([&] {
-            ASSERT_NE(drive.Top(), nullptr);
-            EXPECT_EQ(drive.Top()->ResID(), 32602);
-            EXPECT_EQ(drive.Top()->windowTitle(), "Nested");
-            drive.Top()->close(); // the window's close box
-        }),
-        drive.Shows(32600),
-        Do([&] {
-            ASSERT_NE(drive.Top(), nullptr);
-            EXPECT_EQ(drive.Top()->ResID(), 32600);
-            drive.SelectRow(3, 1);
-        }),
-        Do([&] { drive.Click(1); }),
-    });
+                             drive.Shows(32600),
+                             Do([&] {
+                                 kfhost::qt::DialogWindow* top = drive.Top();
+                                 ASSERT_NE(top, nullptr);
+                                 EXPECT_EQ(top->ResID(), 32600);
+                                 EXPECT_EQ(top->windowTitle(), "Probe dialog") << "the title the add-on set";
+                                 EXPECT_EQ(top->size(), QSize(300, 200));
+                                 EXPECT_EQ(top->windowModality(), Qt::ApplicationModal);
+                                 EXPECT_TRUE(top->isVisible());
+                                 kfhost::qt::RowList* list = drive.List(3);
+                                 ASSERT_NE(list, nullptr);
+                                 ASSERT_EQ(list->count(), 3);
+                                 EXPECT_EQ(list->RowTexts(1), (QStringList{"", "Beta", "tab"}));
+                                 ASSERT_EQ(list->Tabs().size(), 2u);
+                                 EXPECT_EQ(list->Tabs()[1].begPos, 150);
+                                 for (int row = 0; row < 3; ++row)
+                                     EXPECT_FALSE(list->item(row)->data(Qt::DecorationRole).value<QPixmap>().isNull())
+                                         << row;
+                                 EXPECT_EQ(list->SelectedRow(), 1);
+                                 EXPECT_EQ(drive.Text(4), "Alpha");
+                                 EXPECT_FALSE(drive.Item(5)->isVisible()) << "declared hidden";
+                                 drive.SelectRow(3, 2);
+                             }),
+                             Do([&] {
+                                 EXPECT_EQ(drive.Text(4), "Beta") << "the change message reached the add-on";
+                                 EXPECT_EQ(host.Dialogs().Current()->Item(3)->FirstSelected(), 2);
+                                 drive.SelectRow(3, 3);
+                             }),
+                             Do([&] {
+                                 EXPECT_FALSE(drive.Item(1)->isEnabled()) << "disabled live on the third row";
+                                 drive.Click(1); // a click on a disabled button does nothing
+                                 drive.Click(6);
+                             }),
+                             Do([&] {
+                                 ASSERT_NE(drive.Top(), nullptr);
+                                 EXPECT_EQ(drive.Top()->ResID(), 32600);
+                                 EXPECT_TRUE(drive.Item(5)->isVisible()) << "shown live by the check box";
+                                 EXPECT_TRUE(qobject_cast<QCheckBox*>(drive.Item(6))->isChecked());
+                                 drive.Click(7); // blocks in the nested dialog; the next steps run inside it
+                             }),
+                             drive.Shows(32602),
+                             Do([&] {
+                                 ASSERT_NE(drive.Top(), nullptr);
+                                 EXPECT_EQ(drive.Top()->ResID(), 32602);
+                                 EXPECT_EQ(drive.Top()->windowTitle(), "Nested");
+                                 drive.Top()->close(); // the window's close box
+                             }),
+                             drive.Shows(32600),
+                             Do([&] {
+                                 ASSERT_NE(drive.Top(), nullptr);
+                                 EXPECT_EQ(drive.Top()->ResID(), 32600);
+                                 drive.SelectRow(3, 1);
+                             }),
+                             Do([&] { drive.Click(1); }),
+                         });
     EXPECT_EQ(host.Dialogs().ModalDepth(), 0);
     EXPECT_TRUE(session.Backend().Windows().empty());
     EXPECT_TRUE(Logged(host, "closed 32602 with 1")) << "the close box closes with the cancel item";
@@ -148,26 +149,27 @@ TEST_F(ProbeWindows, ModalDialogIsWorkedThroughItsWidgets)
 TEST_F(ProbeWindows, ModelessWindowStandsBesideTheMainWindow)
 {
     session.Window().setGeometry(0, 0, 300, 200); // room beside it on the offscreen screen
-    drive.Run(Choose(2), {
-        [&] { return drive.WindowOf(32601) != nullptr; },
-        Do([&] {
-            kfhost::qt::DialogWindow* window = drive.WindowOf(32601);
-            EXPECT_EQ(window->windowModality(), Qt::NonModal);
-            EXPECT_TRUE(window->isVisible());
-            EXPECT_GE(window->x(), session.Window().frameGeometry().right()) << "beside, not over, the work";
-            EXPECT_EQ(host.ModelessWindows().size(), 1u);
-            EXPECT_TRUE(session.Window().StatusLabel().text().contains("1 dialog open"));
-            QTest::mouseClick(window->ItemWidget(1), Qt::LeftButton);
-        }),
-        Do([&] {
-            EXPECT_EQ(drive.WindowOf(32601), nullptr);
-            EXPECT_TRUE(host.ModelessWindows().empty()) << "unregistered on close";
-        }),
-        // Again, closed by its close box: no cancel item, so the item is -1 and the add-on answers 1.
-        Do([&] { MenuItem(2)->trigger(); }),
-        [&] { return drive.WindowOf(32601) != nullptr; },
-        Do([&] { drive.WindowOf(32601)->close(); }),
-    });
+    drive.Run(Choose(2),
+              {
+                  [&] { return drive.WindowOf(32601) != nullptr; },
+                  Do([&] {
+                      kfhost::qt::DialogWindow* window = drive.WindowOf(32601);
+                      EXPECT_EQ(window->windowModality(), Qt::NonModal);
+                      EXPECT_TRUE(window->isVisible());
+                      EXPECT_GE(window->x(), session.Window().frameGeometry().right()) << "beside, not over, the work";
+                      EXPECT_EQ(host.ModelessWindows().size(), 1u);
+                      EXPECT_TRUE(session.Window().StatusLabel().text().contains("1 dialog open"));
+                      QTest::mouseClick(window->ItemWidget(1), Qt::LeftButton);
+                  }),
+                  Do([&] {
+                      EXPECT_EQ(drive.WindowOf(32601), nullptr);
+                      EXPECT_TRUE(host.ModelessWindows().empty()) << "unregistered on close";
+                  }),
+                  // Again, closed by its close box: no cancel item, so the item is -1 and the add-on answers 1.
+                  Do([&] { MenuItem(2)->trigger(); }),
+                  [&] { return drive.WindowOf(32601) != nullptr; },
+                  Do([&] { drive.WindowOf(32601)->close(); }),
+              });
     EXPECT_TRUE(Logged(host, "closed 32601 with 1"));
     EXPECT_TRUE(Logged(host, "closed 32601 with -1 result 1"));
     EXPECT_EQ(drive.WindowOf(32601), nullptr);
@@ -176,16 +178,16 @@ TEST_F(ProbeWindows, ModelessWindowStandsBesideTheMainWindow)
 TEST_F(ProbeWindows, TimerRunsOnQtsLoopAndItsAlertIsAMessageBox)
 {
     drive.Run(Choose(6), {
-        Do([&] { ASSERT_NE(dynamic_cast<kfhost::qt::QtRunLoop*>(&host.Loop()), nullptr); }),
-        [&] { return qobject_cast<QMessageBox*>(QApplication::activeModalWidget()) != nullptr; },
-        Do([&] {
-            auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-            EXPECT_EQ(box->text(), "timer fired");
-            QAbstractButton* ok = kftest::Driver::ModalButton("OK");
-            ASSERT_NE(ok, nullptr) << "the button text the add-on gave";
-            QTest::mouseClick(ok, Qt::LeftButton);
-        }),
-    });
+                             Do([&] { ASSERT_NE(dynamic_cast<kfhost::qt::QtRunLoop*>(&host.Loop()), nullptr); }),
+                             [&] { return qobject_cast<QMessageBox*>(QApplication::activeModalWidget()) != nullptr; },
+                             Do([&] {
+                                 auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+                                 EXPECT_EQ(box->text(), "timer fired");
+                                 QAbstractButton* ok = kftest::Driver::ModalButton("OK");
+                                 ASSERT_NE(ok, nullptr) << "the button text the add-on gave";
+                                 QTest::mouseClick(ok, Qt::LeftButton);
+                             }),
+                         });
     EXPECT_TRUE(Logged(host, "alert \"\" \"timer fired\" \"\" buttons \"OK\""));
 }
 
@@ -195,26 +197,27 @@ TEST_F(ProbeWindows, FileDialogIsAQtFileDialogWithTheTypesFilters)
     std::ofstream(file) << "x";
     const QString path = QString::fromStdString(file.string());
     drive.Run(Choose(5), {
-        [&] { return qobject_cast<QFileDialog*>(QApplication::activeModalWidget()) != nullptr; },
-        Do([&] {
-            auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
-            EXPECT_EQ(dialog->windowTitle(), "Pick a file");
-            EXPECT_EQ(dialog->nameFilters(), QStringList{"Text file (*.txt)"}) << "from the registered file type";
-            // Typed as a person would: the name field has the focus.
-            auto* name = dialog->findChild<QLineEdit*>("fileNameEdit");
-            ASSERT_NE(name, nullptr);
-            name->clear();
-            QTest::keyClicks(name, path);
-        }),
-        Do([&] {
-            auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
-            ASSERT_NE(dialog, nullptr);
-            EXPECT_EQ(dialog->selectedFiles(), QStringList{path});
-            QTest::keyClick(dialog->findChild<QLineEdit*>("fileNameEdit"), Qt::Key_Return);
-        }),
-        [&] { return kftest::Driver::ModalButton("OK") != nullptr; },
-        Do([&] { QTest::mouseClick(kftest::Driver::ModalButton("OK"), Qt::LeftButton); }),
-    });
+                             [&] { return qobject_cast<QFileDialog*>(QApplication::activeModalWidget()) != nullptr; },
+                             Do([&] {
+                                 auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+                                 EXPECT_EQ(dialog->windowTitle(), "Pick a file");
+                                 EXPECT_EQ(dialog->nameFilters(), QStringList{"Text file (*.txt)"})
+                                     << "from the registered file type";
+                                 // Typed as a person would: the name field has the focus.
+                                 auto* name = dialog->findChild<QLineEdit*>("fileNameEdit");
+                                 ASSERT_NE(name, nullptr);
+                                 name->clear();
+                                 QTest::keyClicks(name, path);
+                             }),
+                             Do([&] {
+                                 auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+                                 ASSERT_NE(dialog, nullptr);
+                                 EXPECT_EQ(dialog->selectedFiles(), QStringList{path});
+                                 QTest::keyClick(dialog->findChild<QLineEdit*>("fileNameEdit"), Qt::Key_Return);
+                             }),
+                             [&] { return kftest::Driver::ModalButton("OK") != nullptr; },
+                             Do([&] { QTest::mouseClick(kftest::Driver::ModalButton("OK"), Qt::LeftButton); }),
+                         });
     EXPECT_TRUE(Logged(host, "file dialog \"Pick a file\" -> \"" + file.string() + "\""));
     EXPECT_TRUE(Logged(host, "alert \"\" \"file: " + file.string() + "\" \"\" buttons \"OK\""));
 }
@@ -249,7 +252,8 @@ TEST_F(ProbeWindows, ReloadAddOnsLoadsTheBundleAgainAndRebuildsItsMenu)
     QCoreApplication::processEvents();
     EXPECT_TRUE(Logged(host, "reloading 1 bundle(s)"));
     const auto& lines = host.Log().Lines();
-    EXPECT_EQ(std::count_if(lines.begin(), lines.end(), [](const std::string& l) { return l.starts_with("loaded "); }), 2)
+    EXPECT_EQ(std::count_if(lines.begin(), lines.end(), [](const std::string& l) { return l.starts_with("loaded "); }),
+              2)
         << host.Log().Text();
     ASSERT_EQ(host.AddOns().size(), 1u);
     ASSERT_NE(MenuItem(1), nullptr) << "its menu is back in the menu bar";

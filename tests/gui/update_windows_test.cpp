@@ -30,8 +30,7 @@ struct DemoServer {
               return options;
           }()),
           port(server.Start())
-    {
-    }
+    {}
 
     kftest::TempFolder folder;
     kfupd::UpdateServer server;
@@ -48,8 +47,7 @@ protected:
                   return config;
               }(),
               KF_GUI_UPDATE_BUNDLE)
-    {
-    }
+    {}
     ~UpdateWindows() override { server.Stop(); }
 
     void SetUp() override
@@ -70,28 +68,29 @@ TEST_F(UpdateWindows, ResultWindowShowsANewerReleaseAndOpensTheUpdatePage)
 {
     QMenu* menu = session.Window().Menu(32601);
     ASSERT_NE(menu, nullptr);
-    drive.Run([&] { menu->actions()[0]->trigger(); }, {
-        [&] {
-            kfhost::qt::DialogWindow* window = drive.WindowOf(kResults);
-            return window && window->isVisible();
-        },
-        Do([&] {
-            kfhost::qt::DialogWindow* window = drive.WindowOf(kResults);
-            EXPECT_EQ(window->windowModality(), Qt::NonModal);
-            EXPECT_EQ(window->windowTitle(), "Orvella Beam Tools");
-            EXPECT_EQ(window->size(), QSize(655, 172));
-            EXPECT_EQ(drive.Text(3), Str(34));
-            EXPECT_EQ(drive.Text(4), Str(81, "ADDONNAME", "Orvella Beam Tools"));
-            EXPECT_EQ(drive.Text(6), Str(82, "ADDONLIBNAME", "OrvellaBeamLib"));
-            EXPECT_EQ(drive.Text(7), Str(84));
-            EXPECT_EQ(drive.Text(1), Str(37));
-            EXPECT_EQ(drive.Text(2), Str(5));
-            for (std::int16_t item : {1, 2, 3, 4, 5, 6, 7})
-                EXPECT_TRUE(drive.Item(item)->isVisible()) << "item " << item;
-            EXPECT_TRUE(drive.Item(5)->isEnabled()) << "a newer release can be fetched";
-            QTest::mouseClick(drive.Item(5), Qt::LeftButton);
-        }),
-    });
+    drive.Run([&] { menu->actions()[0]->trigger(); },
+              {
+                  [&] {
+                      kfhost::qt::DialogWindow* window = drive.WindowOf(kResults);
+                      return window && window->isVisible();
+                  },
+                  Do([&] {
+                      kfhost::qt::DialogWindow* window = drive.WindowOf(kResults);
+                      EXPECT_EQ(window->windowModality(), Qt::NonModal);
+                      EXPECT_EQ(window->windowTitle(), "Orvella Beam Tools");
+                      EXPECT_EQ(window->size(), QSize(655, 172));
+                      EXPECT_EQ(drive.Text(3), Str(34));
+                      EXPECT_EQ(drive.Text(4), Str(81, "ADDONNAME", "Orvella Beam Tools"));
+                      EXPECT_EQ(drive.Text(6), Str(82, "ADDONLIBNAME", "OrvellaBeamLib"));
+                      EXPECT_EQ(drive.Text(7), Str(84));
+                      EXPECT_EQ(drive.Text(1), Str(37));
+                      EXPECT_EQ(drive.Text(2), Str(5));
+                      for (std::int16_t item : {1, 2, 3, 4, 5, 6, 7})
+                          EXPECT_TRUE(drive.Item(item)->isVisible()) << "item " << item;
+                      EXPECT_TRUE(drive.Item(5)->isEnabled()) << "a newer release can be fetched";
+                      QTest::mouseClick(drive.Item(5), Qt::LeftButton);
+                  }),
+              });
     EXPECT_EQ(drive.WindowOf(kResults), nullptr);
     ASSERT_FALSE(host.Launched().empty());
     const std::string url = host.Launched().back().back();

@@ -33,9 +33,9 @@ TEST(Bundles, LoadInNameOrderAndBrokenOnesAreRefusedWithTheirReasons)
     kftest::TempFolder temp;
     kfhost::Host host(Config(temp));
     kfhost::ScriptRunner script(host);
-    const auto results = host.LoadBundles({kAddOns / "ProbeB.bundle", kBroken / "OldTable.bundle",
-                                           kAddOns / "ProbeA.bundle", kBroken / "NoEntries.bundle",
-                                           temp.Path() / "Missing.bundle"});
+    const auto results =
+        host.LoadBundles({kAddOns / "ProbeB.bundle", kBroken / "OldTable.bundle", kAddOns / "ProbeA.bundle",
+                          kBroken / "NoEntries.bundle", temp.Path() / "Missing.bundle"});
     ASSERT_EQ(results.size(), 5u);
     EXPECT_EQ(results[0].path.filename(), "Missing.bundle");
     EXPECT_NE(results[0].reason.find("not a bundle folder"), std::string::npos);
@@ -113,8 +113,7 @@ TEST(Bundles, ModuleCommandsPassBetweenLoadedBundles)
 
     const kfhost::ModuleID nobody{0x50524F42, 99};
     std::string why;
-    EXPECT_EQ(host.ModuleCommand(0x50524245u, 1, &nobody, nullptr, nullptr, false, &why),
-              KF_APIERR_MODULNOTINSTALLED);
+    EXPECT_EQ(host.ModuleCommand(0x50524245u, 1, &nobody, nullptr, nullptr, false, &why), KF_APIERR_MODULNOTINSTALLED);
     EXPECT_EQ(host.ModuleCommand(0x50524245u, 2, nullptr, nullptr, nullptr, false, &why),
               KF_APIERR_MODULCMDNOTSUPPORTED);
 }

@@ -76,7 +76,7 @@ TEST_F(InProcess, NameAndDescriptionAreCutToTheirRecordFields)
     };
     for (bool description : {false, true}) {
         std::size_t const max = description ? KF_ENVIR_DESCRIPTION_MAX : KF_ENVIR_NAME_MAX;
-        for (Case const c : {Case{max - 1, max - 1}, Case{max, max}, Case{max + 1, max}}) {
+        for (const Case c : {Case{max - 1, max - 1}, Case{max, max}, Case{max + 1, max}}) {
             std::string text;
             for (std::size_t i = 0; i < c.length; ++i)
                 text += char('a' + i % 26);
@@ -295,8 +295,7 @@ TEST_F(InProcess, MenuItemFlagsAndModuleCommands)
     EXPECT_TRUE(host.Run("command \"PRBE\" 1\ncommand \"PRBE\" 1 0x50524F42 1\n")) << Failures();
     EXPECT_EQ(probe::Get().commandCalls, 3);
     EXPECT_FALSE(host.Run("command \"QRT \" 0\n"));
-    EXPECT_NE(host.Failures().back().find("no loaded add-on serves the command \"QRT \" version 0"),
-              std::string::npos);
+    EXPECT_NE(host.Failures().back().find("no loaded add-on serves the command \"QRT \" version 0"), std::string::npos);
 }
 
 class InProcessMacRoman : public InProcess {
@@ -312,14 +311,16 @@ protected:
 
 TEST_F(InProcessMacRoman, TheHostsTextEncodingBecomesTheApplications)
 {
-    host.AddResourceText("strings 32000\n  1 \"\xC3\xBC" "ber\"\nend\n");
+    host.AddResourceText("strings 32000\n  1 \"\xC3\xBC"
+                         "ber\"\nend\n");
     ASSERT_TRUE(Load().Loaded());
     EXPECT_EQ(GS::GetApplicationTextEncoding(), GS::AppTextEncoding::MacRoman);
     const GSResModule previous = ACAPI_UseOwnResModule();
     char fix[16];
     ASSERT_TRUE(ACAPI_Resource_GetFixStr(fix, sizeof fix, 32000, 1));
     ACAPI_ResetResModule(previous);
-    EXPECT_EQ(std::string(fix), "\x9F" "ber"); // ü in Mac OS Roman
+    EXPECT_EQ(std::string(fix), "\x9F"
+                                "ber"); // ü in Mac OS Roman
     host.Unload();
     EXPECT_EQ(GS::GetApplicationTextEncoding(), GS::AppTextEncoding::UTF8) << "back to the default without a host";
 }

@@ -99,9 +99,8 @@ TEST(Resources, RefusesMalformedTextWithItsPosition)
             EXPECT_EQ(e.Line(), c.line) << e.what();
             EXPECT_EQ(e.Column(), c.column) << e.what();
             EXPECT_NE(e.Message().find(c.message), std::string::npos) << e.what();
-            EXPECT_EQ(std::string(e.what()).rfind("bad.res:" + std::to_string(c.line) + ":" +
-                                                      std::to_string(c.column) + ": ",
-                                                  0),
+            EXPECT_EQ(std::string(e.what()).rfind(
+                          "bad.res:" + std::to_string(c.line) + ":" + std::to_string(c.column) + ": ", 0),
                       0u);
         }
     }
@@ -171,7 +170,7 @@ TEST(Resources, IconsOfAnInsaneSizeAreRefusedByTheReader)
 {
     kftest::TempFolder temp;
     std::string png = kftest::ReadFile(std::filesystem::path(KF_PROBE_RESOURCES) / "common" / "icons" / "32758.png");
-    auto const withSize = [&](std::uint32_t side) {
+    const auto withSize = [&](std::uint32_t side) {
         std::string copy = png;
         for (int field : {16, 20})
             for (int i = 0; i < 4; ++i)

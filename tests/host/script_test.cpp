@@ -59,7 +59,10 @@ TEST(ScriptExpect, EveryCheckFailsWithWhatWasThereAndHoldsOtherwise)
         {"menu 32500 3", "expect alert \"Other\"", "the alert says \"Probe alert text\"", "expect no-alert"},
         {"menu 32500 3", "expect no-alert", "an alert says \"Probe alert text\"", "expect alert \"Probe alert text\""},
         {"", "expect launched \"xdg-open\"", "nothing was launched", "expect no-dialog"},
-        {"", "expect launched \"first\"", "the last launch was \"b\" \"second\"", "expect launched \"second\"",
+        {"",
+         "expect launched \"first\"",
+         "the last launch was \"b\" \"second\"",
+         "expect launched \"second\"",
          {{"a", "first"}, {"b", "second"}}},
     };
     for (const ExpectCase& c : cases) {
@@ -82,11 +85,14 @@ TEST(ScriptNumbers, OutOfRangeIsAnErrorAtItsColumnNeverCutShort)
 {
     const std::pair<const char*, const char*> cases[] = {
         {"menu 98037 1", "column 6: 98037 is out of range for a menu resource number (-32768 to 32767)"},
-        {"menu 32500 4294967297", "column 12: 4294967297 is out of range for an item index (-2147483648 to 2147483647)"},
+        {"menu 32500 4294967297",
+         "column 12: 4294967297 is out of range for an item index (-2147483648 to 2147483647)"},
         {"click 65538", "column 7: 65538 is out of range for an item number (-32768 to 32767)"},
         {"select 3 -32769", "column 10: -32769 is out of range for a row number (-32768 to 32767)"},
-        {"command \"PRBE\" 1 4294967296 1", "column 18: 4294967296 is out of range for a developer id (0 to 4294967295)"},
-        {"fail open \"*\" 0x100000000", "column 15: 0x100000000 is out of range for a host error code (-2147483648 to 4294967295)"},
+        {"command \"PRBE\" 1 4294967296 1",
+         "column 18: 4294967296 is out of range for a developer id (0 to 4294967295)"},
+        {"fail open \"*\" 0x100000000",
+         "column 15: 0x100000000 is out of range for a host error code (-2147483648 to 4294967295)"},
         {"expect row 3 1 \"x\" 40000", "column 20: 40000 is out of range for a tab field (-32768 to 32767)"},
     };
     for (const auto& [line, says] : cases) {
@@ -109,7 +115,8 @@ TEST(ScriptStrict, WhatTheScriptLeavesUnsaidFailsOnlyWhenStrict)
     const StrictCase cases[] = {
         {"", {"end of script: the script runs no command"}},
         {"# only a comment\n", {"end of script: the script runs no command"}},
-        {"menu 32500 3", {"end of script: no expect line ran", "end of script: the alert \"Probe alert text\" was never checked"}},
+        {"menu 32500 3",
+         {"end of script: no expect line ran", "end of script: the alert \"Probe alert text\" was never checked"}},
         {"answer folder \"/tmp\"\nexpect no-dialog",
          {"script:1: answer folder \"/tmp\": no file or folder dialog took this answer"}},
         {"fail open \"/nowhere/*\" 0x81060003\nexpect no-dialog",
@@ -139,7 +146,9 @@ TEST(ScriptRunner, WithoutOneTheHostClosesModalDialogsAsTheirCloseBoxWould)
 {
     Probed p;
     ASSERT_TRUE(p.loaded);
-    { kfhost::ScriptRunner passing(p.host.Host()); } // takes the dialogs over, then lets go
+    {
+        kfhost::ScriptRunner passing(p.host.Host());
+    } // takes the dialogs over, then lets go
     p.host.ClearTranscript();
     EXPECT_EQ(p.host.Menu(32500, 1), 0);
     EXPECT_EQ(probe::Get().lastModalResult, 2) << "closed with its cancel item";

@@ -21,7 +21,10 @@ namespace fs = std::filesystem;
 // Heap blocks allocated and not yet freed by this program (operator new / delete).
 long LiveBlocks();
 
-inline KF_String K(const std::string& utf8) { return KF_String(utf8.c_str(), KF_String::Enc_UTF8); }
+inline KF_String K(const std::string& utf8)
+{
+    return KF_String(utf8.c_str(), KF_String::Enc_UTF8);
+}
 std::string U8(const KF_String& text);
 std::string U8(const unsigned short* units); // zero-ended UTF-16
 

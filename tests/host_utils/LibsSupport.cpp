@@ -17,7 +17,10 @@ void* operator new(std::size_t size)
     ++sLive;
     return block;
 }
-void* operator new[](std::size_t size) { return ::operator new(size); }
+void* operator new[](std::size_t size)
+{
+    return ::operator new(size);
+}
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept
 {
     void* block = std::malloc(size != 0 ? size : 1);
@@ -25,7 +28,10 @@ void* operator new(std::size_t size, const std::nothrow_t&) noexcept
         ++sLive;
     return block;
 }
-void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept { return ::operator new(size, tag); }
+void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept
+{
+    return ::operator new(size, tag);
+}
 void operator delete(void* block) noexcept
 {
     if (block != nullptr) {
@@ -33,19 +39,37 @@ void operator delete(void* block) noexcept
         std::free(block);
     }
 }
-void operator delete[](void* block) noexcept { ::operator delete(block); }
-void operator delete(void* block, std::size_t) noexcept { ::operator delete(block); }
-void operator delete[](void* block, std::size_t) noexcept { ::operator delete(block); }
-void operator delete(void* block, const std::nothrow_t&) noexcept { ::operator delete(block); }
-void operator delete[](void* block, const std::nothrow_t&) noexcept { ::operator delete(block); }
+void operator delete[](void* block) noexcept
+{
+    ::operator delete(block);
+}
+void operator delete(void* block, std::size_t) noexcept
+{
+    ::operator delete(block);
+}
+void operator delete[](void* block, std::size_t) noexcept
+{
+    ::operator delete(block);
+}
+void operator delete(void* block, const std::nothrow_t&) noexcept
+{
+    ::operator delete(block);
+}
+void operator delete[](void* block, const std::nothrow_t&) noexcept
+{
+    ::operator delete(block);
+}
 
 namespace kftest {
 
-long LiveBlocks() { return sLive.load(); }
+long LiveBlocks()
+{
+    return sLive.load();
+}
 
 std::string U8(const KF_String& text)
 {
-    KF_CString const bytes = text.ToCStr(KF_String::Enc_UTF8);
+    const KF_CString bytes = text.ToCStr(KF_String::Enc_UTF8);
     return bytes.bytes != nullptr ? std::string(bytes.bytes, ::strnlen(bytes.bytes, bytes.length)) : std::string();
 }
 

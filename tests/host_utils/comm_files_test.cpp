@@ -25,11 +25,11 @@ protected:
         host = std::make_unique<kftest::InProcessHost>(config);
         host->Attach();
     }
-    fs::path File(char const* name) const { return folder.Path() / name; }
+    fs::path File(const char* name) const { return folder.Path() / name; }
     std::set<std::string> Names() const
     {
         std::set<std::string> names;
-        for (auto const& entry : fs::directory_iterator(folder.Path())) {
+        for (const auto& entry : fs::directory_iterator(folder.Path())) {
             names.insert(entry.path().filename().string());
         }
         return names;
@@ -72,9 +72,12 @@ TEST_F(Comm, EachReleaseWritesAndReadsItsOwnFile)
 TEST_F(Comm, OnlyOneCompleteEntrySayingTrueReadsTrue)
 {
     Release(17);
-    for (auto const& [plain, expected] :
-         {std::pair{"$Tavolo Loaded: TRUE\n", true}, {"$Anything: TRUE\r\n", true}, {"$Tavolo Loaded: TRUE", false},
-          {"$Tavolo Loaded: true\n", false}, {"$Tavolo Loaded: TRUE\n$x: TRUE\n", false}, {"TRUE\n", false}}) {
+    for (const auto& [plain, expected] : {std::pair{"$Tavolo Loaded: TRUE\n", true},
+                                          {"$Anything: TRUE\r\n", true},
+                                          {"$Tavolo Loaded: TRUE", false},
+                                          {"$Tavolo Loaded: true\n", false},
+                                          {"$Tavolo Loaded: TRUE\n$x: TRUE\n", false},
+                                          {"TRUE\n", false}}) {
         kftest::WriteFile(File("TestAddOn_17.sui"), Scrambled(plain));
         EXPECT_EQ(KF_Comm::AddOnFileRead(), expected) << plain;
     }
@@ -86,7 +89,7 @@ TEST_F(Comm, OnlyOneCompleteEntrySayingTrueReadsTrue)
 
 TEST_F(Comm, SweepDeletesEveryAddOnsFileOfTheRunningReleaseOnly)
 {
-    for (char const* name : {"TestAddOn_17.sui", "Other_17.sui", "TestAddOn_16.sui", "Tavolo_AC17.sui",
+    for (const char* name : {"TestAddOn_17.sui", "Other_17.sui", "TestAddOn_16.sui", "Tavolo_AC17.sui",
                              "notes_17.sui.txt", "x_170.sui", "nested/Deep_17.sui"}) {
         kftest::WriteFile(folder.Path() / name, "x");
     }

@@ -12,10 +12,10 @@ using namespace kftest;
 
 namespace {
 
-std::u16string U(char const* text)
+std::u16string U(const char* text)
 {
     GS::UniString const uni = GS::UniString::FromUTF8(text);
-    return std::u16string(reinterpret_cast<char16_t const*>(uni.ToUStr()), uni.GetLength());
+    return std::u16string(reinterpret_cast<const char16_t*>(uni.ToUStr()), uni.GetLength());
 }
 
 // Keeps every request; file dialogs are answered from a queue (empty: cancel).
@@ -28,12 +28,12 @@ public:
     void Shown(kfhost::Dialog&) override {}
     void RunModal(kfhost::Dialog&) override {}
     void Closed(kfhost::Dialog&) override {}
-    std::int16_t Alert(kfhost::AlertRequest const& request) override
+    std::int16_t Alert(const kfhost::AlertRequest& request) override
     {
         alerts.push_back(request);
         return 1;
     }
-    std::optional<kfhost::FileAnswer> ChooseFile(kfhost::FileRequest const& request) override
+    std::optional<kfhost::FileAnswer> ChooseFile(const kfhost::FileRequest& request) override
     {
         files.push_back(request);
         if (answers.empty()) {
@@ -43,7 +43,7 @@ public:
         answers.pop_front();
         return answer;
     }
-    std::optional<std::u16string> ChooseFolder(kfhost::FolderRequest const&) override { return std::nullopt; }
+    std::optional<std::u16string> ChooseFolder(const kfhost::FolderRequest&) override { return std::nullopt; }
 };
 
 class DialogHelpers : public ::testing::Test {
@@ -76,11 +76,11 @@ TEST_F(DialogHelpers, AlertShowsTheTextsWithTheLocalizedButtonOnly)
     gKF_Language = KF_Language_Int;
     KF_Dialog::ShowAlert(2, S(""), S(""), KF_String());
     ASSERT_EQ(backend->alerts.size(), 2u);
-    auto const& first = backend->alerts[0].texts;
+    const auto& first = backend->alerts[0].texts;
     EXPECT_EQ(backend->alerts[0].type, -1);
     EXPECT_EQ(std::vector<std::u16string>(first, first + 6),
               (std::vector<std::u16string>{u"", U("Le fichier manque."), U("détail"), U("D'accord"), u"", u""}));
-    auto const& second = backend->alerts[1].texts;
+    const auto& second = backend->alerts[1].texts;
     EXPECT_EQ(std::vector<std::u16string>(second, second + 6),
               (std::vector<std::u16string>{u"", u"", u"", u"OK", u"", u""}));
 }
@@ -91,7 +91,7 @@ TEST_F(DialogHelpers, OpenFileFiltersInListOrderAndAnswersTheChoice)
     for (FTM::GeneralID id : {7u, 3u, 5u}) {
         types.AddData(id, -1);
     }
-    KF_Location const start(S("/start/here"));
+    const KF_Location start(S("/start/here"));
     backend->answers.push_back(kfhost::FileAnswer{U("/chosen/plan ü.part"), 2});
     KF_Location chosen;
     long filter = -1;
@@ -122,7 +122,7 @@ TEST_F(DialogHelpers, OneTypeDescribedOnTheSpotIsRegisteredOnceAndIsTheOnlyFilte
         EXPECT_EQ(backend->files[std::size_t(i)].filters, (std::vector<std::uint32_t>{1}));
     }
     ASSERT_EQ(host.Host().FileTypes().size(), 1u);
-    kfhost::RegisteredFileType const& type = host.Host().FileTypes().front();
+    const kfhost::RegisteredFileType& type = host.Host().FileTypes().front();
     EXPECT_EQ(type.manager, u"Module");
     EXPECT_EQ(type.description, u"Library part");
     EXPECT_EQ(type.extension, u"part");

@@ -33,14 +33,14 @@ TEST_F(ProjectTest, TheTitleIsTheFileNameCutAt255Characters)
     Start(config);
     EXPECT_EQ(Title(), std::make_pair(std::string("Office Tower.proj"), false));
 
-    for (auto const& [length, expected] : {std::pair{254, 254}, {255, 255}, {256, 255}, {300, 255}}) {
+    for (const auto& [length, expected] : {std::pair{254, 254}, {255, 255}, {256, 255}, {300, 255}}) {
         std::string name;
         for (int i = 0; i < length; ++i)
             name += char('a' + i % 26);
         Host().Host().SetProject("/p/" + name);
         EXPECT_EQ(Title().first, name.substr(0, std::size_t(expected))) << length;
     }
-    long const before = LiveBlocks();
+    const long before = LiveBlocks();
     Title();
     EXPECT_EQ(LiveBlocks(), before) << "both project locations are deleted";
 }

@@ -48,7 +48,8 @@ TEST_F(CatalogTest, OnlyFilesThatDeclareAKnownTypeOnTheirFirstLineAreParts)
 TEST_F(CatalogTest, TheIndexFileDeclaresPartsWhoseDefinitionIsMissing)
 {
     Write("L/Chair.part", "type Object\n");
-    Write("L/library.index", "# what the project uses\nObject Chair\n\nObject   Old Table \nSofa Couch\nLamp\nmacro Base\n");
+    Write("L/library.index",
+          "# what the project uses\nObject Chair\n\nObject   Old Table \nSofa Couch\nLamp\nmacro Base\n");
     ASSERT_EQ(catalog_.Add(Folder("L"), true, &warnings_), AddResult::Added);
     EXPECT_EQ(Find(u"Chair"), "L/Chair.part");
     EXPECT_EQ(Find(u"old table", Object), "L/Old Table (missing)");

@@ -34,7 +34,7 @@ TEST_F(LibrariesTest, TheLibraryTheHostNamesComesFirst)
     config.libraries = {a, b};
     config.settings["embedded-library"] = c.string(); // position 2 of A, B, C
     Start(config);
-    long const handles = BMTesting::LiveHandleCount();
+    const long handles = BMTesting::LiveHandleCount();
     EXPECT_EQ(Loaded(), (std::vector<std::string>{c.string(), a.string(), b.string()}));
     EXPECT_EQ(BMTesting::LiveHandleCount(), handles);
 
@@ -44,7 +44,7 @@ TEST_F(LibrariesTest, TheLibraryTheHostNamesComesFirst)
     ASSERT_EQ(ACAPI_Environment(APIEnv_AddLibrariesID, &folder), NoError);
     EXPECT_EQ(Loaded(), (std::vector<std::string>{c.string(), a.string(), b.string(), d.string()}));
 
-    long const before = LiveBlocks();
+    const long before = LiveBlocks();
     Loaded();
     EXPECT_EQ(LiveBlocks(), before);
 }

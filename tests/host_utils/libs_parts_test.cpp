@@ -13,8 +13,11 @@ protected:
     void SetUp() override
     {
         HostTest::SetUp();
-        library_ = Library("Lib", {{"Wall Lamp.part", "Lamp"}, {"Lamp.part", "Lamp"}, {"a.b.part", "Object"},
-                                   {"a.b.c.part", "Object"}, {"sub/Desk", "Object"}});
+        library_ = Library("Lib", {{"Wall Lamp.part", "Lamp"},
+                                   {"Lamp.part", "Lamp"},
+                                   {"a.b.part", "Object"},
+                                   {"a.b.c.part", "Object"},
+                                   {"sub/Desk", "Object"}});
         kftest::WriteFile(library_ / "library.index", "Object Ghost Chair\nLamp Lamp\n");
         kfhost::HostConfig config;
         config.libraries = {library_};
@@ -48,7 +51,7 @@ TEST_F(PartsTest, AMissingDefinitionAnswersMinus7003AndKeepsNoLocation)
     API_LibPart part;
     EXPECT_EQ(KF_LibPart::Search(K("Ghost Chair"), API_ObjectID, part), -7003);
     EXPECT_EQ(part.location, nullptr);
-    long const ghost = part.index;
+    const long ghost = part.index;
     ASSERT_GT(ghost, 0);
     EXPECT_FALSE(KF_LibPart::LibPart(ghost, part));
     EXPECT_EQ(part.location, nullptr);
@@ -66,7 +69,7 @@ TEST_F(PartsTest, LocationsNameThePartFiles)
     KF_Location out;
     ASSERT_TRUE(KF_LibPart::Location(KF_Location(K("/elsewhere/Desk.txt")), API_ObjectID, out));
     EXPECT_EQ(U8(out.path), (library_ / "sub" / "Desk").string());
-    long const lamp = KF_LibPart::Index(K("wall LAMP"), API_LampID);
+    const long lamp = KF_LibPart::Index(K("wall LAMP"), API_LampID);
     EXPECT_EQ(KF_LibPart::Index(K("Wall Lamp"), APISpec_DoorID), -1);
     EXPECT_EQ(KF_LibPart::Index(K("Wall Lamp"), API_ZombieLibID), lamp);
     ASSERT_TRUE(KF_LibPart::Location(lamp, out));
@@ -82,9 +85,9 @@ TEST_F(PartsTest, HostLocationsAreDeletedExceptWhereTheCallerOwnsThem)
 {
     // Warm up: the host builds its index on first use.
     ASSERT_GT(KF_LibPart::Index(K("Desk"), API_ObjectID), 0);
-    long const lamp = KF_LibPart::Index(K("Wall Lamp"), API_LampID);
+    const long lamp = KF_LibPart::Index(K("Wall Lamp"), API_LampID);
     API_LibPart part;
-    long const before = LiveBlocks();
+    const long before = LiveBlocks();
     {
         KF_LibPart::Index(K("Desk"), API_ObjectID);
         KF_LibPart::Index(K("Ghost Chair"), API_ObjectID);

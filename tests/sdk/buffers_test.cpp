@@ -14,16 +14,18 @@ namespace {
 
 TEST(FixedBuffers, MenuTextsAreCutToTheBufferAtACharacterBoundary)
 {
-    std::string const accented = std::string(254, 'x') + "\xC3\xA9";  // 256 bytes, the last character 2
+    std::string const accented = std::string(254, 'x') + "\xC3\xA9"; // 256 bytes, the last character 2
     struct Case {
         std::string text;
         std::size_t kept;
     };
-    Case const cases[] = {{std::string(254, 'a'), 254}, {std::string(255, 'b'), 255},
-                          {std::string(256, 'c'), 255}, {std::string(257, 'd'), 255},
+    const Case cases[] = {{std::string(254, 'a'), 254},
+                          {std::string(255, 'b'), 255},
+                          {std::string(256, 'c'), 255},
+                          {std::string(257, 'd'), 255},
                           {accented, 254}};
     std::string engines;
-    for (Case const& c : cases)
+    for (const Case& c : cases)
         engines += c.text + "\n";
     kfhost::HostConfig config;
     config.settings["rendering-engines"] = engines;
@@ -32,7 +34,7 @@ TEST(FixedBuffers, MenuTextsAreCutToTheBufferAtACharacterBoundary)
     host.Attach();
     ASSERT_EQ(EXPGetRendNum(), 5);
     for (int engine = 1; engine <= 5; ++engine) {
-        Case const& c = cases[engine - 1];
+        const Case& c = cases[engine - 1];
         char buffer[260];
         std::memset(buffer, 'Z', sizeof buffer);
         ASSERT_TRUE(EXPGetRendMenuStr(engine, buffer, 256)) << engine;
@@ -49,7 +51,7 @@ TEST(FixedBuffers, FileTypeTextsKeepWhatFitsTheirFields)
 {
     for (std::size_t const length : {126u, 127u, 128u, 200u}) {
         std::string const description(length, 'd');
-        std::string const extension(length - 96, 'e');  // 30, 31, 32 and 104 around the field of 32
+        std::string const extension(length - 96, 'e'); // 30, 31, 32 and 104 around the field of 32
         FTM::FileType const type(description.c_str(), extension.c_str(), 0, 0, 0);
         EXPECT_EQ(std::string(type.GetDescription()), description.substr(0, 127)) << length;
         EXPECT_EQ(std::string(type.GetExtension()), extension.substr(0, 31)) << length;

@@ -10,7 +10,10 @@
 
 namespace {
 
-GS::UniString U(const char* s) { return GS::UniString::FromUTF8(s); }
+GS::UniString U(const char* s)
+{
+    return GS::UniString::FromUTF8(s);
+}
 
 struct Message {
     short message;

@@ -10,8 +10,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
-GS::UniString U(const std::string& s) { return GS::UniString::FromUTF8(s); }
-IO::Location Loc(const fs::path& p) { return IO::Location(U(p.string())); }
+GS::UniString U(const std::string& s)
+{
+    return GS::UniString::FromUTF8(s);
+}
+IO::Location Loc(const fs::path& p)
+{
+    return IO::Location(U(p.string()));
+}
 
 std::string PathOf(const IO::Location& location)
 {

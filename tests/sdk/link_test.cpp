@@ -55,7 +55,9 @@ TEST(HostLink, CallsBeforeTheTableAnswerNeutrally)
     API_RenderingSets sets;
     EXPECT_EQ(ACAPI_Environment(APIEnv_GetRenderingSetsID, &sets), APIERR_GENERAL);
     EXPECT_EQ(DGModalDialog(1, 32500, 1, nullptr, 0), 0);
-    EXPECT_EQ(MainLoop::AddTimer(1, [](MainLoop::TimerID, void*) {}, nullptr), 0);
+    EXPECT_EQ(MainLoop::AddTimer(
+                  1, [](MainLoop::TimerID, void*) {}, nullptr),
+              0);
     EXPECT_EQ(HostServices::UpdateServer(), nullptr);
     EXPECT_FALSE(HostServices::Log(GS::UniString::FromUTF8("nobody hears")));
     EXPECT_FALSE(DG::FolderDialog().Invoke());
@@ -72,7 +74,10 @@ TEST(HostLink, UnknownServicesAreRefusedAndTheBuiltInLibraryIsRecorded)
     EXPECT_EQ(host.Host().BuiltInLibraries().size(), 1u);
 }
 
-void Count(MainLoop::TimerID, void* userData) { ++*static_cast<int*>(userData); }
+void Count(MainLoop::TimerID, void* userData)
+{
+    ++*static_cast<int*>(userData);
+}
 
 TEST(HostLink, TimersAndWatchesRunOnTheHostsLoop)
 {

@@ -25,14 +25,11 @@ protected:
 
     std::filesystem::path SharedFile() const { return host.FrameworkFolder() / "Quadrelle.cfg"; }
     std::filesystem::path OwnFile() const { return host.FrameworkFolder() / "TestAddOn.cfg"; }
-    void WritePlain(std::filesystem::path const& file, std::string const& plain)
+    void WritePlain(const std::filesystem::path& file, const std::string& plain)
     {
         kftest::WriteFile(file, kftest::Scrambled(plain));
     }
-    std::string ReadPlain(std::filesystem::path const& file) const
-    {
-        return kftest::Scrambled(kftest::ReadFile(file));
-    }
+    std::string ReadPlain(const std::filesystem::path& file) const { return kftest::Scrambled(kftest::ReadFile(file)); }
 
     kftest::InProcessHost host;
 };

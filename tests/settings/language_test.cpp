@@ -64,17 +64,17 @@ protected:
         gKF_Language = KF_Language_Int;
         HostedStores::TearDown();
     }
-    short ReadWith(std::string const& plain, bool expectFound = true)
+    short ReadWith(const std::string& plain, bool expectFound = true)
     {
         WritePlain(SharedFile(), plain);
         EXPECT_EQ(KF_Language_Read(true), expectFound) << plain;
         return gKF_Language;
     }
     // Runs the dialog on script lines; every line must be used and every expectation hold.
-    bool Dialog(std::string const& lines)
+    bool Dialog(const std::string& lines)
     {
         host.Queue(lines);
-        bool const accepted = KF_Dlg_Language(S("Version: test"));
+        const bool accepted = KF_Dlg_Language(S("Version: test"));
         EXPECT_EQ(host.PendingLines(), 0u);
         EXPECT_TRUE(host.ScriptOk()) << ::testing::PrintToString(host.Failures());
         return accepted;
@@ -95,7 +95,7 @@ TEST_F(Language, StoredChoiceIsReadByRule)
     EXPECT_EQ(ReadWith("$Other: 1\n", false), KF_Language_Int);
     EXPECT_FALSE(KF_Language_Exists());
     // The older numeric key: 6 and above (and, for safety, below 0) mean "int".
-    for (auto const& [text, language] : {std::pair{"3", 3}, {"5", 5}, {"6", 1}, {"9", 1}, {"abc", 1}, {"-2", 1}}) {
+    for (const auto& [text, language] : {std::pair{"3", 3}, {"5", 5}, {"6", 1}, {"9", 1}, {"abc", 1}, {"-2", 1}}) {
         EXPECT_EQ(ReadWith(std::string("$Language: ") + text + "\n"), language) << text;
     }
     EXPECT_TRUE(KF_Language_Exists());
@@ -125,7 +125,7 @@ TEST_F(Language, ReloadReadsTheSharedStoreAgain)
 
 TEST_F(Language, StringsFallBackToInternationalThenToAMarker)
 {
-    auto const get = [](short base, long index, bool addOn = true) {
+    const auto get = [](short base, long index, bool addOn = true) {
         return Utf8(KF_Resource_GetString(short(base + gKF_Language), index, addOn));
     };
     host.Host().SetCurrentResModule(0); // the lookups switch to the add-on's own module and back
@@ -192,15 +192,15 @@ TEST_F(Language, ShownLanguagesLimitTheRowsAndAcceptUsesTheRowTable)
 TEST_F(Language, TheFirstAndTheLastRowAreLanguagesLikeTheOthers)
 {
     struct Case {
-        char const* stored;
+        const char* stored;
         int selectedRow;
         int chosenRow;
-        char const* preview;  // the cancel button in the chosen language
-        char const* written;
+        const char* preview; // the cancel button in the chosen language
+        const char* written;
         short language;
     };
-    for (Case const c : {Case{"ita", 1, 7, "Otmena", "rus", KF_Language_Rus},
-                         Case{"rus", 7, 1, "Annulla", "ita", KF_Language_Ita}}) {
+    for (const Case c :
+         {Case{"ita", 1, 7, "Otmena", "rus", KF_Language_Rus}, Case{"rus", 7, 1, "Annulla", "ita", KF_Language_Ita}}) {
         ReadWith(std::string("$Language_str: ") + c.stored + "\n");
         EXPECT_TRUE(Dialog("expect rows 3 7\nexpect selected 3 " + std::to_string(c.selectedRow) + "\nselect 3 " +
                            std::to_string(c.chosenRow) + "\nexpect text 2 \"" + c.preview + "\"\nclick 1"))

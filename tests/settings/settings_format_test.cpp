@@ -15,21 +15,21 @@ namespace {
 
 using Entries = std::vector<std::pair<std::string, std::string>>;
 
-std::string Build(Entries const& entries)
+std::string Build(const Entries& entries)
 {
     KF_List<KF_Setting> list;
-    for (auto const& [name, value] : entries) {
+    for (const auto& [name, value] : entries) {
         list.AddData(KF_Setting(S(name), S(value)), -1);
     }
     return Scrambled(kf::detail::KF_Settings_BuildFile(list));
 }
 
 // Answers the entries read from plain text, and whether the whole text was well formed.
-std::pair<bool, Entries> Parse(std::string const& plain)
+std::pair<bool, Entries> Parse(const std::string& plain)
 {
     std::string const file = Scrambled(plain);
     KF_List<KF_Setting> list;
-    bool const ok = kf::detail::KF_Settings_ParseFile(file.data(), file.size(), list);
+    const bool ok = kf::detail::KF_Settings_ParseFile(file.data(), file.size(), list);
     Entries entries;
     for (long i = 0; i < list.count; ++i) {
         entries.emplace_back(Utf8(list[i].name), Utf8(list[i].value));
@@ -50,7 +50,7 @@ TEST(SettingsFormat, WriterPutsAHashAfterEveryLineBreakAndScramblesEveryByte)
 
 TEST(SettingsFormat, WrittenEntriesReadBackInOrderWithDuplicates)
 {
-    Entries const entries{{"k", "a\nb"}, {"crlf", "x\r\ny"}, {"cr", "p\rq"}, {"e", ""}, {"d", "1"}, {"d", "2"}};
+    const Entries entries{{"k", "a\nb"}, {"crlf", "x\r\ny"}, {"cr", "p\rq"}, {"e", ""}, {"d", "1"}, {"d", "2"}};
     EXPECT_EQ(Parse(Build(entries)), std::make_pair(true, entries));
 }
 
@@ -64,12 +64,13 @@ TEST(SettingsFormat, ReaderQuirksAreKept)
     EXPECT_EQ(Parse("$a: 1\n$b:"), std::make_pair(true, Entries{{"a", "1"}}));
     // The byte after "#" is value text even when it is a line end, so the next line joins.
     EXPECT_EQ(Parse("$k: a\n#\n$j: x\n"), std::make_pair(true, Entries{{"k", "a\n\n$j: x"}}));
-    EXPECT_EQ(Parse("$a: 1\r\n$b: 2\r$c: x\r\n#y\n"), std::make_pair(true, Entries{{"a", "1"}, {"b", "2"}, {"c", "x\r\ny"}}));
+    EXPECT_EQ(Parse("$a: 1\r\n$b: 2\r$c: x\r\n#y\n"),
+              std::make_pair(true, Entries{{"a", "1"}, {"b", "2"}, {"c", "x\r\ny"}}));
 }
 
 TEST(SettingsFormat, MalformedTextFailsKeepingTheEntriesBeforeIt)
 {
-    for (char const* bad : {"$: x\n", "k: v\n", "$", "$no colon\n"}) {
+    for (const char* bad : {"$: x\n", "k: v\n", "$", "$no colon\n"}) {
         EXPECT_FALSE(Parse(bad).first) << bad;
     }
     EXPECT_EQ(Parse("$a: 1\n$b: 2\nz$c: 3\n"), std::make_pair(false, Entries{{"a", "1"}}));

@@ -21,7 +21,7 @@ TEST_F(HostedStores, AFileBelowTheLimitLoadsAndOneAtItOrAboveDoesNot)
     for (std::size_t const size : {kLimit - 1, kLimit, kLimit + 1, kLimit - 2}) {
         std::string const value = ValueForFile(size, 'x');
         WritePlain(OwnFile(), "$big: " + value + "\n");
-        bool const fits = size < kLimit;
+        const bool fits = size < kLimit;
         EXPECT_EQ(KF_AddonSettings_Load(kOwn, false), fits) << size;
         EXPECT_EQ(KF_AddonSettings_GetCount(kOwn), fits ? 1 : 0) << size;
         KF_String read;
@@ -39,7 +39,7 @@ TEST_F(HostedStores, ATextBelowTheLimitIsSavedAndOneAtItOrAboveIsNot)
     for (std::size_t const size : {kLimit, kLimit + 1, kLimit - 1}) {
         KF_AddonSettings_Clear(kOwn);
         KF_AddonSettings_Set(kOwn, S("big"), S(ValueForFile(size, 'y')), true);
-        bool const fits = size < kLimit;
+        const bool fits = size < kLimit;
         EXPECT_EQ(KF_AddonSettings_Save(kOwn), fits) << size;
         if (fits) {
             EXPECT_EQ(kftest::ReadFile(OwnFile()).size(), size);

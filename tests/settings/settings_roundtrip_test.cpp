@@ -14,9 +14,9 @@ using namespace kftest;
 
 namespace {
 
-std::vector<std::pair<std::string, std::string>> const kEntries{
-    {"Language_str", "fra"}, {"lines", "one\ntwo\r\nthree\rfour"}, {"empty", ""},
-    {"accents", "Ünïcødé àéîõü"}, {"spaces", "  both ends  "}, {"symbols", "$#:#$ 100%"}};
+const std::vector<std::pair<std::string, std::string>> kEntries{
+    {"Language_str", "fra"},      {"lines", "one\ntwo\r\nthree\rfour"}, {"empty", ""},
+    {"accents", "Ünïcødé àéîõü"}, {"spaces", "  both ends  "},          {"symbols", "$#:#$ 100%"}};
 
 class SettingsRoundTrip : public ::testing::TestWithParam<std::int32_t> {
 protected:
@@ -39,22 +39,22 @@ protected:
 
 TEST_P(SettingsRoundTrip, AnotherProcessReadsAndRewritesTheStoreUnchanged)
 {
-    auto const file = folder.Path() / "TestAddOn.cfg";
+    const auto file = folder.Path() / "TestAddOn.cfg";
     auto host = Host();
-    for (auto const& [name, value] : kEntries) {
+    for (const auto& [name, value] : kEntries) {
         KF_AddonSettings_Set(KF_AddonSettings_ThisAddon, S(name), S(value), true);
     }
     ASSERT_TRUE(KF_AddonSettings_Save(KF_AddonSettings_ThisAddon));
     std::string const written = kftest::ReadFile(file);
     host.reset();
 
-    auto const transcript = folder.Path() / "transcript.txt";
+    const auto transcript = folder.Path() / "transcript.txt";
     kftest::WriteFile(folder.Path() / "script", "command \"SRTP\" 1\n");
     std::string const command = std::string("\"") + KF_TEST_KFHOST + "\" --headless --addon \"" +
                                 KF_TEST_ROUNDTRIP_BUNDLE + "\" --framework-folder \"" + folder.Path().string() +
                                 "\" --text-encoding " + (GetParam() == KF_TEXTENC_MACROMAN ? "macroman" : "utf-8") +
-                                " --script \"" + (folder.Path() / "script").string() + "\" > \"" +
-                                transcript.string() + "\" 2>&1";
+                                " --script \"" + (folder.Path() / "script").string() + "\" > \"" + transcript.string() +
+                                "\" 2>&1";
     ASSERT_EQ(std::system(command.c_str()), 0) << kftest::ReadFile(transcript);
     EXPECT_EQ(kftest::ReadFile(file), written + Scrambled("$RoundTrip: " + std::to_string(kEntries.size()) + "\n"))
         << kftest::ReadFile(transcript);
@@ -73,4 +73,4 @@ TEST_P(SettingsRoundTrip, AnotherProcessReadsAndRewritesTheStoreUnchanged)
 }
 
 INSTANTIATE_TEST_SUITE_P(Encodings, SettingsRoundTrip, ::testing::Values(KF_TEXTENC_UTF8, KF_TEXTENC_MACROMAN),
-                         [](auto const& info) { return info.param == KF_TEXTENC_UTF8 ? "UTF8" : "MacRoman"; });
+                         [](const auto& info) { return info.param == KF_TEXTENC_UTF8 ? "UTF8" : "MacRoman"; });

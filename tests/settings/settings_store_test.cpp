@@ -9,7 +9,7 @@ namespace {
 constexpr auto kOwn = KF_AddonSettings_ThisAddon;
 constexpr auto kShared = KF_AddonSettings_AllAddons;
 
-std::string Value(KF_AddonSettings_Type type, char const* name)
+std::string Value(KF_AddonSettings_Type type, const char* name)
 {
     return Utf8(KF_AddonSettings_Get(type, S(name), false));
 }

@@ -21,13 +21,13 @@ constexpr auto kShared = KF_AddonSettings_AllAddons;
 
 // Runs call on a thread and waits a few seconds. A call blocked in opening fifo is let go by
 // opening the other end, so that a failing test ends instead of hanging.
-bool EndsPromptly(std::function<void()> const& call, fs::path const& fifo)
+bool EndsPromptly(const std::function<void()>& call, const fs::path& fifo)
 {
     auto done = std::async(std::launch::async, call);
     if (done.wait_for(std::chrono::seconds(5)) == std::future_status::ready)
         return true;
     for (int flags : {O_WRONLY | O_NONBLOCK, O_RDONLY | O_NONBLOCK}) {
-        int const fd = ::open(fifo.c_str(), flags);
+        const int fd = ::open(fifo.c_str(), flags);
         if (fd >= 0)
             ::close(fd);
     }
@@ -35,7 +35,10 @@ bool EndsPromptly(std::function<void()> const& call, fs::path const& fifo)
     return false;
 }
 
-std::string Plain(fs::path const& file) { return Scrambled(kftest::ReadFile(file)); }
+std::string Plain(const fs::path& file)
+{
+    return Scrambled(kftest::ReadFile(file));
+}
 
 } // namespace
 
@@ -54,8 +57,8 @@ TEST_F(HostedStores, SpecialFilesAreRefusedAtOnceAndNeverWritten)
         EXPECT_TRUE(EndsPromptly([&] { read = KF_Language_Read(true); }, SharedFile())) << viaLink;
         EXPECT_FALSE(read) << "nothing can be read from it";
         bool saved = false;
-        EXPECT_TRUE(EndsPromptly([&] { saved = KF_AddonSettings_LoadSetSave(kShared, S("k"), S("v"), true); },
-                                 SharedFile()));
+        EXPECT_TRUE(
+            EndsPromptly([&] { saved = KF_AddonSettings_LoadSetSave(kShared, S("k"), S("v"), true); }, SharedFile()));
         EXPECT_TRUE(saved);
         EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(SharedFile()))) << "the store is a file of its own now";
         EXPECT_EQ(Plain(SharedFile()), "$k: v\n");
@@ -68,17 +71,17 @@ TEST_F(HostedStores, SpecialFilesAreRefusedAtOnceAndNeverWritten)
 TEST_F(HostedStores, AStoreThatFailsToLoadIsKeptBesideTheNewOne)
 {
     struct Case {
-        char const* what;
+        const char* what;
         std::string bytes;
     };
     std::string big = Scrambled("$Keep: precious\n");
     big.resize(10u << 20, 'x');
-    Case const cases[] = {
+    const Case cases[] = {
         {"too large", big},
         {"one malformed line", Scrambled("$Keep: precious\n$no colon\n")},
         {"garbage", std::string("\x00\x01\xff garbage", 12)},
     };
-    for (Case const& c : cases) {
+    for (const Case& c : cases) {
         Forget();
         fs::remove(SharedFile().string() + ".unreadable");
         kftest::WriteFile(SharedFile(), c.bytes);
@@ -105,11 +108,10 @@ TEST_F(HostedStores, AStoreThatFailsToLoadIsKeptBesideTheNewOne)
 // a save; entries the format cannot hold exactly leave their neighbours intact.
 TEST_F(HostedStores, EveryByteSurvivesALoadAndASave)
 {
-    for (std::string const plain : {std::string("$\xff\xfeName: v\n$next: 1\n"),
-                                    std::string("$Ke\0y: pre\0cious\n$next: 1\n", 26),
-                                    std::string("$k: \xff\xfe\xc3\n$next: 1\n"),
-                                    std::string("$k: a\n#\n#b\n$c: \r\n#\r\n"),
-                                    std::string("$k: caf\xc3\xa9 \xe6\x97\xa5\n")}) {
+    for (std::string const plain :
+         {std::string("$\xff\xfeName: v\n$next: 1\n"), std::string("$Ke\0y: pre\0cious\n$next: 1\n", 26),
+          std::string("$k: \xff\xfe\xc3\n$next: 1\n"), std::string("$k: a\n#\n#b\n$c: \r\n#\r\n"),
+          std::string("$k: caf\xc3\xa9 \xe6\x97\xa5\n")}) {
         Forget();
         WritePlain(SharedFile(), plain);
         ASSERT_TRUE(KF_AddonSettings_Load(kShared, false));
@@ -118,12 +120,17 @@ TEST_F(HostedStores, EveryByteSurvivesALoadAndASave)
     }
     // Values set by code: read back as set, or as close as the format allows.
     struct Case {
-        char const* value;
-        char const* readBack;
+        const char* value;
+        const char* readBack;
     };
-    Case const cases[] = {{"a\n\nb", "a\n\nb"}, {"a\r\n\r\nb", "a\r\n\r\nb"}, {"x\n", "x"}, {"x\r", "x"}, {"x\r\n", "x\r\n"},
-                          {"\n\n", "\n\n"}, {"\n", ""}};
-    for (Case const& c : cases) {
+    const Case cases[] = {{"a\n\nb", "a\n\nb"},
+                          {"a\r\n\r\nb", "a\r\n\r\nb"},
+                          {"x\n", "x"},
+                          {"x\r", "x"},
+                          {"x\r\n", "x\r\n"},
+                          {"\n\n", "\n\n"},
+                          {"\n", ""}};
+    for (const Case& c : cases) {
         Forget();
         ASSERT_TRUE(KF_AddonSettings_Load(kShared, false));
         KF_AddonSettings_Clear(kShared);
@@ -160,7 +167,7 @@ TEST_F(HostedStores, PlantedEntriesBesideTheStoreAreNeitherFollowedNorRemoved)
     EXPECT_TRUE(fs::is_symlink(planted)) << "only what the save created is removed";
     // Nothing of the saves is left behind.
     std::size_t entries = 0;
-    for (auto const& entry : fs::directory_iterator(host.FrameworkFolder()))
+    for (const auto& entry : fs::directory_iterator(host.FrameworkFolder()))
         entries += entry.path().filename().string().find("kftmp") != std::string::npos ? 1 : 0;
     EXPECT_EQ(entries, 1u);
 }
@@ -177,9 +184,9 @@ TEST_F(HostedStores, TwoWritersAndAReaderNeverMeetAHalfFile)
         if (writers[w] == 0) {
             bool ok = true;
             for (int i = 0; i < kSaves; ++i)
-                ok = KF_AddonSettings_LoadSetSave(kShared, S("who"), S(std::string(w == 0 ? "first " : "second ") +
-                                                                      std::to_string(i)),
-                                                  true) && ok;
+                ok = KF_AddonSettings_LoadSetSave(
+                         kShared, S("who"), S(std::string(w == 0 ? "first " : "second ") + std::to_string(i)), true) &&
+                     ok;
             ::_exit(ok ? 0 : 1);
         }
     }
@@ -203,7 +210,7 @@ TEST_F(HostedStores, TwoWritersAndAReaderNeverMeetAHalfFile)
     EXPECT_GT(reads, 100);
     EXPECT_EQ(bad, 0) << "of " << reads << " reads";
     std::size_t leftovers = 0;
-    for (auto const& entry : fs::directory_iterator(host.FrameworkFolder()))
+    for (const auto& entry : fs::directory_iterator(host.FrameworkFolder()))
         leftovers += entry.path().filename().string().find("kftmp") != std::string::npos ? 1 : 0;
     EXPECT_EQ(leftovers, 0u);
 }

@@ -22,7 +22,8 @@ HostRun Workspace::Run(const std::vector<fs::path>& bundles, const fs::path& scr
     for (const auto& b : bundles)
         args.insert(args.end(), {"--addon", b.string()});
     if (!script.empty())
-        args.insert(args.end(), {"--script", (script.has_parent_path() ? script : fs::path(KF_TEST_SCRIPTS) / script).string()});
+        args.insert(args.end(),
+                    {"--script", (script.has_parent_path() ? script : fs::path(KF_TEST_SCRIPTS) / script).string()});
     if (!script.empty() && strict)
         args.push_back("--strict");
     args.insert(args.end(), extra.begin(), extra.end());

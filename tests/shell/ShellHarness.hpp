@@ -20,8 +20,8 @@ inline const fs::path kSuite = KF_TEST_SUITE_BUNDLE;
 inline const fs::path kProbe = KF_TEST_PROBE_BUNDLE;
 
 struct HostRun {
-    int status = -1;         // exit status; -1 when it did not exit normally
-    std::string transcript;  // standard output and error together
+    int status = -1;        // exit status; -1 when it did not exit normally
+    std::string transcript; // standard output and error together
 };
 
 class Workspace {
@@ -42,8 +42,11 @@ private:
     kftest::TempFolder temp_;
 };
 
-inline fs::path SharedStore(const Workspace& w) { return w.Framework() / "Quadrelle.cfg"; }
-std::string StoredLanguage(const Workspace& w);  // "" when none
+inline fs::path SharedStore(const Workspace& w)
+{
+    return w.Framework() / "Quadrelle.cfg";
+}
+std::string StoredLanguage(const Workspace& w); // "" when none
 inline void StoreLanguage(const Workspace& w, const std::string& suffix)
 {
     WriteSettingsFile(SharedStore(w), {{"Language_str", suffix}});

@@ -9,7 +9,10 @@ namespace {
 
 const char kOwnFile17[] = "Orvella Forge_10_17.sui";
 
-void Touch(const fs::path& file) { WriteFile(file, Scrambled("$Tavolo Loaded: TRUE\n")); }
+void Touch(const fs::path& file)
+{
+    WriteFile(file, Scrambled("$Tavolo Loaded: TRUE\n"));
+}
 
 TEST(Environment, MainApplicationRemovesOnlyItsOwnFileOfTheRunningVersion)
 {

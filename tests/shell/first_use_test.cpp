@@ -17,8 +17,8 @@ TEST(FirstUse, AsksBeforeTheMainDialogOnceAndStoresTheChoice)
     EXPECT_EQ(ReadSettingsFile(SharedStore(w)), (SettingsEntries{{"Language_str", "fra"}}));
 
     // A new run of the host remembers: no question, the dialog is French at once.
-    const HostRun again = w.Run({kForge}, w.WriteScript({
-        "menu 32501 1", "expect dialog 32500", "expect text 2 \"Fermer\"", "click 2"}));
+    const HostRun again =
+        w.Run({kForge}, w.WriteScript({"menu 32501 1", "expect dialog 32500", "expect text 2 \"Fermer\"", "click 2"}));
     EXPECT_EQ(again.status, 0) << again.transcript;
     EXPECT_EQ(Count(again.transcript, kQuestion), 0);
 }

@@ -18,7 +18,6 @@ std::string Expect(int item, const std::string& text)
 
 TEST(MainDialog, ShowsEachLanguagesOwnTextsAndTheFixedVersionLabel)
 {
-    
     for (int language = 0; language < 7; ++language) {
         SCOPED_TRACE(kSuffixes[size_t(language)]);
         Workspace w;
@@ -50,23 +49,19 @@ TEST(MainDialog, MissingStringFallsBackToEnglishThenToTheMarker)
 {
     Workspace w;
     const fs::path bundle = w.CopyBundle(kForge);
-    RemoveString(bundle, 32533, 7);   // German only: English is shown
-    RemoveString(bundle, 32533, 8);   // German and English: the marker
+    RemoveString(bundle, 32533, 7); // German only: English is shown
+    RemoveString(bundle, 32533, 8); // German and English: the marker
     RemoveString(bundle, 32531, 8);
-    
+
     ASSERT_EQ(BundleString(bundle, 32533, 7), "");
     StoreLanguage(w, "ger");
     w.strict = false; // the failed lookups are the point
 
-    const HostRun run = w.Run({bundle}, w.WriteScript({
-        "menu 32501 1", "expect dialog 32500",
-        Expect(3, BundleString(bundle, 32533, 5)),
-        Expect(5, BundleString(bundle, 32531, 7)),
-        Expect(6, "_ERR_NO_"),
-        "click 2"}));
+    const HostRun run =
+        w.Run({bundle}, w.WriteScript({"menu 32501 1", "expect dialog 32500", Expect(3, BundleString(bundle, 32533, 5)),
+                                       Expect(5, BundleString(bundle, 32531, 7)), Expect(6, "_ERR_NO_"), "click 2"}));
     EXPECT_EQ(run.status, 0) << run.transcript;
-    EXPECT_EQ(Count(run.transcript, "warning: string list 32533 index 8: not in the resources of \"Orvella Forge\""),
-              2)
+    EXPECT_EQ(Count(run.transcript, "warning: string list 32533 index 8: not in the resources of \"Orvella Forge\""), 2)
         << "the host names every failed lookup";
 }
 

@@ -11,7 +11,6 @@ namespace {
 
 TEST(Resources, EveryUsedStringExistsInEveryLanguage)
 {
-    
     const int addOn[] = {2, 5, 6, 7, 8, 9, 10, 17};
     const int framework[] = {5, 13, 33, 34, 35, 37, 64, 65, 79, 80, 81, 82, 83, 84, 85};
     for (int language = 0; language < 7; ++language) {

@@ -12,7 +12,10 @@ HostRun AskProbe(const Workspace& w, const std::vector<fs::path>& bundles, const
     return w.Run(bundles, w.WriteScript({"menu 32600 1", "expect alert \"" + alert + "\""}));
 }
 
-fs::path ProbeFile(const Workspace& w) { return w.Framework() / "Suite Probe_10_17.sui"; }
+fs::path ProbeFile(const Workspace& w)
+{
+    return w.Framework() / "Suite Probe_10_17.sui";
+}
 
 TEST(Suite, AnswersItsCommandBesideTheAddOn)
 {
@@ -23,11 +26,10 @@ TEST(Suite, AnswersItsCommandBesideTheAddOn)
     EXPECT_NE(run.transcript.find("loaded \"Tavolo\""), std::string::npos) << run.transcript;
 
     // Addressed by its module identifier, and by nobody else's.
-    const HostRun direct = w.Run({kSuite}, w.WriteScript({
-        "command \"SUIT\" 0 0x53735736 0x1BBAAC53", "expect no-alert"}));
+    const HostRun direct =
+        w.Run({kSuite}, w.WriteScript({"command \"SUIT\" 0 0x53735736 0x1BBAAC53", "expect no-alert"}));
     EXPECT_EQ(direct.status, 0) << direct.transcript;
-    const HostRun wrong = w.Run({kSuite}, w.WriteScript({
-        "command \"SUIT\" 0 0x53735736 0x4F524647"}));
+    const HostRun wrong = w.Run({kSuite}, w.WriteScript({"command \"SUIT\" 0 0x53735736 0x4F524647"}));
     EXPECT_NE(wrong.status, 0) << wrong.transcript;
 }
 
@@ -45,7 +47,7 @@ TEST(Suite, NotAnsweringButItsFilePresentCountsAsLoaded)
 TEST(Suite, NeitherAnsweringNorFileMeansAbsent)
 {
     Workspace w;
-    WriteFile(w.Framework() / "Tavolo_AC16.sui", "");  // another host version's file does not count
+    WriteFile(w.Framework() / "Tavolo_AC16.sui", ""); // another host version's file does not count
     const HostRun run = AskProbe(w, {kForge, kProbe}, "suite absent, not answered");
     EXPECT_EQ(run.status, 0) << run.transcript;
     EXPECT_EQ(ReadSettingsFile(ProbeFile(w)), (SettingsEntries{{"Tavolo Loaded", "FALSE"}}));

@@ -29,7 +29,10 @@ InProcessHost::~InProcessHost()
     fs::remove_all(temp_, ec);
 }
 
-fs::path InProcessHost::BundlePath(const std::string& name) const { return temp_ / "Add-Ons" / (name + ".bundle"); }
+fs::path InProcessHost::BundlePath(const std::string& name) const
+{
+    return temp_ / "Add-Ons" / (name + ".bundle");
+}
 
 void InProcessHost::AddResourceText(std::string_view text, const std::string& fileName)
 {
@@ -99,7 +102,10 @@ std::int32_t InProcessHost::Command(std::uint32_t cmd, std::int32_t version, std
     return host_->ModuleCommand(cmd, version, target ? &*target : nullptr, params, resultData, silent);
 }
 
-void InProcessHost::Queue(std::string_view lines) { script_->Append(lines, "queued"); }
+void InProcessHost::Queue(std::string_view lines)
+{
+    script_->Append(lines, "queued");
+}
 
 bool InProcessHost::Run(std::string_view lines)
 {
@@ -107,9 +113,18 @@ bool InProcessHost::Run(std::string_view lines)
     return script_->RunAll();
 }
 
-std::size_t InProcessHost::PendingLines() const { return script_->PendingCount(); }
-bool InProcessHost::ScriptOk() const { return script_->Ok(); }
-const std::vector<std::string>& InProcessHost::Failures() const { return script_->Failures(); }
+std::size_t InProcessHost::PendingLines() const
+{
+    return script_->PendingCount();
+}
+bool InProcessHost::ScriptOk() const
+{
+    return script_->Ok();
+}
+const std::vector<std::string>& InProcessHost::Failures() const
+{
+    return script_->Failures();
+}
 
 std::string InProcessHost::FailureText() const
 {
@@ -118,11 +133,14 @@ std::string InProcessHost::FailureText() const
         all += f + "\n";
     return all;
 }
-void InProcessHost::RunLoop(double seconds) { host_->Loop().RunFor(seconds); }
+void InProcessHost::RunLoop(double seconds)
+{
+    host_->Loop().RunFor(seconds);
+}
 
 bool InProcessHost::RunUntil(const std::function<bool()>& pred, double seconds)
 {
-    auto const until = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+    const auto until = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
     while (!pred()) {
         if (std::chrono::steady_clock::now() >= until)
             return false;
@@ -130,11 +148,29 @@ bool InProcessHost::RunUntil(const std::function<bool()>& pred, double seconds)
     }
     return true;
 }
-kfhost::Dialog* InProcessHost::CurrentDialog() { return host_->Dialogs().Current(); }
-const std::vector<std::string>& InProcessHost::Transcript() const { return host_->Log().Lines(); }
-std::string InProcessHost::TranscriptText() const { return host_->Log().Text(); }
-void InProcessHost::ClearTranscript() { host_->Log().Clear(); }
-const std::vector<std::vector<std::string>>& InProcessHost::Launched() const { return host_->Launched(); }
-kfhost::FileFaults& InProcessHost::Faults() { return host_->Faults(); }
+kfhost::Dialog* InProcessHost::CurrentDialog()
+{
+    return host_->Dialogs().Current();
+}
+const std::vector<std::string>& InProcessHost::Transcript() const
+{
+    return host_->Log().Lines();
+}
+std::string InProcessHost::TranscriptText() const
+{
+    return host_->Log().Text();
+}
+void InProcessHost::ClearTranscript()
+{
+    host_->Log().Clear();
+}
+const std::vector<std::vector<std::string>>& InProcessHost::Launched() const
+{
+    return host_->Launched();
+}
+kfhost::FileFaults& InProcessHost::Faults()
+{
+    return host_->Faults();
+}
 
 } // namespace kftest

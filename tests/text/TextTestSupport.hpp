@@ -11,7 +11,7 @@
 namespace kftest {
 
 // The units of s; the null string and the empty string both give "" (test IsNull separately).
-inline std::u16string U(KF_String const& s)
+inline std::u16string U(const KF_String& s)
 {
     std::u16string out;
     for (unsigned int i = 0; i < s.GetLength(); ++i) {
@@ -20,24 +20,24 @@ inline std::u16string U(KF_String const& s)
     return out;
 }
 
-inline KF_String FromU16(std::u16string const& text)
+inline KF_String FromU16(const std::u16string& text)
 {
     std::vector<unsigned short> units(text.begin(), text.end());
     units.push_back(0);
     return KF_String(units.data(), static_cast<unsigned int>(text.size()));
 }
 
-inline KF_String Utf8(char const* text)
+inline KF_String Utf8(const char* text)
 {
     return KF_String(text, KF_String::Enc_UTF8);
 }
 
-inline std::string Bytes(char const* p, long n)
+inline std::string Bytes(const char* p, long n)
 {
     return n > 0 ? std::string(p, std::size_t(n)) : std::string();
 }
 
-inline std::vector<std::u16string> Pieces(KF_List<KF_String> const& list, std::vector<bool>* nulls = nullptr)
+inline std::vector<std::u16string> Pieces(const KF_List<KF_String>& list, std::vector<bool>* nulls = nullptr)
 {
     std::vector<std::u16string> out;
     for (long i = 0; i < list.count; ++i) {
@@ -57,8 +57,8 @@ public:
         GS::SetApplicationTextEncoding(enc);
     }
     ~ScopedAppEncoding() { GS::SetApplicationTextEncoding(saved_); }
-    ScopedAppEncoding(ScopedAppEncoding const&) = delete;
-    ScopedAppEncoding& operator=(ScopedAppEncoding const&) = delete;
+    ScopedAppEncoding(const ScopedAppEncoding&) = delete;
+    ScopedAppEncoding& operator=(const ScopedAppEncoding&) = delete;
 
 private:
     GS::AppTextEncoding saved_;

@@ -25,7 +25,7 @@ TEST(BMHandles, ReallocationKeepsBytesAndReportsExactSize)
     EXPECT_EQ(std::memcmp(*h, "ab", 2), 0);
     BMKillHandle(&h);
     EXPECT_EQ(h, nullptr);
-    BMKillHandle(&h);  // a second kill of the cleared handle does nothing
+    BMKillHandle(&h); // a second kill of the cleared handle does nothing
 }
 
 TEST(BMHandles, LockStateIsSavedAndRestored)
@@ -34,7 +34,7 @@ TEST(BMHandles, LockStateIsSavedAndRestored)
     ASSERT_NE(h, nullptr);
     EXPECT_EQ(BMhGetState(h), 0u);
     BMhLock(h);
-    GSFlags const locked = BMhGetState(h);
+    const GSFlags locked = BMhGetState(h);
     EXPECT_NE(locked & BMLockedState, 0u);
     BMhUnlock(h);
     EXPECT_EQ(BMhGetState(h) & BMLockedState, 0u);
@@ -45,7 +45,7 @@ TEST(BMHandles, LockStateIsSavedAndRestored)
 
 TEST(BMHandles, FailureHookFailsTheChosenCallsOnly)
 {
-    long const live = BMTesting::LiveHandleCount();
+    const long live = BMTesting::LiveHandleCount();
     BMTesting::FailNthAllocation(2);
     GSHandle a = BMAllocateHandle(8, 0, 0);
     GSHandle b = BMAllocateHandle(8, 0, 0);
@@ -69,7 +69,7 @@ TEST(BMHandles, FailureHookFailsTheChosenCallsOnly)
 
 TEST(UniString, ConstructionAppendAndMoveKeepTheTerminator)
 {
-    EXPECT_TRUE(GS::UniString(static_cast<GS::uchar_t const*>(nullptr)).IsEmpty());
+    EXPECT_TRUE(GS::UniString(static_cast<const GS::uchar_t*>(nullptr)).IsEmpty());
     GS::uchar_t const units[] = {'a', 0, 'b', 0};
     GS::UniString const terminated(units);
     GS::UniString const counted(units, 3);
@@ -83,20 +83,21 @@ TEST(UniString, ConstructionAppendAndMoveKeepTheTerminator)
     s.Append(s);
     GS::UniString moved(std::move(s));
     EXPECT_EQ(moved.ToUTF8(), "abab");
-    EXPECT_EQ(s.ToUStr()[0], 0);  // NOLINT(bugprone-use-after-move): the moved-from state is specified
+    EXPECT_EQ(s.ToUStr()[0], 0); // NOLINT(bugprone-use-after-move): the moved-from state is specified
     EXPECT_LT(GS::UniString::FromUTF8("a"), GS::UniString::FromUTF8("b"));
 }
 
 TEST(UniString, Utf8RoundTripAndRepairs)
 {
-    std::string const text = "x\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80";  // x e-acute euro emoji
+    std::string const text = "x\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80"; // x e-acute euro emoji
     GS::UniString const s = GS::UniString::FromUTF8(text);
     ASSERT_EQ(s.GetLength(), 5u);
     EXPECT_EQ(s[3], 0xD83D);
     EXPECT_EQ(s[4], 0xDE00);
     EXPECT_EQ(s.ToUTF8(), text);
     // Each maximal ill-formed subpart becomes one U+FFFD.
-    GS::UniString const bad = GS::UniString::FromUTF8("a\xE2\x82" "b\xFF");
+    GS::UniString const bad = GS::UniString::FromUTF8("a\xE2\x82"
+                                                      "b\xFF");
     ASSERT_EQ(bad.GetLength(), 4u);
     EXPECT_EQ(bad[1], 0xFFFD);
     EXPECT_EQ(bad[2], 'b');

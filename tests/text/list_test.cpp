@@ -10,20 +10,20 @@ namespace {
 struct Tracked {
     static inline int live = 0;
     long value = 0;
-    long* heap = nullptr;  // an owned pointer, as the framework's element types have
+    long* heap = nullptr; // an owned pointer, as the framework's element types have
     Tracked() : heap(new long(0)) { ++live; }
     explicit Tracked(long v) : value(v), heap(new long(v)) { ++live; }
-    Tracked(Tracked const& o) : value(o.value), heap(new long(*o.heap)) { ++live; }
+    Tracked(const Tracked& o) : value(o.value), heap(new long(*o.heap)) { ++live; }
     ~Tracked()
     {
         delete heap;
         --live;
     }
-    Tracked& operator=(Tracked const&) = delete;
+    Tracked& operator=(const Tracked&) = delete;
 };
 
 template <typename T>
-std::vector<long> Values(KF_List<T> const& list)
+std::vector<long> Values(const KF_List<T>& list)
 {
     std::vector<long> out;
     for (long i = 0; i < list.count; ++i) {
@@ -88,7 +88,7 @@ TEST_F(ListTest, AddDataInsertsBeforeThePosition)
     list.AddData(Tracked(0), 0);
     list.AddData(Tracked(9), 2);
     EXPECT_EQ(Values(list), (std::vector<long>{0, 1, 9, 2}));
-    list.AddData(Tracked(7), 99);  // beyond the end: appended rather than trusted
+    list.AddData(Tracked(7), 99); // beyond the end: appended rather than trusted
     EXPECT_EQ(Values(list), (std::vector<long>{0, 1, 9, 2, 7}));
 }
 
@@ -108,7 +108,7 @@ TEST_F(ListTest, OutOfRangeIndicesAreIgnored)
     KF_List<long> longs;
     longs.AddData(1, -1);
     longs.AddData(0, -1);
-    longs.DeleteData(longs[1]);  // the index refers into the list itself
+    longs.DeleteData(longs[1]); // the index refers into the list itself
     EXPECT_EQ(Values(longs), (std::vector<long>{0}));
 }
 
@@ -183,7 +183,7 @@ TEST_F(ListTest, CopiesAreDeep)
     EXPECT_EQ(Values(copy), (std::vector<long>{1, 2, 3}));
     copy = list;
     EXPECT_EQ(Values(copy), (std::vector<long>{2, 3}));
-    KF_List<Tracked> const& same = copy;
+    const KF_List<Tracked>& same = copy;
     copy = same;
     EXPECT_EQ(Values(copy), (std::vector<long>{2, 3}));
 }

@@ -10,7 +10,7 @@ using kftest::Utf8;
 
 namespace {
 
-KF_Text_Scanner Over(char const* text)
+KF_Text_Scanner Over(const char* text)
 {
     KF_Text_Scanner scanner;
     scanner.Set(Utf8(text));
@@ -34,7 +34,7 @@ TEST(Scanner, SetCopiesAndRewinds)
     scanner.Set(KF_String());
     EXPECT_EQ(scanner.text, nullptr);
     EXPECT_EQ(scanner.position, 0u);
-    KF_Text_Scanner const copy = Over("xy");
+    const KF_Text_Scanner copy = Over("xy");
     EXPECT_EQ(copy.text[1], 'y');
 }
 
@@ -47,7 +47,7 @@ TEST(Scanner, ReadLineHandlesEveryLineEnd)
     EXPECT_EQ(s.position, 3u) << "on the y";
     EXPECT_EQ(U(s.ReadLine(true, true)), u"y\r");
     EXPECT_EQ(U(s.ReadLine(false, true)), u"z");
-    KF_String const empty = s.ReadLine(false, true);
+    const KF_String empty = s.ReadLine(false, true);
     EXPECT_TRUE(empty.IsNull()) << "an empty line is the null string";
     EXPECT_EQ(U(s.ReadLine(false, true)), u"w");
     EXPECT_EQ(s.position, s.length);

@@ -15,9 +15,9 @@ namespace {
 using E = KF_String;
 
 // Converts with a measuring call first, the way every caller does.
-std::string Convert(E::Encoding from, std::string const& src, E::Encoding to, bool lossy, long* code = nullptr)
+std::string Convert(E::Encoding from, const std::string& src, E::Encoding to, bool lossy, long* code = nullptr)
 {
-    long const need = E::ConvertChangeEncoding(from, src.data(), long(src.size()), to, nullptr, 0, false, lossy);
+    const long need = E::ConvertChangeEncoding(from, src.data(), long(src.size()), to, nullptr, 0, false, lossy);
     if (code != nullptr) {
         *code = need;
     }
@@ -25,14 +25,14 @@ std::string Convert(E::Encoding from, std::string const& src, E::Encoding to, bo
         return "<" + std::to_string(need) + ">";
     }
     std::string out(std::size_t(need), '\x55');
-    long const r = E::ConvertChangeEncoding(from, src.data(), long(src.size()), to, out.data(), need, false, lossy);
+    const long r = E::ConvertChangeEncoding(from, src.data(), long(src.size()), to, out.data(), need, false, lossy);
     EXPECT_EQ(r, need) << "measuring and converting must agree";
     return out;
 }
 
-std::string ToBytes(KF_String const& s, E::Encoding enc)
+std::string ToBytes(const KF_String& s, E::Encoding enc)
 {
-    KF_CString const c = s.ToCStr(enc);
+    const KF_CString c = s.ToCStr(enc);
     return Bytes(c.bytes, long(c.length));
 }
 
@@ -58,7 +58,7 @@ TEST(ConvertCodes, EmptySourceAndTerminators)
     EXPECT_EQ(E::ConvertChangeEncoding(E::Enc_UTF8, "", 0, E::Enc_UTF16BE, dst, 8, true, true), 2);
     EXPECT_EQ(std::string(dst, 3), std::string("\0\0\1", 3));
     // A zero first unit of a wide source is the empty text, measured in units of that width.
-    char const wide[] = {0, 0, 'a', 0, 0, 0};
+    const char wide[] = {0, 0, 'a', 0, 0, 0};
     EXPECT_EQ(E::ConvertChangeEncoding(E::Enc_UTF16LE, wide, 0, E::Enc_UTF8, nullptr, 0, true, true), 1);
     EXPECT_EQ(E::ConvertChangeEncoding(E::Enc_UTF16LE, wide + 2, -1, E::Enc_UTF8, nullptr, 0, true, true), 2);
     EXPECT_EQ(E::ConvertChangeEncoding(E::Enc_UTF8, "abc", 0, E::Enc_UTF16LE, nullptr, 0, true, true), 8);
@@ -67,8 +67,8 @@ TEST(ConvertCodes, EmptySourceAndTerminators)
 
 TEST(ConvertCodes, MeasureThenConvertWithTheExactSize)
 {
-    char const* src = "\xC3\xA9t\xC3\xA9";
-    long const need = E::ConvertChangeEncoding(E::Enc_UTF8, src, 0, E::Enc_UTF16BE, nullptr, 0, true, false);
+    const char* src = "\xC3\xA9t\xC3\xA9";
+    const long need = E::ConvertChangeEncoding(E::Enc_UTF8, src, 0, E::Enc_UTF16BE, nullptr, 0, true, false);
     ASSERT_EQ(need, 8);
     char dst[8];
     EXPECT_EQ(E::ConvertChangeEncoding(E::Enc_UTF8, src, 0, E::Enc_UTF16BE, dst, need - 1, true, false), -2);
@@ -80,8 +80,16 @@ TEST(ConvertCodes, MeasureThenConvertWithTheExactSize)
 TEST(ConvertCodes, LossyWritesQuestionMarksAndDecodingErrorsFail)
 {
     long code = 0;
-    EXPECT_EQ(Convert(E::Enc_UTF8, "a\xE2\x82\xAC" "b", E::Enc_ISOLatin1, true), "a?b");
-    EXPECT_EQ(Convert(E::Enc_UTF8, "a\xE2\x82\xAC" "b", E::Enc_ISOLatin1, false, &code), "<-1>");
+    EXPECT_EQ(Convert(E::Enc_UTF8,
+                      "a\xE2\x82\xAC"
+                      "b",
+                      E::Enc_ISOLatin1, true),
+              "a?b");
+    EXPECT_EQ(Convert(E::Enc_UTF8,
+                      "a\xE2\x82\xAC"
+                      "b",
+                      E::Enc_ISOLatin1, false, &code),
+              "<-1>");
     EXPECT_EQ(Convert(E::Enc_UTF8, "\xF0\x9F\x98\x80", E::Enc_ASCII, true), "?") << "one mark per character";
     EXPECT_EQ(Convert(E::Enc_ASCII, "\x80", E::Enc_UTF8, true), "<-1>");
 }
@@ -91,9 +99,9 @@ TEST(ConvertRoundTrip, EveryEncodingKeepsWhatItCanHold)
     struct Case {
         E::Encoding enc;
         std::u16string text;
-        std::string bytes;  // the expected form of text, when checked
+        std::string bytes; // the expected form of text, when checked
     };
-    Case const cases[] = {
+    const Case cases[] = {
         {E::Enc_UTF7, u"a\u00E9+", "a+AOkAKw-"},
         {E::Enc_UTF8, u"\u00E9\U0001F600", "\xC3\xA9\xF0\x9F\x98\x80"},
         {E::Enc_UTF16LE, u"\u00E9\U0001F600", std::string("\xE9\x00\x3D\xD8\x00\xDE", 6)},
@@ -105,11 +113,12 @@ TEST(ConvertRoundTrip, EveryEncodingKeepsWhatItCanHold)
         {E::Enc_WinLatin1, u"\u00E9\u20AC\u2030", "\xE9\x80\x89"},
         {E::Enc_ISOLatin1, u"\u00E9\u00FF\u0080", "\xE9\xFF\x80"},
     };
-    for (Case const& c : cases) {
+    for (const Case& c : cases) {
         SCOPED_TRACE(int(c.enc));
-        KF_String const s = FromU16(c.text);
-        int const term = (c.enc == E::Enc_UTF16LE || c.enc == E::Enc_UTF16BE) ? 2
-                         : (c.enc == E::Enc_UTF32LE || c.enc == E::Enc_UTF32BE) ? 4 : 1;
+        const KF_String s = FromU16(c.text);
+        const int term = (c.enc == E::Enc_UTF16LE || c.enc == E::Enc_UTF16BE)   ? 2
+                         : (c.enc == E::Enc_UTF32LE || c.enc == E::Enc_UTF32BE) ? 4
+                                                                                : 1;
         std::string const bytes = ToBytes(s, c.enc);
         EXPECT_EQ(bytes, c.bytes + std::string(std::size_t(term), '\0'));
         EXPECT_EQ(E::KF_StringToCStringLenBytes(c.enc, s, 0, 0), long(c.bytes.size()));
@@ -138,7 +147,7 @@ TEST(ConvertWrappers, CStringToKFStringAppendsOrReplaces)
 
 TEST(ConvertWrappers, KFStringToCStringRanges)
 {
-    KF_String const s = Utf8("h\xC3\xA9llo");
+    const KF_String s = Utf8("h\xC3\xA9llo");
     char* out = reinterpret_cast<char*>(1);
     unsigned int bytes = 99;
     ASSERT_TRUE(E::KF_StringToCString(&out, bytes, E::Enc_UTF8, s, 1, 2));
@@ -163,14 +172,14 @@ TEST(ConvertWrappers, KFStringToCStringRanges)
     EXPECT_TRUE(s.ToCStr(c, E::Enc_UTF16BE));
     EXPECT_EQ(c.length, 12u);
     EXPECT_EQ(c.encoding, E::Enc_UTF16BE);
-    KF_CString const copy = c;
+    const KF_CString copy = c;
     EXPECT_EQ(Bytes(copy.bytes, copy.length), Bytes(c.bytes, c.length));
     EXPECT_NE(copy.bytes, c.bytes);
 }
 
 TEST(ConvertWrappers, SystemEncodingIsReadAtEveryCall)
 {
-    char const* const roman = "caf\x8E";
+    const char* const roman = "caf\x8E";
     EXPECT_TRUE(KF_String(roman).IsNull()) << "not UTF-8";
     {
         kftest::ScopedAppEncoding scoped(GS::AppTextEncoding::MacRoman);

@@ -10,18 +10,18 @@ using kftest::Utf8;
 TEST(StringStates, NullAndEmptyDifferWhereSaid)
 {
     EXPECT_TRUE(KF_String().IsNull());
-    EXPECT_TRUE(KF_String(static_cast<char const*>(nullptr)).IsNull());
-    KF_String const empty("");
+    EXPECT_TRUE(KF_String(static_cast<const char*>(nullptr)).IsNull());
+    const KF_String empty("");
     EXPECT_FALSE(empty.IsNull());
     EXPECT_EQ(empty.GetLength(), 0u);
     EXPECT_EQ(empty.Units()[0], 0);
 
-    unsigned short const units[] = {'h', 'i', 0};
+    const unsigned short units[] = {'h', 'i', 0};
     EXPECT_TRUE(KF_String(units, 0u).IsNull()) << "a count of 0 gives the null string";
-    EXPECT_TRUE(KF_String(static_cast<unsigned short const*>(nullptr), 2u).IsNull());
-    EXPECT_TRUE(KF_String(static_cast<unsigned short const*>(nullptr)).IsNull());
+    EXPECT_TRUE(KF_String(static_cast<const unsigned short*>(nullptr), 2u).IsNull());
+    EXPECT_TRUE(KF_String(static_cast<const unsigned short*>(nullptr)).IsNull());
     EXPECT_EQ(U(KF_String(units)), u"hi");
-    unsigned short const none[] = {0};
+    const unsigned short none[] = {0};
     EXPECT_FALSE(KF_String(none).IsNull());
 
     EXPECT_TRUE(KF_String(KF_String()).IsNull()) << "a copy of the null string is null";
@@ -31,7 +31,7 @@ TEST(StringStates, NullAndEmptyDifferWhereSaid)
 TEST(StringStates, TakingOverLeavesTheSourceNull)
 {
     KF_String source = Utf8("abc");
-    unsigned short const* const buffer = source.Units();
+    const unsigned short* const buffer = source.Units();
     KF_String taken(&source);
     EXPECT_EQ(taken.Units(), buffer) << "the buffer changes hands, it is not copied";
     EXPECT_TRUE(source.IsNull());
@@ -45,14 +45,14 @@ TEST(StringStates, AssignmentIsDeepAndSelfSafe)
     b = a;
     a.SetUCharAt(0, 'O');
     EXPECT_EQ(U(b), u"one");
-    KF_String const& same = b;
+    const KF_String& same = b;
     b = same;
     EXPECT_EQ(U(b), u"one");
     b = KF_String();
     EXPECT_TRUE(b.IsNull());
     b = "x";
     EXPECT_EQ(U(b), u"x");
-    b = static_cast<char const*>(nullptr);
+    b = static_cast<const char*>(nullptr);
     EXPECT_TRUE(b.IsNull());
 }
 
@@ -86,7 +86,7 @@ TEST(StringStorage, SetSizeCutsAndTerminates)
 
 TEST(StringConcatenation, NullOperandsAndSystemBytes)
 {
-    KF_String const null;
+    const KF_String null;
     EXPECT_TRUE((null + "").IsNull()) << "appending nothing to the null string keeps it null";
     EXPECT_EQ(U(null + "ab"), u"ab");
     EXPECT_EQ(U("x" + Utf8("y")), u"xy");
@@ -101,7 +101,7 @@ TEST(StringConcatenation, SetCatTakesUpToThreePieces)
     KF_String s;
     s.SetCat("abc", 2, nullptr, 0, "xyz", 0);
     EXPECT_EQ(U(s), u"abxyz");
-    s.SetCat("a\0bc", 4, "", 0, "q", 9);  // each piece stops at its terminator
+    s.SetCat("a\0bc", 4, "", 0, "q", 9); // each piece stops at its terminator
     EXPECT_EQ(U(s), u"aq");
     s.SetCat(nullptr, 0, nullptr, 0, nullptr, 0);
     EXPECT_TRUE(s.IsNull());
@@ -124,7 +124,7 @@ TEST(StringAccess, OutOfRangeGivesNeutralAnswers)
     s.SetCharAt(3, 'z');
     EXPECT_EQ(U(s), u"a\u00E9\u20AC");
     s.SetCharAt(0, 'b');
-    s.SetCharAt(1, '\xE9');  // not a character of UTF-8 on its own: left alone
+    s.SetCharAt(1, '\xE9'); // not a character of UTF-8 on its own: left alone
     EXPECT_EQ(U(s), u"b\u00E9\u20AC");
 }
 
@@ -142,7 +142,7 @@ TEST(StringAccess, CharConversionsFollowTheApplicationEncoding)
 
 TEST(StringSubstrings, BoundsGiveEmptyOrNull)
 {
-    KF_String const s = Utf8("hello");
+    const KF_String s = Utf8("hello");
     EXPECT_EQ(U(s.Substring(1)), u"ello");
     EXPECT_FALSE(s.Substring(5).IsNull());
     EXPECT_EQ(s.Substring(5).GetLength(), 0u);

@@ -17,10 +17,10 @@ struct Detected {
     E::Encoding enc;
 };
 
-Detected Detect(std::string const& bytes, unsigned int size)
+Detected Detect(const std::string& bytes, unsigned int size)
 {
-    E::Encoding enc = E::Encoding(77);  // untouched unless a mark is found
-    unsigned int const length = E::DetectBOM(bytes.data(), size, enc);
+    E::Encoding enc = E::Encoding(77); // untouched unless a mark is found
+    const unsigned int length = E::DetectBOM(bytes.data(), size, enc);
     return {length, enc};
 }
 
@@ -32,22 +32,22 @@ TEST(ByteOrderMarks, GetBOMWritesExactlyTheMark)
         E::Encoding enc;
         std::string bytes;
     };
-    Case const cases[] = {
+    const Case cases[] = {
         {E::Enc_UTF8, "\xEF\xBB\xBF"},
         {E::Enc_UTF16LE, "\xFF\xFE"},
         {E::Enc_UTF16BE, "\xFE\xFF"},
         {E::Enc_UTF32LE, std::string("\xFF\xFE\0\0", 4)},
         {E::Enc_UTF32BE, std::string("\0\0\xFE\xFF", 4)},
     };
-    for (Case const& c : cases) {
-        KF_CString const bom = E::GetBOM(c.enc);
+    for (const Case& c : cases) {
+        const KF_CString bom = E::GetBOM(c.enc);
         EXPECT_EQ(Bytes(bom.bytes, bom.length), c.bytes);
         EXPECT_EQ(bom.encoding, c.enc);
         EXPECT_EQ(Detect(c.bytes + "xxxx", unsigned(c.bytes.size()) + 4).length, c.bytes.size());
         EXPECT_EQ(Detect(c.bytes + "xxxx", unsigned(c.bytes.size()) + 4).enc, c.enc);
     }
     for (E::Encoding none : {E::Enc_System, E::Enc_MacRoman, E::Enc_UTF7, E::Enc_None}) {
-        KF_CString const bom = E::GetBOM(none);
+        const KF_CString bom = E::GetBOM(none);
         EXPECT_EQ(bom.bytes, nullptr);
         EXPECT_EQ(bom.length, 0u);
     }

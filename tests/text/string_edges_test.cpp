@@ -19,7 +19,7 @@ using E = KF_String;
 // fast decoder feeding the pivot (the other targets), the scalar fast check, and the platform
 // converters alone.
 struct Route {
-    char const* name;
+    const char* name;
     bool fast;
     bool vector;
 };
@@ -27,7 +27,7 @@ constexpr Route kRoutes[] = {{"fast+vector", true, true}, {"fast scalar", true, 
 
 class RouteScope {
 public:
-    explicit RouteScope(Route const& r)
+    explicit RouteScope(const Route& r)
     {
         kf::detail::text::SetFastPathsEnabled(r.fast);
         kf::detail::text::SetVectorPathsEnabled(r.vector);
@@ -37,14 +37,14 @@ public:
         kf::detail::text::SetFastPathsEnabled(true);
         kf::detail::text::SetVectorPathsEnabled(true);
     }
-    RouteScope(RouteScope const&) = delete;
-    RouteScope& operator=(RouteScope const&) = delete;
+    RouteScope(const RouteScope&) = delete;
+    RouteScope& operator=(const RouteScope&) = delete;
 };
 
 constexpr E::Encoding kForms[] = {E::Enc_UTF8, E::Enc_UTF16LE, E::Enc_UTF16BE, E::Enc_UTF32LE, E::Enc_UTF32BE};
 
 // An independent encoder: the test's own statement of each form.
-std::string Encoded(std::u32string const& text, E::Encoding enc)
+std::string Encoded(const std::u32string& text, E::Encoding enc)
 {
     std::string out;
     auto unit16 = [&](char32_t u) {
@@ -54,32 +54,32 @@ std::string Encoded(std::u32string const& text, E::Encoding enc)
     };
     for (char32_t cp : text) {
         switch (enc) {
-            case E::Enc_UTF8:
-                if (cp < 0x80) {
-                    out += char(cp);
-                } else if (cp < 0x800) {
-                    out += {char(0xC0 | (cp >> 6)), char(0x80 | (cp & 0x3F))};
-                } else if (cp < 0x10000) {
-                    out += {char(0xE0 | (cp >> 12)), char(0x80 | ((cp >> 6) & 0x3F)), char(0x80 | (cp & 0x3F))};
-                } else {
-                    out += {char(0xF0 | (cp >> 18)), char(0x80 | ((cp >> 12) & 0x3F)), char(0x80 | ((cp >> 6) & 0x3F)),
-                            char(0x80 | (cp & 0x3F))};
-                }
-                break;
-            case E::Enc_UTF16LE:
-            case E::Enc_UTF16BE:
-                if (cp < 0x10000) {
-                    unit16(cp);
-                } else {
-                    unit16(0xD800 + ((cp - 0x10000) >> 10));
-                    unit16(0xDC00 + ((cp - 0x10000) & 0x3FF));
-                }
-                break;
-            default:
-                for (int k = 0; k < 4; ++k) {
-                    int const shift = enc == E::Enc_UTF32BE ? 24 - 8 * k : 8 * k;
-                    out += char((cp >> shift) & 0xFF);
-                }
+        case E::Enc_UTF8:
+            if (cp < 0x80) {
+                out += char(cp);
+            } else if (cp < 0x800) {
+                out += {char(0xC0 | (cp >> 6)), char(0x80 | (cp & 0x3F))};
+            } else if (cp < 0x10000) {
+                out += {char(0xE0 | (cp >> 12)), char(0x80 | ((cp >> 6) & 0x3F)), char(0x80 | (cp & 0x3F))};
+            } else {
+                out += {char(0xF0 | (cp >> 18)), char(0x80 | ((cp >> 12) & 0x3F)), char(0x80 | ((cp >> 6) & 0x3F)),
+                        char(0x80 | (cp & 0x3F))};
+            }
+            break;
+        case E::Enc_UTF16LE:
+        case E::Enc_UTF16BE:
+            if (cp < 0x10000) {
+                unit16(cp);
+            } else {
+                unit16(0xD800 + ((cp - 0x10000) >> 10));
+                unit16(0xDC00 + ((cp - 0x10000) & 0x3FF));
+            }
+            break;
+        default:
+            for (int k = 0; k < 4; ++k) {
+                const int shift = enc == E::Enc_UTF32BE ? 24 - 8 * k : 8 * k;
+                out += char((cp >> shift) & 0xFF);
+            }
         }
     }
     return out;
@@ -87,12 +87,12 @@ std::string Encoded(std::u32string const& text, E::Encoding enc)
 
 // Measures, then converts into exactly that room; and converts once more without measuring into a
 // roomy buffer. Both must give the same code; answers the bytes or "<code>".
-std::string Convert(E::Encoding from, std::string const& src, E::Encoding to, bool lossy)
+std::string Convert(E::Encoding from, const std::string& src, E::Encoding to, bool lossy)
 {
-    long const need = E::ConvertChangeEncoding(from, src.data(), long(src.size()), to, nullptr, 0, false, lossy);
+    const long need = E::ConvertChangeEncoding(from, src.data(), long(src.size()), to, nullptr, 0, false, lossy);
     std::string roomy(src.size() * 4 + 16, '\x5A');
-    long const direct = E::ConvertChangeEncoding(from, src.data(), long(src.size()), to, roomy.data(), long(roomy.size()),
-                                                 false, lossy);
+    const long direct = E::ConvertChangeEncoding(from, src.data(), long(src.size()), to, roomy.data(),
+                                                 long(roomy.size()), false, lossy);
     EXPECT_EQ(direct, need) << "measuring and converting directly disagree";
     if (need < 0) {
         return "<" + std::to_string(need) + ">";
@@ -101,18 +101,18 @@ std::string Convert(E::Encoding from, std::string const& src, E::Encoding to, bo
     EXPECT_EQ(E::ConvertChangeEncoding(from, src.data(), long(src.size()), to, exact.data(), need, false, lossy), need);
     if (need > 0) {
         std::string shortRoom(std::size_t(need), '\x5A');
-        EXPECT_EQ(E::ConvertChangeEncoding(from, src.data(), long(src.size()), to, shortRoom.data(), need - 1, false,
-                                           lossy),
-                  -2)
+        EXPECT_EQ(
+            E::ConvertChangeEncoding(from, src.data(), long(src.size()), to, shortRoom.data(), need - 1, false, lossy),
+            -2)
             << "one byte short";
     }
     EXPECT_EQ(roomy.substr(0, std::size_t(need)), exact);
     return exact;
 }
 
-std::string Hex(std::string const& bytes)
+std::string Hex(const std::string& bytes)
 {
-    static char const digits[] = "0123456789ABCDEF";
+    static const char digits[] = "0123456789ABCDEF";
     std::string out;
     for (unsigned char b : bytes) {
         out += {digits[b >> 4], digits[b & 15], ' '};
@@ -123,7 +123,7 @@ std::string Hex(std::string const& bytes)
 // Edge characters, each alone and behind a run of ASCII long enough for the block loops.
 std::vector<std::u32string> EdgeTexts()
 {
-    char32_t const edges[] = {0x01,   0x7F,   0x80,   0x7FF,  0x800,   0xFFF,    0x1000,  0xD7FF,
+    const char32_t edges[] = {0x01,   0x7F,   0x80,   0x7FF,   0x800,   0xFFF,    0x1000,  0xD7FF,
                               0xE000, 0xFFFD, 0xFFFF, 0x10000, 0x1FFFF, 0x10FC00, 0x10FFFF};
     std::u32string const run(67, U'r');
     std::vector<std::u32string> texts;
@@ -139,9 +139,9 @@ std::vector<std::u32string> EdgeTexts()
 
 TEST(UnicodeEdges, EveryFormToEveryFormThroughEveryRoute)
 {
-    for (Route const& route : kRoutes) {
+    for (const Route& route : kRoutes) {
         RouteScope scope(route);
-        for (std::u32string const& text : EdgeTexts()) {
+        for (const std::u32string& text : EdgeTexts()) {
             for (E::Encoding from : kForms) {
                 std::string const src = Encoded(text, from);
                 if (from == E::Enc_UTF8) {
@@ -158,19 +158,19 @@ TEST(UnicodeEdges, EveryFormToEveryFormThroughEveryRoute)
 
 TEST(UnicodeEdges, StringsMadeFromEdgeTextHoldTheUnits)
 {
-    for (Route const& route : kRoutes) {
+    for (const Route& route : kRoutes) {
         RouteScope scope(route);
-        for (std::u32string const& text : EdgeTexts()) {
+        for (const std::u32string& text : EdgeTexts()) {
             std::string const utf16 = Encoded(text, E::Enc_UTF16LE);
             std::u16string units(utf16.size() / 2, u'\0');
             for (std::size_t i = 0; i < units.size(); ++i) {
                 units[i] = char16_t((unsigned char)utf16[2 * i] | ((unsigned char)utf16[2 * i + 1] << 8));
             }
             std::string const utf8 = Encoded(text, E::Enc_UTF8);
-            KF_String const s(utf8.c_str(), E::Enc_UTF8);
+            const KF_String s(utf8.c_str(), E::Enc_UTF8);
             EXPECT_EQ(U(s), units) << route.name << ' ' << Hex(utf8);
             EXPECT_EQ(E::KF_StringToCStringLenBytes(E::Enc_UTF8, s, 0, 0), long(utf8.size())) << route.name;
-            KF_CString const back = s.ToCStr(E::Enc_UTF8);
+            const KF_CString back = s.ToCStr(E::Enc_UTF8);
             EXPECT_EQ(Hex(std::string(back.bytes, back.length)), Hex(utf8 + '\0')) << route.name;
         }
     }
@@ -178,20 +178,35 @@ TEST(UnicodeEdges, StringsMadeFromEdgeTextHoldTheUnits)
 
 TEST(UnicodeEdges, IllFormedUtf8FailsInEveryRouteAtAnyPlace)
 {
-    char const* const bad[] = {
-        "\xC0\x80",         "\xC1\xBF",         // overlong two-byte forms
-        "\xE0\x80\x80",     "\xE0\x9F\xBF",     // overlong three-byte forms
-        "\xF0\x80\x80\x80", "\xF0\x8F\xBF\xBF", // overlong four-byte forms
-        "\xED\xA0\x80",     "\xED\xAF\xBF",     "\xED\xB0\x80", "\xED\xBF\xBF", // encoded surrogates
-        "\xF4\x90\x80\x80", "\xF5\x80\x80\x80", "\xF8\x88\x80\x80\x80", "\xFF", // beyond U+10FFFF
-        "\x80",             "\xBF",             "\xC2",         "\xE0\xA0",     "\xF0\x90\x80", // cut or stray
-        "\xC2\x7F",         "\xE1\x80\xC0",     "\xF1\x80\x80\x7F",             // bad continuation
+    const char* const bad[] = {
+        "\xC0\x80",
+        "\xC1\xBF", // overlong two-byte forms
+        "\xE0\x80\x80",
+        "\xE0\x9F\xBF", // overlong three-byte forms
+        "\xF0\x80\x80\x80",
+        "\xF0\x8F\xBF\xBF", // overlong four-byte forms
+        "\xED\xA0\x80",
+        "\xED\xAF\xBF",
+        "\xED\xB0\x80",
+        "\xED\xBF\xBF", // encoded surrogates
+        "\xF4\x90\x80\x80",
+        "\xF5\x80\x80\x80",
+        "\xF8\x88\x80\x80\x80",
+        "\xFF", // beyond U+10FFFF
+        "\x80",
+        "\xBF",
+        "\xC2",
+        "\xE0\xA0",
+        "\xF0\x90\x80", // cut or stray
+        "\xC2\x7F",
+        "\xE1\x80\xC0",
+        "\xF1\x80\x80\x7F", // bad continuation
     };
     std::string const run(70, 'r');
-    for (Route const& route : kRoutes) {
+    for (const Route& route : kRoutes) {
         RouteScope scope(route);
-        for (char const* seq : bad) {
-            for (std::string const& src : {std::string(seq), run + seq, run + seq + run, std::string(seq) + run}) {
+        for (const char* seq : bad) {
+            for (const std::string& src : {std::string(seq), run + seq, run + seq + run, std::string(seq) + run}) {
                 EXPECT_FALSE(E::IsUTF8(src.data(), unsigned(src.size()), false)) << route.name << ' ' << Hex(src);
                 for (E::Encoding to : kForms) {
                     for (bool lossy : {false, true}) {
@@ -209,18 +224,23 @@ TEST(UnicodeEdges, LoneSurrogatesInUtf16AndSurrogateValuesInUtf32)
 {
     struct Case {
         std::u16string units;
-        std::string utf8Lossy;  // the strict conversion fails
+        std::string utf8Lossy; // the strict conversion fails
     };
-    Case const cases[] = {
-        {u"\xD800", "?"},          {u"\xDBFF", "?"},          {u"\xDC00", "?"},          {u"\xDFFF", "?"},
-        {u"a\xD800", "a?"},        {u"\xDC00\xD800", "??"},   {u"\xD800\xD800\xDC00", "?\xF0\x90\x80\x80"},
+    const Case cases[] = {
+        {u"\xD800", "?"},
+        {u"\xDBFF", "?"},
+        {u"\xDC00", "?"},
+        {u"\xDFFF", "?"},
+        {u"a\xD800", "a?"},
+        {u"\xDC00\xD800", "??"},
+        {u"\xD800\xD800\xDC00", "?\xF0\x90\x80\x80"},
         {u"\xDBFF\xDFFF\xDFFF", "\xF4\x8F\xBF\xBF?"},
     };
     std::u16string const run(70, u'r');
     std::string const run8(70, 'r');
-    for (Route const& route : kRoutes) {
+    for (const Route& route : kRoutes) {
         RouteScope scope(route);
-        for (Case const& c : cases) {
+        for (const Case& c : cases) {
             for (bool padded : {false, true}) {
                 std::u16string const units = padded ? run + c.units + run : c.units;
                 std::string le;
@@ -230,7 +250,7 @@ TEST(UnicodeEdges, LoneSurrogatesInUtf16AndSurrogateValuesInUtf32)
                     be += {char(u >> 8), char(u & 0xFF)};
                 }
                 std::string const want = padded ? run8 + c.utf8Lossy + run8 : c.utf8Lossy;
-                for (auto const& [from, src] : {std::pair{E::Enc_UTF16LE, le}, std::pair{E::Enc_UTF16BE, be}}) {
+                for (const auto& [from, src] : {std::pair{E::Enc_UTF16LE, le}, std::pair{E::Enc_UTF16BE, be}}) {
                     EXPECT_EQ(Convert(from, src, E::Enc_UTF8, false), "<-1>") << route.name << ' ' << Hex(src);
                     EXPECT_EQ(Hex(Convert(from, src, E::Enc_UTF8, true)), Hex(want)) << route.name << ' ' << Hex(src);
                     // Between the two UTF-16 forms the units pass unchanged.
@@ -246,7 +266,13 @@ TEST(UnicodeEdges, LoneSurrogatesInUtf16AndSurrogateValuesInUtf32)
         EXPECT_EQ(Hex(Convert(E::Enc_UTF32LE, utf32, E::Enc_UTF8, false)),
                   Hex(Encoded(U"a\uFFFD\uFFFD\uFFFD\uFFFD\U0010FFFF", E::Enc_UTF8)))
             << route.name;
-        EXPECT_EQ(Convert(E::Enc_UTF32BE, std::string("\x00\x00\x00" "A" "\x00\x00", 6), E::Enc_UTF8, false), "A")
+        EXPECT_EQ(Convert(E::Enc_UTF32BE,
+                          std::string("\x00\x00\x00"
+                                      "A"
+                                      "\x00\x00",
+                                      6),
+                          E::Enc_UTF8, false),
+                  "A")
             << "a partial last unit is ignored";
     }
 }

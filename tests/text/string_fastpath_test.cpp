@@ -13,17 +13,17 @@ namespace {
 
 using E = KF_String;
 
-E::Encoding const kEncodings[] = {E::Enc_UTF7,    E::Enc_UTF8,    E::Enc_UTF16LE, E::Enc_UTF16BE,
-                                  E::Enc_UTF32LE, E::Enc_UTF32BE, E::Enc_ASCII,   E::Enc_MacRoman,
+E::Encoding const kEncodings[] = {E::Enc_UTF7,      E::Enc_UTF8,      E::Enc_UTF16LE, E::Enc_UTF16BE,
+                                  E::Enc_UTF32LE,   E::Enc_UTF32BE,   E::Enc_ASCII,   E::Enc_MacRoman,
                                   E::Enc_WinLatin1, E::Enc_ISOLatin1, E::Enc_System};
 
 struct Outcome {
     long code;
     std::string bytes;
-    bool operator==(Outcome const& o) const { return code == o.code && bytes == o.bytes; }
+    bool operator==(const Outcome& o) const { return code == o.code && bytes == o.bytes; }
 };
 
-std::ostream& operator<<(std::ostream& os, Outcome const& o)
+std::ostream& operator<<(std::ostream& os, const Outcome& o)
 {
     os << o.code << " (" << o.bytes.size() << " bytes:";
     for (std::size_t i = 0; i < o.bytes.size() && i < 24; ++i) {
@@ -32,27 +32,29 @@ std::ostream& operator<<(std::ostream& os, Outcome const& o)
     return os << (o.bytes.size() > 24 ? " ...)" : ")");
 }
 
-Outcome Convert1(bool fast, E::Encoding from, std::string const& src, E::Encoding to, long room, bool terminate, bool lossy)
+Outcome Convert1(bool fast, E::Encoding from, const std::string& src, E::Encoding to, long room, bool terminate,
+                 bool lossy)
 {
     kf::detail::text::SetFastPathsEnabled(fast);
     std::string dst(room > 0 ? std::size_t(room) : 0, '\x5A');
-    long const code = E::ConvertChangeEncoding(from, src.data(), long(src.size()), to, room < 0 ? nullptr : dst.data(),
+    const long code = E::ConvertChangeEncoding(from, src.data(), long(src.size()), to, room < 0 ? nullptr : dst.data(),
                                                room, terminate, lossy);
     kf::detail::text::SetFastPathsEnabled(true);
     // Only a successful result defines the destination's bytes.
     return {code, (room >= 0 && code > 0) ? dst.substr(0, std::size_t(code)) : std::string()};
 }
 
-void ExpectSameEverywhere(E::Encoding from, std::string const& src, E::Encoding to)
+void ExpectSameEverywhere(E::Encoding from, const std::string& src, E::Encoding to)
 {
     for (bool lossy : {false, true}) {
         for (bool terminate : {false, true}) {
-            Outcome const measured = Convert1(true, from, src, to, -1, terminate, lossy);
+            const Outcome measured = Convert1(true, from, src, to, -1, terminate, lossy);
             ASSERT_EQ(measured, Convert1(false, from, src, to, -1, terminate, lossy))
                 << "measure " << from << " -> " << to << " lossy " << lossy;
-            long const exact = measured.code > 0 ? measured.code : long(src.size()) * 4 + 8;
+            const long exact = measured.code > 0 ? measured.code : long(src.size()) * 4 + 8;
             for (long room : {exact, exact - 1, exact / 2, 0L}) {
-                ASSERT_EQ(Convert1(true, from, src, to, room, terminate, lossy), Convert1(false, from, src, to, room, terminate, lossy))
+                ASSERT_EQ(Convert1(true, from, src, to, room, terminate, lossy),
+                          Convert1(false, from, src, to, room, terminate, lossy))
                     << from << " -> " << to << " room " << room << " lossy " << lossy << " terminate " << terminate;
             }
         }
@@ -84,7 +86,7 @@ public:
     {
         std::u16string out;
         while (out.size() < n) {
-            unsigned const pick = Pick(100);
+            const unsigned pick = Pick(100);
             if (flavour == 0 || pick < 60) {
                 out.push_back(char16_t(0x20 + Pick(0x5F)));
             } else if (pick < 75) {
@@ -92,11 +94,11 @@ public:
             } else if (pick < 85) {
                 out.push_back(char16_t(0x800 + Pick(0xD000)));
             } else if (pick < 93) {
-                char32_t const cp = 0x10000 + Pick(0xFFFFF);
+                const char32_t cp = 0x10000 + Pick(0xFFFFF);
                 out.push_back(char16_t(0xD800 + ((cp - 0x10000) >> 10)));
                 out.push_back(char16_t(0xDC00 + ((cp - 0x10000) & 0x3FF)));
             } else if (pick < 96 && flavour == 2) {
-                out.push_back(char16_t(0xD800 + Pick(0x800)));  // lone surrogate
+                out.push_back(char16_t(0xD800 + Pick(0x800))); // lone surrogate
             } else {
                 out.push_back(char16_t(Pick(0x80)));
             }
@@ -127,7 +129,7 @@ private:
     std::mt19937 rng_;
 };
 
-std::string Utf16LE(std::u16string const& units)
+std::string Utf16LE(const std::u16string& units)
 {
     std::string out;
     for (char16_t u : units) {
@@ -137,10 +139,10 @@ std::string Utf16LE(std::u16string const& units)
     return out;
 }
 
-std::string Utf8Of(std::u16string const& units)
+std::string Utf8Of(const std::u16string& units)
 {
     kf::detail::text::SetFastPathsEnabled(false);
-    long const n = E::ConvertChangeEncoding(E::Enc_UTF16LE, Utf16LE(units).data(), long(units.size() * 2), E::Enc_UTF8,
+    const long n = E::ConvertChangeEncoding(E::Enc_UTF16LE, Utf16LE(units).data(), long(units.size() * 2), E::Enc_UTF8,
                                             nullptr, 0, false, true);
     std::string out(std::size_t(n > 0 ? n : 0), '\0');
     E::ConvertChangeEncoding(E::Enc_UTF16LE, Utf16LE(units).data(), long(units.size() * 2), E::Enc_UTF8, out.data(), n,
@@ -236,8 +238,8 @@ TEST(FastPaths, IsUTF8AgreesWithThePlatformCheck)
             UErrorCode status = U_ZERO_ERROR;
             int32_t needed = 0;
             u_strFromUTF8(nullptr, 0, &needed, text.data(), int32_t(text.size()), &status);
-            bool const platform = status == U_BUFFER_OVERFLOW_ERROR || status == U_STRING_NOT_TERMINATED_WARNING ||
-                                  U_SUCCESS(status);
+            bool const platform =
+                status == U_BUFFER_OVERFLOW_ERROR || status == U_STRING_NOT_TERMINATED_WARNING || U_SUCCESS(status);
             ASSERT_EQ(E::IsUTF8(text.data(), unsigned(text.size()), false), platform) << round;
         }
     });

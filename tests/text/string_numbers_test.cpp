@@ -59,7 +59,7 @@ TEST(NumberTests, IntegerAndDecimalGrammar)
     EXPECT_FALSE(E::IsIntegerNumber("12 "));
     EXPECT_FALSE(E::IsIntegerNumber("1-2"));
     EXPECT_FALSE(E::IsIntegerNumber("-"));
-    EXPECT_FALSE(E::IsIntegerNumber(static_cast<char const*>(nullptr)));
+    EXPECT_FALSE(E::IsIntegerNumber(static_cast<const char*>(nullptr)));
     EXPECT_FALSE(E::IsIntegerNumber(KF_String()));
     EXPECT_TRUE(E::IsIntegerNumber(Utf8(" 3")));
     EXPECT_FALSE(E::IsIntegerNumber(kftest::FromU16(u"\uFF13")));
@@ -70,7 +70,7 @@ TEST(NumberTests, IntegerAndDecimalGrammar)
     EXPECT_EQ(E::IsNumber("12"), 1);
     EXPECT_EQ(E::IsNumber("1.2.3"), 0);
     EXPECT_EQ(E::IsNumber(""), 0);
-    EXPECT_EQ(E::IsNumber(static_cast<char const*>(nullptr)), 0);
+    EXPECT_EQ(E::IsNumber(static_cast<const char*>(nullptr)), 0);
     EXPECT_EQ(E::IsNumber(Utf8("4,25")), 2);
     EXPECT_EQ(E::IsNumber(KF_String()), 0);
 }
@@ -90,7 +90,7 @@ TEST(NumberFormatting, WidthsAndTheTwoDoubleForms)
 TEST(NumberFormatting, FormatCutsAt2047Bytes)
 {
     EXPECT_EQ(U(E::Format("%s-%03d", "n", 7)), u"n-007");
-    for (auto const [length, kept] : {std::pair{2046u, 2046u}, {2047u, 2047u}, {2048u, 2047u}, {3000u, 2047u}}) {
+    for (const auto [length, kept] : {std::pair{2046u, 2046u}, {2047u, 2047u}, {2048u, 2047u}, {3000u, 2047u}}) {
         std::string const text(length, 'x');
         EXPECT_EQ(E::Format("%s", text.c_str()).GetLength(), kept) << length;
     }

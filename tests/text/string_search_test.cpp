@@ -9,8 +9,8 @@ using kftest::Utf8;
 
 TEST(StringCompare, NullSortsBeforeEverything)
 {
-    KF_String const null;
-    KF_String const empty("");
+    const KF_String null;
+    const KF_String empty("");
     EXPECT_EQ(KF_String::Compare(null, 0, empty, 0, 0), -1);
     EXPECT_EQ(KF_String::Compare(null, 0, null, 0, 0), 0);
     EXPECT_EQ(KF_String::Compare(empty, 0, null, 0, 0), 1);
@@ -21,8 +21,8 @@ TEST(StringCompare, NullSortsBeforeEverything)
 
 TEST(StringCompare, OffsetsAndCountLimitTheRange)
 {
-    KF_String const a = Utf8("xxabcd");
-    KF_String const b = Utf8("abce");
+    const KF_String a = Utf8("xxabcd");
+    const KF_String b = Utf8("abce");
     EXPECT_EQ(KF_String::Compare(a, 2, b, 0, 3), 0);
     EXPECT_EQ(KF_String::Compare(a, 2, b, 0, 4), -1);
     EXPECT_EQ(KF_String::Compare(a, 2, b, 0, 0), -1) << "count 0 compares to the end";
@@ -63,7 +63,7 @@ TEST(StringCase, MapsUnitsOneByOne)
 
 TEST(StringSearch, ForwardAndBackward)
 {
-    KF_String const s = Utf8("abcabc");
+    const KF_String s = Utf8("abcabc");
     EXPECT_EQ(s.IndexOf(Utf8("bc"), 0), 1u);
     EXPECT_EQ(s.IndexOf(Utf8("bc"), 2), 4u);
     EXPECT_EQ(s.IndexOf(Utf8("bc"), 5), KF_String::NotFound);
@@ -88,7 +88,7 @@ TEST(StringSearch, ForwardAndBackward)
 
 TEST(StringSearch, StartsAndEndsWith)
 {
-    KF_String const s = Utf8("prefix-body");
+    const KF_String s = Utf8("prefix-body");
     EXPECT_TRUE(s.StartsWith(Utf8("pre"), 0));
     EXPECT_TRUE(s.StartsWith(Utf8("body"), 7));
     EXPECT_FALSE(s.StartsWith(Utf8("body!"), 7));
@@ -102,14 +102,14 @@ TEST(StringSearch, StartsAndEndsWith)
 
 TEST(StringTrim, BlanksAreSpacesAndOptionallyTabs)
 {
-    KF_String const s = Utf8(" \ta b\t ");
+    const KF_String s = Utf8(" \ta b\t ");
     EXPECT_EQ(U(s.THIS_Trim(true, true, false)), u"\ta b\t");
     EXPECT_EQ(U(s.THIS_Trim(true, true, true)), u"a b");
     EXPECT_EQ(U(s.THIS_Trim(false, true, true)), u" \ta b");
     EXPECT_EQ(U(s.THIS_Trim(true, false, true)), u"a b\t ");
-    KF_String const blank = Utf8("   ");
+    const KF_String blank = Utf8("   ");
     for (bool left : {false, true}) {
-        KF_String const t = blank.THIS_Trim(left, !left, false);
+        const KF_String t = blank.THIS_Trim(left, !left, false);
         EXPECT_FALSE(t.IsNull());
         EXPECT_EQ(t.GetLength(), 0u);
     }
@@ -120,7 +120,7 @@ TEST(StringReplace, AllOccurrencesLeftToRight)
 {
     EXPECT_EQ(U(Utf8("aaaa").Replace(Utf8("aa"), Utf8("b"))), u"bb");
     EXPECT_EQ(U(Utf8("a.b.c").Replace(Utf8("."), Utf8("::"))), u"a::b::c");
-    KF_String const removed = Utf8("xx").Replace(Utf8("x"), Utf8(""));
+    const KF_String removed = Utf8("xx").Replace(Utf8("x"), Utf8(""));
     EXPECT_FALSE(removed.IsNull());
     EXPECT_EQ(removed.GetLength(), 0u);
     EXPECT_TRUE(Utf8("abc").Replace(Utf8("z"), KF_String()).IsNull()) << "a null with gives null";
@@ -151,7 +151,7 @@ TEST(StringReplace, OneBasedInclusiveRangeInPlace)
 TEST(StringReplace, RepeatedSequence)
 {
     EXPECT_EQ(U(KF_String::RepeatedSequence(Utf8("ab"), 3)), u"ababab");
-    KF_String const none = KF_String::RepeatedSequence(Utf8("ab"), 0);
+    const KF_String none = KF_String::RepeatedSequence(Utf8("ab"), 0);
     EXPECT_FALSE(none.IsNull());
     EXPECT_EQ(none.GetLength(), 0u);
     EXPECT_TRUE(KF_String::RepeatedSequence(Utf8("ab"), -1).IsNull());

@@ -3,22 +3,20 @@
 
 #include "KF/KF_String.hpp"
 
-
 namespace kftest {
 namespace fs = std::filesystem;
 
-std::string ToUtf8(std::u16string const& text)
+std::string ToUtf8(const std::u16string& text)
 {
-    KF_CString const utf8 = KF_String(reinterpret_cast<unsigned short const*>(text.data()),
-                                      static_cast<unsigned int>(text.size())).ToCStr(KF_String::Enc_UTF8);
+    const KF_CString utf8 =
+        KF_String(reinterpret_cast<const unsigned short*>(text.data()), static_cast<unsigned int>(text.size()))
+            .ToCStr(KF_String::Enc_UTF8);
     return utf8.bytes != nullptr ? std::string(utf8.bytes) : std::string();
 }
 
 AddonHost::AddonHost()
-    : server_(StartLoopbackServer(served_.Path())),
-      resources_(kfhost::LoadResourceFolder(KF_UPDATE_EXAMPLE_RESOURCES))
-{
-}
+    : server_(StartLoopbackServer(served_.Path())), resources_(kfhost::LoadResourceFolder(KF_UPDATE_EXAMPLE_RESOURCES))
+{}
 
 AddonHost::~AddonHost()
 {
@@ -28,7 +26,7 @@ AddonHost::~AddonHost()
     host_.reset();
 }
 
-void AddonHost::Load(std::string const& updateServer)
+void AddonHost::Load(const std::string& updateServer)
 {
     kfhost::HostConfig config;
     config.updateServer = updateServer.empty() ? server_->BaseUrl() : updateServer;
@@ -45,27 +43,30 @@ void AddonHost::Load(std::string const& updateServer)
     ASSERT_TRUE(loaded.Loaded()) << loaded.reason;
 }
 
-void AddonHost::ServeVersions(std::string const& text)
+void AddonHost::ServeVersions(const std::string& text)
 {
     kftest::WriteFile(served_.Path() / "update_plugins" / "versions16.txt", text);
 }
 
-void AddonHost::WriteOwnSettings(SettingsEntries const& entries)
+void AddonHost::WriteOwnSettings(const SettingsEntries& entries)
 {
     WriteSettingsFile(framework_.Path() / "Orvella Beam Tools_10.cfg", entries);
 }
 
 std::map<std::string, std::string> AddonHost::OwnSettings() const
 {
-    SettingsEntries const entries = ReadSettingsFile(framework_.Path() / "Orvella Beam Tools_10.cfg");
+    const SettingsEntries entries = ReadSettingsFile(framework_.Path() / "Orvella Beam Tools_10.cfg");
     return {entries.begin(), entries.end()};
 }
 
-fs::path AddonHost::VersionsCopy() const { return framework_.Path() / "__updcf__.tmp"; }
+fs::path AddonHost::VersionsCopy() const
+{
+    return framework_.Path() / "__updcf__.tmp";
+}
 
 bool AddonHost::MenuChecked(short item)
 {
-    kfhost::RegisteredMenu const* menu = host_->Host().FindMenu(kMenu);
+    const kfhost::RegisteredMenu* menu = host_->Host().FindMenu(kMenu);
     return menu != nullptr && static_cast<std::size_t>(item) <= menu->items.size() &&
            (menu->items[static_cast<std::size_t>(item - 1)].flags & 2u) != 0;
 }
@@ -84,23 +85,29 @@ kfhost::Dialog* AddonHost::ShownResults()
     return dialog != nullptr && dialog->visible ? dialog : nullptr;
 }
 
-std::string ExampleText(kfhost::ResourceModule const& resources, int index, int language)
+std::string ExampleText(const kfhost::ResourceModule& resources, int index, int language)
 {
-    std::u16string const* text = resources.String(static_cast<std::int16_t>(32710 + language),
-                                                  static_cast<std::int16_t>(index));
+    const std::u16string* text =
+        resources.String(static_cast<std::int16_t>(32710 + language), static_cast<std::int16_t>(index));
     return text != nullptr ? ToUtf8(*text) : std::string("<missing>");
 }
 
-std::string ItemText(kfhost::Dialog const& dialog, short item)
+std::string ItemText(const kfhost::Dialog& dialog, short item)
 {
-    kfhost::DialogItem const* it = dialog.Item(item);
+    const kfhost::DialogItem* it = dialog.Item(item);
     return it != nullptr ? ToUtf8(it->text) : std::string("<no item>");
 }
 
-bool Visible(kfhost::Dialog const& d, short item) { return d.Item(item) != nullptr && d.Item(item)->visible; }
-bool Enabled(kfhost::Dialog const& d, short item) { return d.Item(item) != nullptr && d.Item(item)->enabled; }
+bool Visible(const kfhost::Dialog& d, short item)
+{
+    return d.Item(item) != nullptr && d.Item(item)->visible;
+}
+bool Enabled(const kfhost::Dialog& d, short item)
+{
+    return d.Item(item) != nullptr && d.Item(item)->enabled;
+}
 
-bool AddonHost::AlertShown(std::string const& text)
+bool AddonHost::AlertShown(const std::string& text)
 {
     std::string escaped;
     for (char c : text) {
@@ -111,6 +118,9 @@ bool AddonHost::AlertShown(std::string const& text)
     return host_->Run("expect alert \"" + escaped + "\"");
 }
 
-bool AddonHost::NoAlert() { return host_->Run("expect no-alert"); }
+bool AddonHost::NoAlert()
+{
+    return host_->Run("expect no-alert");
+}
 
 } // namespace kftest

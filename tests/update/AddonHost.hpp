@@ -17,13 +17,13 @@
 
 namespace kftest {
 
-std::string ToUtf8(std::u16string const& text);
+std::string ToUtf8(const std::u16string& text);
 
 // The example's framework strings by index in a language (1: international).
-std::string ExampleText(kfhost::ResourceModule const& resources, int index, int language = 1);
-std::string ItemText(kfhost::Dialog const& dialog, short item);
-bool Visible(kfhost::Dialog const& dialog, short item);
-bool Enabled(kfhost::Dialog const& dialog, short item);
+std::string ExampleText(const kfhost::ResourceModule& resources, int index, int language = 1);
+std::string ItemText(const kfhost::Dialog& dialog, short item);
+bool Visible(const kfhost::Dialog& dialog, short item);
+bool Enabled(const kfhost::Dialog& dialog, short item);
 
 class AddonHost : public ::testing::Test {
 protected:
@@ -36,21 +36,21 @@ protected:
     ~AddonHost() override;
 
     // Loads the example bundle; updateServer empty: the loopback server.
-    void Load(std::string const& updateServer = {});
-    void ServeVersions(std::string const& text);
-    void WriteOwnSettings(SettingsEntries const& entries);
+    void Load(const std::string& updateServer = {});
+    void ServeVersions(const std::string& text);
+    void WriteOwnSettings(const SettingsEntries& entries);
     std::map<std::string, std::string> OwnSettings() const;
     std::filesystem::path VersionsCopy() const;
 
     std::int32_t Menu(short item) { return host_->Host().MenuCommand(kMenu, item); }
     bool MenuChecked(short item);
-    bool RunUntil(std::function<bool()> const& pred, double seconds = 5.0) { return host_->RunUntil(pred, seconds); }
+    bool RunUntil(const std::function<bool()>& pred, double seconds = 5.0) { return host_->RunUntil(pred, seconds); }
     // The results dialog when it is open and shown.
     kfhost::Dialog* ShownResults();
     // The results dialog while open, shown or not.
     kfhost::Dialog* OpenResults();
     std::string Text(int index, int language = 1) const { return ExampleText(resources_, index, language); }
-    bool AlertShown(std::string const& text);
+    bool AlertShown(const std::string& text);
     bool NoAlert();
 
     static std::string LastCheckKey() { return "LastUpdateCheck_170"; }

@@ -29,7 +29,7 @@ bool Recorder::Ended() const
 
 std::string Recorder::Story() const
 {
-    static char const* const kNames[] = {"Opened", "Failed", "Data", "Done", "Close"};
+    static const char* const kNames[] = {"Opened", "Failed", "Data", "Done", "Close"};
     std::string story;
     for (std::size_t i = 0; i < events.size(); ++i) {
         if (i > 0 && events[i].message == KF_URL_Data && events[i - 1].message == KF_URL_Data)
@@ -44,7 +44,7 @@ std::string Recorder::Story() const
 long Recorder::Count(KF_URL_Message message) const
 {
     long n = 0;
-    for (Event const& e : events)
+    for (const Event& e : events)
         n += e.message == message ? 1 : 0;
     return n;
 }
@@ -56,8 +56,7 @@ ResettingServer::ResettingServer(std::size_t announced, std::size_t sent)
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t length = sizeof address;
-    if (::bind(listener_, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-        ::listen(listener_, 4) != 0 ||
+    if (::bind(listener_, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 || ::listen(listener_, 4) != 0 ||
         ::getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &length) != 0)
         throw std::runtime_error("cannot listen on loopback");
     port_ = ntohs(address.sin_port);
@@ -139,7 +138,10 @@ Recorder& DownloadTest::NewRecorder(int openedAnswer)
     return recorders_.back();
 }
 
-std::filesystem::path DownloadTest::Target(const std::string& name) const { return host_->TempDir() / name; }
+std::filesystem::path DownloadTest::Target(const std::string& name) const
+{
+    return host_->TempDir() / name;
+}
 
 bool DownloadTest::Start(const std::string& url, Recorder& recorder, const std::string& targetName)
 {

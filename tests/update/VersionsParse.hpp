@@ -8,7 +8,7 @@
 
 namespace kftest {
 
-std::string Utf8(KF_String const& s);
+std::string Utf8(const KF_String& s);
 
 struct Message {
     std::string firstDate, secondDate, text, url;
@@ -30,8 +30,8 @@ struct Parsed {
     std::vector<Library> libraries;
 };
 
-Parsed Convert(KF_List<KF_AddonUpdate_Message> const& messages, KF_List<KF_AddonUpdate_Addon> const& addons,
-               KF_List<KF_AddonUpdate_Library> const& libraries);
-Parsed Parse(std::string const& bytes);
+Parsed Convert(const KF_List<KF_AddonUpdate_Message>& messages, const KF_List<KF_AddonUpdate_Addon>& addons,
+               const KF_List<KF_AddonUpdate_Library>& libraries);
+Parsed Parse(const std::string& bytes);
 
 } // namespace kftest

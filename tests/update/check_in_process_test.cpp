@@ -39,7 +39,7 @@ protected:
         host_->RunLoop(1.0);
     }
 
-    void Serve(std::string const& text) { kftest::WriteFile(served_.Path() / "update_plugins/versions16.txt", text); }
+    void Serve(const std::string& text) { kftest::WriteFile(served_.Path() / "update_plugins/versions16.txt", text); }
 
     std::string Text(int index) const { return ExampleText(resources_, index); }
 
@@ -50,7 +50,7 @@ protected:
         kf::detail::KF_AddonUpdate_State().hasLibrary = library;
         kf::detail::KF_AddonUpdate_State().addonLibName = "BeamLib";
         kf::detail::KF_AddonUpdate_State().statusLib = statusLib;
-        short const id = DGModelessInit(ACAPI_GetOwnResModule(), kf::detail::kUpdateResultDialog,
+        const short id = DGModelessInit(ACAPI_GetOwnResModule(), kf::detail::kUpdateResultDialog,
                                         ACAPI_GetOwnResModule(), kf::detail::KF_AddonUpdate_ResultUpdate_Handler, 0, 0);
         DGShowModelessDialog(id);
         kfhost::Dialog* dialog = host_->Host().Dialogs().Find(id);
@@ -59,7 +59,7 @@ protected:
         return *dialog;
     }
 
-    void Check(KF_String const& line, KF_String const& library = KF_String(""))
+    void Check(const KF_String& line, const KF_String& library = KF_String(""))
     {
         ASSERT_TRUE(KF_AddonUpdate_CheckForUpdate(0, true, line, library));
         host_->RunLoop(3.0);
@@ -71,7 +71,7 @@ protected:
     kfhost::ResourceModule resources_;
 };
 
-std::string Replace(std::string text, std::string const& what, std::string const& by)
+std::string Replace(std::string text, const std::string& what, const std::string& by)
 {
     std::size_t const at = text.find(what);
     return at == std::string::npos ? text : text.replace(at, what.size(), by);
@@ -87,21 +87,19 @@ struct DialogState {
     bool library;
     int statusLib;
     int item3, item4, item6, item7;
-    char const* shown;
+    const char* shown;
     bool addonPageEnabled;
 };
 
 TEST_F(CheckInProcess, TheResultsDialogShowsEveryStateOfItsItems)
 {
-    DialogState const states[] = {
-        {1, true, 0, 0, 0, 0, 79, "-23----", true},  // item 3 keeps the resource's state
-        {3, false, 1, 0, 34, 0, 79, "12-45--", true},
-        {2, false, 1, 0, 35, 0, 79, "12-45--", false},
-        {3, true, 1, 34, 81, 82, 84, "1234567", true},
-        {2, true, 1, 35, 80, 82, 84, "1234567", false},
+    const DialogState states[] = {
+        {1, true, 0, 0, 0, 0, 79, "-23----", true}, // item 3 keeps the resource's state
+        {3, false, 1, 0, 34, 0, 79, "12-45--", true},   {2, false, 1, 0, 35, 0, 79, "12-45--", false},
+        {3, true, 1, 34, 81, 82, 84, "1234567", true},  {2, true, 1, 35, 80, 82, 84, "1234567", false},
         {2, true, 0, 34, 80, 83, 79, "1234567", false},
     };
-    for (DialogState const& s : states) {
+    for (const DialogState& s : states) {
         SCOPED_TRACE(testing::Message() << "status " << s.status << " library " << s.library << " lib " << s.statusLib);
         kfhost::Dialog& d = Results(s.status, s.library, s.statusLib);
         EXPECT_EQ(ToUtf8(d.title), "Beam Tools");
@@ -136,8 +134,8 @@ TEST_F(CheckInProcess, TheUpdatePageQueryNamesTheAddonAsItIsAndNeverTheLibrary)
     ASSERT_TRUE(host_->Run("click 5"));
     ASSERT_FALSE(host_->Launched().empty());
     EXPECT_EQ(host_->Launched().back(),
-              (std::vector<std::string>{"xdg-open", server_->BaseUrl() +
-                                                        "/update_plugins/updates.htm?acver=17&lang=3&addon=Beam Tools"}));
+              (std::vector<std::string>{
+                  "xdg-open", server_->BaseUrl() + "/update_plugins/updates.htm?acver=17&lang=3&addon=Beam Tools"}));
     EXPECT_EQ(host_->Host().Dialogs().Find(addonDialog), nullptr);
 
     Results(3, true, 1);
@@ -227,7 +225,7 @@ TEST_F(CheckInProcess, ReadVersionsFileReadsTheCopyInTheFrameworkFolder)
 TEST_F(CheckInProcess, FailuresBeforeTheComparisonEndInTheirOwnOutcome)
 {
     Serve("OBT 1.2.1.0 (AC170) 02/09/2013\n");
-    KF_String const line("OBT 1.2.0.3 (AC170) 15/03/2013");
+    const KF_String line("OBT 1.2.0.3 (AC170) 15/03/2013");
     // The copy cannot be made at the opening: the download fails, the dialog goes, one alert.
     host_->Faults().Fail(kfhost::FileOp::Create, "*__updcf__.tmp.*.kftmp", KF_IOERR_ACCESSDENIED, -1);
     Check(line);
@@ -249,10 +247,10 @@ TEST_F(CheckInProcess, FailuresBeforeTheComparisonEndInTheirOwnOutcome)
 TEST_F(CheckInProcess, TheIntervalEndsAfterFourteenDaysToTheMinute)
 {
     Serve("OBT 1.2.1.0 (AC170) 02/09/2013\n");
-    KF_String const line("OBT 1.2.0.3 (AC170) 15/03/2013");
-    KF_String const key = KF_String("LastUpdateCheck_170");
-    long const fourteenDays = 14L * 24 * 3600;
-    for (auto const& [ago, checks] : {std::pair{fourteenDays - 60, false}, {fourteenDays + 2, true}}) {
+    const KF_String line("OBT 1.2.0.3 (AC170) 15/03/2013");
+    const KF_String key = KF_String("LastUpdateCheck_170");
+    const long fourteenDays = 14L * 24 * 3600;
+    for (const auto& [ago, checks] : {std::pair{fourteenDays - 60, false}, {fourteenDays + 2, true}}) {
         std::size_t const requests = server_->RequestTargets().size();
         KF_AddonSettings_LoadSetSave(KF_AddonSettings_ThisAddon, key,
                                      KF_String::LongToString(long(std::time(nullptr)) - ago, 0), true);

@@ -22,7 +22,7 @@ std::string GzipOfZeros(std::size_t size)
     for (std::size_t fed = 0; fed < size; fed += zeros.size()) {
         z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(zeros.data()));
         z.avail_in = static_cast<uInt>(std::min(zeros.size(), size - fed));
-        int const flush = fed + zeros.size() >= size ? Z_FINISH : Z_NO_FLUSH;
+        const int flush = fed + zeros.size() >= size ? Z_FINISH : Z_NO_FLUSH;
         do {
             z.next_out = reinterpret_cast<Bytef*>(buffer);
             z.avail_out = sizeof buffer;
@@ -38,7 +38,7 @@ class BoundedDownload : public DownloadTest {
 protected:
     BoundedDownload() : DownloadTest(10.0) {}
 
-    bool FetchBounded(std::string const& url, Recorder& r, unsigned long long maxBytes)
+    bool FetchBounded(const std::string& url, Recorder& r, unsigned long long maxBytes)
     {
         r.target = Target();
         return KF_General::URLDownload(KF_String(url.c_str(), KF_String::Enc_UTF8),
@@ -61,14 +61,14 @@ TEST_F(BoundedDownload, ABodyOverTheLimitFailsAndLeavesNothing)
     struct Case {
         std::string path;
         unsigned long long limit;
-        char const* story;
+        const char* story;
     };
-    Case const cases[] = {
-        {"/test/bytes/300000", 100000, "Opened Failed"},                 // announced: refused at once
-        {"/test/trickle?bytes=3000&interval_ms=1", 1000, "Opened Data Failed"},  // no length header
-        {"/test/bytes/100000", 100000, "Opened Data Done"},               // exactly the limit
+    const Case cases[] = {
+        {"/test/bytes/300000", 100000, "Opened Failed"},                        // announced: refused at once
+        {"/test/trickle?bytes=3000&interval_ms=1", 1000, "Opened Data Failed"}, // no length header
+        {"/test/bytes/100000", 100000, "Opened Data Done"},                     // exactly the limit
     };
-    for (Case const& c : cases) {
+    for (const Case& c : cases) {
         Recorder& r = NewRecorder();
         ASSERT_TRUE(FetchBounded(Url(c.path), r, c.limit)) << c.path;
         EXPECT_EQ(r.Story(), c.story) << c.path;
@@ -85,16 +85,16 @@ TEST_F(BoundedDownload, DecodedBytesCountAgainstTheLimit)
     std::string const bomb = GzipOfZeros(256u << 20);
     ASSERT_LT(bomb.size(), 1u << 20);
     httplib::Server server;
-    server.Get("/bomb", [&](httplib::Request const&, httplib::Response& response) {
+    server.Get("/bomb", [&](const httplib::Request&, httplib::Response& response) {
         response.set_header("Content-Encoding", "gzip");
         response.set_content(bomb, "text/plain");
     });
-    int const port = server.bind_to_any_port("127.0.0.1");
+    const int port = server.bind_to_any_port("127.0.0.1");
     ASSERT_GT(port, 0);
     std::thread serving([&] { server.listen_after_bind(); });
     std::size_t const before = FilesLeft();
     Recorder& r = NewRecorder();
-    bool const ended = FetchBounded("http://127.0.0.1:" + std::to_string(port) + "/bomb", r, 4u << 20);
+    const bool ended = FetchBounded("http://127.0.0.1:" + std::to_string(port) + "/bomb", r, 4u << 20);
     server.stop();
     serving.join();
     ASSERT_TRUE(ended);

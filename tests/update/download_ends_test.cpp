@@ -12,7 +12,7 @@ std::string Pattern(std::size_t size)
 {
     std::string s(size, '\0');
     for (std::size_t i = 0; i < size; ++i)
-        s[i] = static_cast<char>('a' + i % 23);  // the server's /test/bytes pattern
+        s[i] = static_cast<char>('a' + i % 23); // the server's /test/bytes pattern
     return s;
 }
 
@@ -29,7 +29,7 @@ TEST_F(DownloadEnds, ATargetThatCannotBeCreatedEndsInFailed)
     host_->Faults().Fail(kfhost::FileOp::Create, "*refused.txt.*.kftmp", IO::AccessDenied, -1);
     ASSERT_TRUE(Fetch(Url("/v.txt"), refused, "refused.txt"));
     host_->RunLoop(0.3);
-    for (Recorder const* r : {&missingFolder, &refused}) {
+    for (const Recorder* r : {&missingFolder, &refused}) {
         EXPECT_EQ(r->Story(), "Opened Failed") << r->target;
         EXPECT_EQ(r->events.back().progress, 0.0);
         EXPECT_FALSE(std::filesystem::exists(r->target));
@@ -57,7 +57,7 @@ TEST_F(DownloadEnds, AFailedWriteLosesItsBlockOnlyAndTheDownloadGoesOn)
 TEST_F(DownloadEnds, OnlyAnAnswerOfOneAtTheOpeningCancels)
 {
     ServedFile("go.txt", "went on");
-    for (int const answer : {2, -1}) {
+    for (const int answer : {2, -1}) {
         Recorder& r = NewRecorder(answer);
         ASSERT_TRUE(Fetch(Url("/go.txt"), r, "go" + std::to_string(answer) + ".txt")) << answer;
         EXPECT_EQ(r.Story(), "Opened Data Done") << answer;

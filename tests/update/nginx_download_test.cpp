@@ -22,7 +22,7 @@ namespace {
 
 std::string FindNginx()
 {
-    for (char const* candidate : {"/usr/sbin/nginx", "/usr/local/sbin/nginx", "/usr/bin/nginx"})
+    for (const char* candidate : {"/usr/sbin/nginx", "/usr/local/sbin/nginx", "/usr/bin/nginx"})
         if (::access(candidate, X_OK) == 0)
             return candidate;
     return {};
@@ -30,7 +30,7 @@ std::string FindNginx()
 
 int FreePort()
 {
-    int const s = ::socket(AF_INET, SOCK_STREAM, 0);
+    const int s = ::socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -43,12 +43,12 @@ int FreePort()
 
 bool Accepts(int port)
 {
-    int const s = ::socket(AF_INET, SOCK_STREAM, 0);
+    const int s = ::socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(static_cast<std::uint16_t>(port));
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    bool const ok = ::connect(s, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+    const bool ok = ::connect(s, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
     ::close(s);
     return ok;
 }
@@ -67,22 +67,34 @@ protected:
         std::string const p = prefix_.string();
         kftest::WriteFile(prefix_ / "nginx.conf",
                           "daemon off;\nmaster_process off;\nworker_processes 1;\n"
-                          "pid " + p + "/nginx.pid;\nerror_log " + p + "/error.log;\n"
-                          "events { worker_connections 32; }\n"
-                          "http {\n  access_log off;\n"
-                          "  client_body_temp_path " + p + "/tmp/body;\n  proxy_temp_path " + p + "/tmp/proxy;\n"
-                          "  fastcgi_temp_path " + p + "/tmp/fastcgi;\n  uwsgi_temp_path " + p + "/tmp/uwsgi;\n"
-                          "  scgi_temp_path " + p + "/tmp/scgi;\n"
-                          "  types { text/plain txt; }\n"
-                          "  server {\n    listen 127.0.0.1:" + std::to_string(port_) + ";\n"
-                          "    root " + p + "/www;\n"
-                          "    location = /old/versions16.txt { return 302 /update_plugins/versions16.txt; }\n"
-                          "  }\n}\n");
+                          "pid " +
+                              p + "/nginx.pid;\nerror_log " + p +
+                              "/error.log;\n"
+                              "events { worker_connections 32; }\n"
+                              "http {\n  access_log off;\n"
+                              "  client_body_temp_path " +
+                              p + "/tmp/body;\n  proxy_temp_path " + p +
+                              "/tmp/proxy;\n"
+                              "  fastcgi_temp_path " +
+                              p + "/tmp/fastcgi;\n  uwsgi_temp_path " + p +
+                              "/tmp/uwsgi;\n"
+                              "  scgi_temp_path " +
+                              p +
+                              "/tmp/scgi;\n"
+                              "  types { text/plain txt; }\n"
+                              "  server {\n    listen 127.0.0.1:" +
+                              std::to_string(port_) +
+                              ";\n"
+                              "    root " +
+                              p +
+                              "/www;\n"
+                              "    location = /old/versions16.txt { return 302 /update_plugins/versions16.txt; }\n"
+                              "  }\n}\n");
         std::string const errors = p + "/startup.log";
         std::string const conf = p + "/nginx.conf";
-        char const* argv[] = {nginx.c_str(), "-e", errors.c_str(), "-p", p.c_str(), "-c", conf.c_str(), nullptr};
+        const char* argv[] = {nginx.c_str(), "-e", errors.c_str(), "-p", p.c_str(), "-c", conf.c_str(), nullptr};
         ASSERT_EQ(::posix_spawn(&pid_, nginx.c_str(), nullptr, nullptr, const_cast<char**>(argv), environ), 0);
-        auto const until = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+        const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(5);
         while (!Accepts(port_) && std::chrono::steady_clock::now() < until)
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
         ASSERT_TRUE(Accepts(port_)) << "nginx did not start: " << kftest::ReadFile(prefix_ / "error.log")
@@ -98,7 +110,7 @@ protected:
         }
     }
 
-    std::string NginxUrl(std::string const& path) const { return "http://127.0.0.1:" + std::to_string(port_) + path; }
+    std::string NginxUrl(const std::string& path) const { return "http://127.0.0.1:" + std::to_string(port_) + path; }
 
     std::filesystem::path prefix_;
     int port_ = 0;
@@ -118,7 +130,7 @@ std::string VersionsFile()
 TEST_F(NginxDownload, FetchesAFileDirectlyAndThroughItsRedirect)
 {
     kftest::WriteFile(prefix_ / "www/update_plugins/versions16.txt", VersionsFile());
-    for (char const* path : {"/update_plugins/versions16.txt", "/old/versions16.txt"}) {
+    for (const char* path : {"/update_plugins/versions16.txt", "/old/versions16.txt"}) {
         SCOPED_TRACE(path);
         Recorder& r = NewRecorder();
         ASSERT_TRUE(Fetch(NginxUrl(path), r));

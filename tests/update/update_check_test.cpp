@@ -27,14 +27,17 @@ constexpr char kNothingNewer[] = "OBT 1.9.9.9 (AC170) 14/03/2013\n"
                                  "obt 1.3.0.0 (AC170) 01/01/2014\n"
                                  "OBT 1.3.0.0 (AC1700) 01/01/2014\n";
 
-std::string With(std::string text, std::string const& what, std::string const& by)
+std::string With(std::string text, const std::string& what, const std::string& by)
 {
     for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + by.size()))
         text.replace(at, what.size(), by);
     return text;
 }
 
-long Number(std::string const& text) { return text.empty() ? 0 : std::stol(text); }
+long Number(const std::string& text)
+{
+    return text.empty() ? 0 : std::stol(text);
+}
 
 class UpdateCheck : public AddonHost {
 protected:
@@ -45,17 +48,17 @@ protected:
     }
     bool AlertPending()
     {
-        auto const& lines = host_->Transcript();
-        return std::any_of(lines.begin(), lines.end(), [](std::string const& l) { return l.rfind("alert ", 0) == 0; });
+        const auto& lines = host_->Transcript();
+        return std::any_of(lines.begin(), lines.end(), [](const std::string& l) { return l.rfind("alert ", 0) == 0; });
     }
     std::vector<std::string> LastLaunch() const
     {
-        auto const& launched = host_->Launched();
+        const auto& launched = host_->Launched();
         return launched.empty() ? std::vector<std::string>{} : launched.back();
     }
     bool CheckedRecently()
     {
-        long const stored = Number(OwnSettings()[LastCheckKey()]);
+        const long stored = Number(OwnSettings()[LastCheckKey()]);
         return std::labs(stored - static_cast<long>(std::time(nullptr))) < 120;
     }
 };
@@ -86,11 +89,12 @@ TEST_F(UpdateCheck, UserCheckShowsANewerReleaseAndOpensItsUpdatePage)
     EXPECT_TRUE(CheckedRecently());
     EXPECT_TRUE(NoAlert());
 
-    short const id = d.id;
+    const short id = d.id;
     ASSERT_TRUE(host_->Run("click 5"));
-    EXPECT_EQ(LastLaunch(), (std::vector<std::string>{
-                                "xdg-open", server_->BaseUrl() +
-                                                "/update_plugins/updates.htm?acver=17&lang=1&addon=Orvella Beam Tools"}));
+    EXPECT_EQ(
+        LastLaunch(),
+        (std::vector<std::string>{
+            "xdg-open", server_->BaseUrl() + "/update_plugins/updates.htm?acver=17&lang=1&addon=Orvella Beam Tools"}));
     EXPECT_EQ(OpenResults(), nullptr);
     EXPECT_FALSE(host_->Host().ModelessWindows().count(id)) << "closing unregisters the window";
 }
@@ -169,7 +173,8 @@ TEST_F(UpdateCheck, AnAutomaticCheckWithNothingNewerStaysSilent)
     ServeVersions(kNothingNewer);
     ASSERT_NO_FATAL_FAILURE(Load());
     Menu(kAbout);
-    ASSERT_TRUE(RunUntil([&] { return !server_->RequestTargets().empty() && !std::filesystem::exists(VersionsCopy()); }));
+    ASSERT_TRUE(
+        RunUntil([&] { return !server_->RequestTargets().empty() && !std::filesystem::exists(VersionsCopy()); }));
     host_->RunLoop(0.2);
     EXPECT_EQ(ShownResults(), nullptr);
     EXPECT_TRUE(AlertShown("OBT 1.2.0.3 (AC170) 15/03/2013"));
@@ -177,7 +182,7 @@ TEST_F(UpdateCheck, AnAutomaticCheckWithNothingNewerStaysSilent)
     EXPECT_TRUE(CheckedRecently());
 }
 
-class UpdateCheckSwitchedOff : public UpdateCheck, public ::testing::WithParamInterface<char const*> {};
+class UpdateCheckSwitchedOff : public UpdateCheck, public ::testing::WithParamInterface<const char*> {};
 
 TEST_P(UpdateCheckSwitchedOff, NeverChecksAndLeavesTheMarkOff)
 {
@@ -243,7 +248,7 @@ TEST_F(UpdateCheckFailure, AServerThatNeverAnswersWithinTheLimit)
 {
     WriteOwnSettings({{"AutoUpdate", "1"}});
     ASSERT_NO_FATAL_FAILURE(Load(server_->BaseUrl() + "/test/hang"));
-    Menu(kAbout);  // an automatic check fails aloud too
+    Menu(kAbout); // an automatic check fails aloud too
     EXPECT_TRUE(AlertShown("OBT 1.2.0.3 (AC170) 15/03/2013"));
     host_->ClearTranscript();
     ExpectOneAlert();

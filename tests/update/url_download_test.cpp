@@ -16,15 +16,15 @@ std::string Pattern(std::size_t size)
 {
     std::string s(size, '\0');
     for (std::size_t i = 0; i < size; ++i)
-        s[i] = static_cast<char>('a' + i % 23);  // the server's /test/bytes pattern
+        s[i] = static_cast<char>('a' + i % 23); // the server's /test/bytes pattern
     return s;
 }
 
 // Entries of the target's folder named after it: the target and any file made beside it.
-std::size_t EntriesFor(std::filesystem::path const& target)
+std::size_t EntriesFor(const std::filesystem::path& target)
 {
     std::size_t count = 0;
-    for (auto const& entry : std::filesystem::directory_iterator(target.parent_path()))
+    for (const auto& entry : std::filesystem::directory_iterator(target.parent_path()))
         count += entry.path().filename().string().rfind(target.filename().string(), 0) == 0 ? 1 : 0;
     return count;
 }
@@ -54,7 +54,7 @@ TEST_F(URLDownload, FetchesAFileWithOpenedThenDataThenDone)
 
     EXPECT_EQ(r.Story(), "Opened Data Done");
     EXPECT_FALSE(r.targetExistedAtOpening) << "the file is created only after the opening";
-    for (Event const& e : r.events)
+    for (const Event& e : r.events)
         EXPECT_DOUBLE_EQ(e.progress, e.message == KF_URL_Data ? 0.5 : 0.0);
     EXPECT_EQ(ReadFile(r.target), content);
     host_->RunLoop(0.3);
@@ -88,14 +88,14 @@ TEST_F(URLDownload, FollowsARedirectChainWithoutTellingTheClient)
     EXPECT_EQ(r.Story(), "Opened Data Done");
     EXPECT_EQ(r.Count(KF_URL_Opened), 1);
     EXPECT_EQ(ReadFile(r.target), "arrived");
-    std::vector<std::string> const seen = server_->RequestTargets();
+    const std::vector<std::string> seen = server_->RequestTargets();
     ASSERT_EQ(seen.size(), 6u);
     EXPECT_EQ(seen.back(), "/files/final.txt");
 }
 
 TEST_F(URLDownload, AnErrorStatusFailsAndLeavesNoFile)
 {
-    for (char const* status : {"404", "500"}) {
+    for (const char* status : {"404", "500"}) {
         Recorder& r = NewRecorder();
         ASSERT_TRUE(Fetch(Url(std::string("/test/status/") + status), r));
         EXPECT_EQ(r.Story(), "Opened Failed") << status;
@@ -108,7 +108,7 @@ TEST_F(URLDownload, AnErrorStatusFailsAndLeavesNoFile)
     ASSERT_TRUE(Fetch(Url("/page.html"), r));
     EXPECT_EQ(r.Story(), "Opened Data Done");
     EXPECT_EQ(ReadFile(r.target), page);
-    Parsed const parsed = Parse(page);
+    const Parsed parsed = Parse(page);
     EXPECT_TRUE(parsed.addons.empty());
     EXPECT_TRUE(parsed.libraries.empty());
     EXPECT_TRUE(parsed.messages.empty());
@@ -118,9 +118,12 @@ TEST_F(URLDownload, EscapesAreDecodedThenEscapedOnce)
 {
     ServedFile("files/a b.txt", "blank");
     ServedFile("files/ü.txt", "umlaut");
-    struct Case { char const* path; char const* content; };
-    for (Case const c : {Case{"/files/a%20b.txt", "blank"}, Case{"/files/a b.txt", "blank"},
-                         Case{"/files/%C3%BC.txt", "umlaut"}}) {
+    struct Case {
+        const char* path;
+        const char* content;
+    };
+    for (const Case c :
+         {Case{"/files/a%20b.txt", "blank"}, Case{"/files/a b.txt", "blank"}, Case{"/files/%C3%BC.txt", "umlaut"}}) {
         SCOPED_TRACE(c.path);
         Recorder& r = NewRecorder();
         ASSERT_TRUE(Fetch(Url(c.path), r, "t" + std::to_string(recorders_.size()) + ".txt"));
@@ -145,11 +148,10 @@ TEST_F(URLDownload, WithoutACallbackTheFileIsStillWritten)
 {
     ServedFile("quiet.txt", Pattern(40000));
     std::filesystem::path const target = Target("quiet.txt");
-    ASSERT_TRUE(KF_General::URLDownload(KF_String(Url("/quiet.txt").c_str()),
-                                        KF_Location(KF_String(target.c_str())), nullptr, nullptr));
-    ASSERT_TRUE(RunUntil([&] {
-        return std::filesystem::exists(target) && std::filesystem::file_size(target) == 40000u;
-    }));
+    ASSERT_TRUE(KF_General::URLDownload(KF_String(Url("/quiet.txt").c_str()), KF_Location(KF_String(target.c_str())),
+                                        nullptr, nullptr));
+    ASSERT_TRUE(
+        RunUntil([&] { return std::filesystem::exists(target) && std::filesystem::file_size(target) == 40000u; }));
     EXPECT_EQ(ReadFile(target), Pattern(40000));
 }
 
@@ -219,17 +221,17 @@ TEST_F(URLDownload, HttpsChecksTheServersCertificate)
         GTEST_SKIP() << "openssl cannot make a test certificate here";
     httplib::SSLServer tls(cert.c_str(), key.c_str());
     std::atomic<int> served{0};
-    tls.Get("/x", [&](httplib::Request const&, httplib::Response& response) {
+    tls.Get("/x", [&](const httplib::Request&, httplib::Response& response) {
         ++served;
         response.set_content("secret", "text/plain");
     });
-    int const port = tls.bind_to_any_port("127.0.0.1");
+    const int port = tls.bind_to_any_port("127.0.0.1");
     ASSERT_GT(port, 0);
     std::thread serving([&] { tls.listen_after_bind(); });
 
     Recorder& r = NewRecorder();
     ASSERT_TRUE(Start("https://127.0.0.1:" + std::to_string(port) + "/x", r));
-    bool const ended = RunUntil([&] { return r.Ended(); });
+    const bool ended = RunUntil([&] { return r.Ended(); });
     tls.stop();
     serving.join();
     ASSERT_TRUE(ended);
@@ -241,10 +243,10 @@ TEST_F(URLDownload, HttpsChecksTheServersCertificate)
 TEST_F(URLDownloadLimit, AServerThatNeverAnswersFailsAtTheLimit)
 {
     Recorder& r = NewRecorder();
-    auto const started = std::chrono::steady_clock::now();
+    const auto started = std::chrono::steady_clock::now();
     ASSERT_TRUE(Start(Url("/test/hang"), r));
     ASSERT_TRUE(RunUntil([&] { return r.Ended(); }, 10.0));
-    double const took = Seconds(started);
+    const double took = Seconds(started);
     EXPECT_EQ(r.Story(), "Opened Failed");
     EXPECT_GE(took, 0.9);
     EXPECT_LT(took, 3.0);
@@ -254,10 +256,10 @@ TEST_F(URLDownloadLimit, AServerThatNeverAnswersFailsAtTheLimit)
 TEST_F(URLDownloadLimit, TheLimitCoversTheWholeTransferEvenWhileDataFlows)
 {
     Recorder& r = NewRecorder();
-    auto const started = std::chrono::steady_clock::now();
+    const auto started = std::chrono::steady_clock::now();
     ASSERT_TRUE(Start(Url("/test/trickle?bytes=100000&interval_ms=40"), r));
     ASSERT_TRUE(RunUntil([&] { return r.Ended(); }, 10.0));
-    double const took = Seconds(started);
+    const double took = Seconds(started);
     EXPECT_EQ(r.Story(), "Opened Data Failed");
     EXPECT_GE(took, 0.9);
     EXPECT_LT(took, 3.0);

@@ -7,16 +7,22 @@ using namespace kftest;
 
 namespace {
 
-std::vector<unsigned> V(unsigned a, unsigned b, unsigned c, unsigned d) { return {a, b, c, d}; }
+std::vector<unsigned> V(unsigned a, unsigned b, unsigned c, unsigned d)
+{
+    return {a, b, c, d};
+}
 
 // Whether a head line on its own is taken as an add-on line.
-bool IsAddonLine(std::string const& line) { return Parse(line + "\n").addons.size() == 1; }
+bool IsAddonLine(const std::string& line)
+{
+    return Parse(line + "\n").addons.size() == 1;
+}
 
 } // namespace
 
 TEST(VersionsFile, ReadsTheThreeKindsOfEntryInFileOrder)
 {
-    Parsed const p = Parse("* comment\n"
+    const Parsed p = Parse("* comment\n"
                            "MESSAGE 01/03/2012 31/03/2012\n"
                            "# Hello users\n"
                            "BeamLib 15-02-2012 ignored tokens\n"
@@ -39,7 +45,7 @@ TEST(VersionsFile, ReadsTheThreeKindsOfEntryInFileOrder)
     EXPECT_EQ(p.libraries[0].text, "Library text");
 
     ASSERT_EQ(p.addons.size(), 2u);
-    Addon const& xyz = p.addons[0];
+    const Addon& xyz = p.addons[0];
     EXPECT_EQ(xyz.code, "XYZ");
     EXPECT_EQ(xyz.versionText, "1.2.0.15");
     EXPECT_EQ(xyz.version, V(1, 2, 0, 15));
@@ -55,7 +61,7 @@ TEST(VersionsFile, ReadsTheThreeKindsOfEntryInFileOrder)
 
 TEST(VersionsFile, MessageKeywordIsFoundAnywhereInTheFirstTokenAndDatesAreNotChecked)
 {
-    Parsed const p = Parse("MESSAGE\n"
+    const Parsed p = Parse("MESSAGE\n"
                            "XMESSAGEX 01/01/2012\n"
                            "MESSAGE abc 31-12-2013x\n"
                            "message 01/01/2012\n");
@@ -64,7 +70,7 @@ TEST(VersionsFile, MessageKeywordIsFoundAnywhereInTheFirstTokenAndDatesAreNotChe
     EXPECT_EQ(p.messages[0].secondDate, "");
     EXPECT_EQ(p.messages[1].firstDate, "20120101");
     EXPECT_EQ(p.messages[1].secondDate, "");
-    EXPECT_EQ(p.messages[2].firstDate, "ab");  // a short "date" gives a short result
+    EXPECT_EQ(p.messages[2].firstDate, "ab"); // a short "date" gives a short result
     EXPECT_EQ(p.messages[2].secondDate, "20131231");
     // The keyword is case-sensitive: in lower case the line is a library with a ten-character date.
     ASSERT_EQ(p.libraries.size(), 1u);
@@ -73,7 +79,7 @@ TEST(VersionsFile, MessageKeywordIsFoundAnywhereInTheFirstTokenAndDatesAreNotChe
 
 TEST(VersionsFile, MessageTextIsSplitAtTheFirstPlainHttpAddress)
 {
-    Parsed const p = Parse("MESSAGE\n"
+    const Parsed p = Parse("MESSAGE\n"
                            "# See http://example.com/a for more\n"
                            "# and the next line\n"
                            "MESSAGE\n"
@@ -87,7 +93,7 @@ TEST(VersionsFile, MessageTextIsSplitAtTheFirstPlainHttpAddress)
 
 TEST(VersionsFile, TextBlocksDropLeadingEmptyLinesButKeepLaterOnes)
 {
-    Parsed const p = Parse("A 1.0.0.0 (AC160) 01/02/2012\n"
+    const Parsed p = Parse("A 1.0.0.0 (AC160) 01/02/2012\n"
                            "#\n"
                            "# Hello\n"
                            "B 1.0.0.0 (AC160) 01/02/2012\n"
@@ -100,12 +106,12 @@ TEST(VersionsFile, TextBlocksDropLeadingEmptyLinesButKeepLaterOnes)
     ASSERT_EQ(p.addons.size(), 3u);
     EXPECT_EQ(p.addons[0].text, "Hello");
     EXPECT_EQ(p.addons[1].text, "Hello\n\n\nWorld");
-    EXPECT_EQ(p.addons[2].text, "ight");  // the character after "#" is dropped whatever it is
+    EXPECT_EQ(p.addons[2].text, "ight"); // the character after "#" is dropped whatever it is
 }
 
 TEST(VersionsFile, TextBlockEndsAtTheFirstOtherLineAndIgnoredLinesOwnNoText)
 {
-    Parsed const p = Parse("A 1.0.0.0 (AC160) 01/02/2012\n"
+    const Parsed p = Parse("A 1.0.0.0 (AC160) 01/02/2012\n"
                            "# kept\n"
                            "* a comment ends the block\n"
                            "# orphan after a comment\n"
@@ -122,14 +128,15 @@ TEST(VersionsFile, TextBlockEndsAtTheFirstOtherLineAndIgnoredLinesOwnNoText)
 
 TEST(VersionsFile, LineEndsOfEveryKindParseAlike)
 {
-    std::string const lf = "MESSAGE 01/01/2012\n# a http://x\n\nLib 01-01-2013\n# b\nX 1.2.3.4 (AC170) 02/02/2013 rus\n# c\n# d";
+    std::string const lf =
+        "MESSAGE 01/01/2012\n# a http://x\n\nLib 01-01-2013\n# b\nX 1.2.3.4 (AC170) 02/02/2013 rus\n# c\n# d";
     std::string crlf, cr;
     for (char c : lf) {
         crlf += c == '\n' ? std::string("\r\n") : std::string(1, c);
         cr += c == '\n' ? '\r' : c;
     }
-    Parsed const a = Parse(lf), b = Parse(crlf), c = Parse(cr);
-    for (Parsed const* other : {&b, &c}) {
+    const Parsed a = Parse(lf), b = Parse(crlf), c = Parse(cr);
+    for (const Parsed* other : {&b, &c}) {
         ASSERT_EQ(other->messages.size(), 1u);
         ASSERT_EQ(other->libraries.size(), 1u);
         ASSERT_EQ(other->addons.size(), 1u);
@@ -142,7 +149,7 @@ TEST(VersionsFile, LineEndsOfEveryKindParseAlike)
 
 TEST(VersionsFile, LibraryLinesNeedAWellFormedTenCharacterDate)
 {
-    Parsed const p = Parse("Lib1 15/02-2012\n"
+    const Parsed p = Parse("Lib1 15/02-2012\n"
                            "Lib2 1-1-2012\n"
                            "Lib3 01.02.2012\n"
                            "Lib4 15-02-2012x\n"
@@ -161,9 +168,9 @@ TEST(VersionsFile, AddonLinesAcceptedAndRefused)
     EXPECT_TRUE(IsAddonLine("XYZ 1..2.3 (AC160) 01/02/2012"));     // an empty part passes
     EXPECT_TRUE(IsAddonLine("XYZ 1.2.3.4 (AC160) 01-02/2012xyz")); // date length not tested
     EXPECT_TRUE(IsAddonLine("XYZ 1.2.3.4 (AC) 01/02/2012"));
-    EXPECT_TRUE(IsAddonLine("XYZ 1.2.3.4 (AC160) 01/02/2012 "));   // trailing blank: empty last token
+    EXPECT_TRUE(IsAddonLine("XYZ 1.2.3.4 (AC160) 01/02/2012 ")); // trailing blank: empty last token
 
-    EXPECT_FALSE(IsAddonLine("XYZ 1.2.3 (AC160) 01/02/2012"));     // one part short
+    EXPECT_FALSE(IsAddonLine("XYZ 1.2.3 (AC160) 01/02/2012")); // one part short
     EXPECT_FALSE(IsAddonLine("XYZ 1.2.3.x (AC160) 01/02/2012"));
     EXPECT_FALSE(IsAddonLine("XYZ 1.2.3.-4 (AC160) 01/02/2012"));
     EXPECT_FALSE(IsAddonLine("XYZ 1.2.3.4 (AC16 01/02/2012"));
@@ -173,18 +180,18 @@ TEST(VersionsFile, AddonLinesAcceptedAndRefused)
     EXPECT_FALSE(IsAddonLine("XYZ 1.2.3.4 (AC160) 1/02/2012"));
     EXPECT_FALSE(IsAddonLine("XYZ 1.2.3.4 (AC160) 01.02.2012"));
     EXPECT_FALSE(IsAddonLine("XYZ 1.2.3.4 (AC160)"));
-    EXPECT_FALSE(IsAddonLine(" XYZ 1.2.3.4 (AC160) 01/02/2012"));  // must begin in the first column
+    EXPECT_FALSE(IsAddonLine(" XYZ 1.2.3.4 (AC160) 01/02/2012")); // must begin in the first column
     EXPECT_FALSE(IsAddonLine("XYZ\t1.2.3.4\t(AC160)\t01/02/2O12"));
 }
 
 TEST(VersionsFile, AddonFieldsKeepTheirQuirks)
 {
-    Parsed const p = Parse("A 1.2.3.4 (AC160) 01/02/2012\n"
+    const Parsed p = Parse("A 1.2.3.4 (AC160) 01/02/2012\n"
                            "B 70000.1..2 (AC17) 01-02/2012xyz ITA Int xyz\n"
                            "C 1.2.3.4.5 (AC5) 01/02/2012 jap \n"
                            "D 1.2.3.4 (AC) 01/02/2012\tfra\t\tRUS\n");
     ASSERT_EQ(p.addons.size(), 4u);
-    EXPECT_EQ(p.addons[0].hostVersion, 16u);  // the last digit is dropped
+    EXPECT_EQ(p.addons[0].hostVersion, 16u); // the last digit is dropped
     EXPECT_EQ(p.addons[1].hostVersion, 1u);
     EXPECT_EQ(p.addons[2].hostVersion, 0u);
     EXPECT_EQ(p.addons[3].hostVersion, 0u);
@@ -203,7 +210,7 @@ TEST(VersionsFile, AddonFieldsKeepTheirQuirks)
 
 TEST(VersionsFile, FormatDateCutsShortInputWithoutError)
 {
-    auto format = [](char const* text) {
+    auto format = [](const char* text) {
         KF_String s(text);
         return Utf8(kf::detail::KF_AddonUpdate_FormatDate(s));
     };
@@ -235,7 +242,7 @@ TEST(VersionsFile, ListsAreAppendedToAndABadByteSpoilsOnlyItsLine)
 
 TEST(VersionsFile, NonAsciiTextIsKept)
 {
-    Parsed const p = Parse("MESSAGE\n# Привет, 日本語 — ok\n");
+    const Parsed p = Parse("MESSAGE\n# Привет, 日本語 — ok\n");
     ASSERT_EQ(p.messages.size(), 1u);
     EXPECT_EQ(p.messages[0].text, "Привет, 日本語 — ok");
 }

@@ -27,8 +27,9 @@ const Case kCases[] = {
     // The sleep is a process of the group too: it must go as well, or its pipe would stay open.
     {"hang", "echo 'C menu 1' >&3; sleep 30; echo D >&3", 0.3, CheckResult::Status::Fail,
      "did not finish within 0.3 s: it hangs during menu 1"},
-    {"caught by a sanitizer", "echo 'C menu 2' >&3; echo '==1==ERROR: AddressSanitizer: SEGV on unknown address' >&2; exit 1",
-     10, CheckResult::Status::Fail, "crashed with SIGSEGV during menu 2"},
+    {"caught by a sanitizer",
+     "echo 'C menu 2' >&3; echo '==1==ERROR: AddressSanitizer: SEGV on unknown address' >&2; exit 1", 10,
+     CheckResult::Status::Fail, "crashed with SIGSEGV during menu 2"},
     {"a sanitizer's other finding", "echo '==1==ERROR: AddressSanitizer: heap-use-after-free on address' >&2; exit 1",
      10, CheckResult::Status::Fail, "crashed with AddressSanitizer: heap-use-after-free"},
     {"early end", "echo 'C unload' >&3; exit 3", 10, CheckResult::Status::Fail,

@@ -10,7 +10,10 @@ using namespace kfhost::validate;
 
 namespace {
 
-std::size_t ChunkAt(const std::string& png, std::string_view type) { return png.find(type) - 4; }
+std::size_t ChunkAt(const std::string& png, std::string_view type)
+{
+    return png.find(type) - 4;
+}
 
 // Changes a chunk's body and puts a matching checksum after it, as a careful writer would.
 void Rewrite(std::string& png, std::string_view type, const std::function<void(std::string& body)>& change)

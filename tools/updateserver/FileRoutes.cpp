@@ -75,16 +75,16 @@ void AddFileRoutes(httplib::Server& server, const std::filesystem::path& root)
         const auto size = std::filesystem::file_size(path, ec);
         if (file->fd < 0 || ec)
             return NotFound(response);
-        response.set_content_provider(
-            static_cast<std::size_t>(size), ContentType(path),
-            [file](std::size_t offset, std::size_t length, httplib::DataSink& sink) {
-                char buffer[kBlock];
-                const std::size_t want = length < kBlock ? length : kBlock;
-                const ssize_t got = ::pread(file->fd, buffer, want, static_cast<off_t>(offset));
-                if (got <= 0)
-                    return false;
-                return sink.write(buffer, static_cast<std::size_t>(got));
-            });
+        response.set_content_provider(static_cast<std::size_t>(size), ContentType(path),
+                                      [file](std::size_t offset, std::size_t length, httplib::DataSink& sink) {
+                                          char buffer[kBlock];
+                                          const std::size_t want = length < kBlock ? length : kBlock;
+                                          const ssize_t got =
+                                              ::pread(file->fd, buffer, want, static_cast<off_t>(offset));
+                                          if (got <= 0)
+                                              return false;
+                                          return sink.write(buffer, static_cast<std::size_t>(got));
+                                      });
     });
 }
 

@@ -22,7 +22,10 @@ std::size_t ParamOr(const httplib::Request& request, const char* key, std::size_
 }
 
 // A deterministic byte pattern, so that a test can check any block it received.
-char PatternByte(std::size_t offset) { return static_cast<char>('a' + offset % 23); }
+char PatternByte(std::size_t offset)
+{
+    return static_cast<char>('a' + offset % 23);
+}
 
 } // namespace
 
@@ -31,8 +34,8 @@ void AddTestRoutes(httplib::Server& server, const std::filesystem::path& root, c
     // /test/redirect/N?to=PATH: N hops, then PATH (default: the versions file).
     server.Get(R"(/test/redirect/(\d+))", [](const httplib::Request& request, httplib::Response& response) {
         const unsigned long hops = std::stoul(request.matches[1]);
-        const std::string to = request.has_param("to") ? request.get_param_value("to")
-                                                       : "/update_plugins/versions16.txt";
+        const std::string to =
+            request.has_param("to") ? request.get_param_value("to") : "/update_plugins/versions16.txt";
         if (hops == 0)
             response.set_redirect(to, 302);
         else
@@ -65,24 +68,25 @@ void AddTestRoutes(httplib::Server& server, const std::filesystem::path& root, c
         const std::size_t total = ParamOr(request, "bytes", 1000);
         const auto interval = std::chrono::milliseconds(ParamOr(request, "interval_ms", 100));
         auto sent = std::make_shared<std::size_t>(0);
-        response.set_chunked_content_provider(
-            "application/octet-stream", [&stop, total, interval, sent](std::size_t, httplib::DataSink& sink) {
-                if (*sent >= total) {
-                    sink.done();
-                    return true;
-                }
-                if (stop.WaitFor(interval))
-                    return false;
-                const char byte = PatternByte(*sent);
-                ++*sent;
-                return sink.write(&byte, 1);
-            });
+        response.set_chunked_content_provider("application/octet-stream",
+                                              [&stop, total, interval, sent](std::size_t, httplib::DataSink& sink) {
+                                                  if (*sent >= total) {
+                                                      sink.done();
+                                                      return true;
+                                                  }
+                                                  if (stop.WaitFor(interval))
+                                                      return false;
+                                                  const char byte = PatternByte(*sent);
+                                                  ++*sent;
+                                                  return sink.write(&byte, 1);
+                                              });
     });
 
     // /test/slow/PATH?chunk=N&interval_ms=M: the file PATH of the root, N bytes every M ms
     // (16 and 30), so that a client can be caught in the middle of a download.
     server.Get(R"(/test/slow/(.+))", [root, &stop](const httplib::Request& request, httplib::Response& response) {
-        std::filesystem::path const relative = std::filesystem::path(std::string(request.matches[1])).lexically_normal();
+        std::filesystem::path const relative =
+            std::filesystem::path(std::string(request.matches[1])).lexically_normal();
         std::ifstream in(root / relative, std::ios::binary);
         if (relative.empty() || *relative.begin() == ".." || !in) {
             response.status = 404;

@@ -40,7 +40,10 @@ UpdateServer::UpdateServer(ServerOptions options) : options_(std::move(options))
     AddFileRoutes(server_, options_.root);
 }
 
-UpdateServer::~UpdateServer() { Stop(); }
+UpdateServer::~UpdateServer()
+{
+    Stop();
+}
 
 int UpdateServer::Bind()
 {
@@ -60,7 +63,7 @@ int UpdateServer::Start()
     if (!thread_.joinable()) {
         thread_ = std::thread([this] { server_.listen_after_bind(); });
         // A stop before the loop runs would be lost and leave it waiting in accept for good.
-        auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
         while (!server_.is_running() && std::chrono::steady_clock::now() < deadline)
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }

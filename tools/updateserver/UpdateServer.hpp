@@ -15,10 +15,10 @@
 namespace kfupd {
 
 struct ServerOptions {
-    std::filesystem::path root;      // folder whose files are served ("/" maps to it)
-    std::string host = "127.0.0.1";  // loopback only unless asked otherwise
-    int port = 0;                    // 0: let the system pick one
-    bool testRoutes = false;         // add the /test/... routes
+    std::filesystem::path root;     // folder whose files are served ("/" maps to it)
+    std::string host = "127.0.0.1"; // loopback only unless asked otherwise
+    int port = 0;                   // 0: let the system pick one
+    bool testRoutes = false;        // add the /test/... routes
 };
 
 // Shared by route handlers that must give up when the server stops (hang, trickle).

@@ -5,13 +5,9 @@
 
 #define LIBPARTS_NAME "Orvella Interiors"
 
-KF_DEFINE_ADDON_CONSTANTS(LIBPARTS_NAME,
-                          LIBPARTS_NAME "_10",
+KF_DEFINE_ADDON_CONSTANTS(LIBPARTS_NAME, LIBPARTS_NAME "_10",
                           false, // the family's language, from the shared store
-                          "jap rus",
-                          "",
-                          "updates.orvella.example",
-                          "https://www.orvella.example/")
+                          "jap rus", "", "updates.orvella.example", "https://www.orvella.example/")
 
 const char kLibParts_Description[] = "Furniture from the Tavolo library, and a few host utilities.";
 const char kLibParts_SuitePart[] = "Tavolo Chair";

@@ -17,7 +17,7 @@ API_AddonType CheckEnvironment(API_EnvirParams* envir)
 
 GSErrCode RegisterInterface()
 {
-    GSErrCode const err = ACAPI_Register_Menu(kLibParts_RegisteredMenuID, 0, MenuCode_Tools, 0);
+    const GSErrCode err = ACAPI_Register_Menu(kLibParts_RegisteredMenuID, 0, MenuCode_Tools, 0);
     if (err != NoError)
         return err;
     // The parts in the bundle's own library folder.

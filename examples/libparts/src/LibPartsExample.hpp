@@ -19,14 +19,14 @@ enum : short {
 
 // Texts of the add-on's own string lists (32530 + language).
 enum : short {
-    kLibParts_FoundText = 1,       // ^1 part, ^2 library folder
-    kLibParts_ProjectText = 2,     // ^1 title
+    kLibParts_FoundText = 1,   // ^1 part, ^2 library folder
+    kLibParts_ProjectText = 2, // ^1 title
     kLibParts_UntitledText = 3,
-    kLibParts_EngineText = 4,      // ^1 engine name
-    kLibParts_NoEngineText = 5,    // ^1 engine name
+    kLibParts_EngineText = 4,   // ^1 engine name
+    kLibParts_NoEngineText = 5, // ^1 engine name
     kLibParts_NoReadMeText = 6,
-    kLibParts_BuiltInText = 7,     // ^1 part
-    kLibParts_NoBuiltInText = 8    // ^1 part
+    kLibParts_BuiltInText = 7,  // ^1 part
+    kLibParts_NoBuiltInText = 8 // ^1 part
 };
 
 extern const char kLibParts_Description[];

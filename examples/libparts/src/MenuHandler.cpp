@@ -17,38 +17,38 @@ KF_String Text(short index)
 }
 
 // A text with ^1 and ^2 filled in.
-KF_String Text(short index, KF_String const& first, KF_String const& second = KF_String(""))
+KF_String Text(short index, const KF_String& first, const KF_String& second = KF_String(""))
 {
     return Text(index).Replace(KF_String("^1"), first).Replace(KF_String("^2"), second);
 }
 
-void Tell(KF_String const& message)
+void Tell(const KF_String& message)
 {
     KF_Dialog::ShowAlert(-1, KF_String(""), message, KF_String(""));
 }
 
-KF_String LastName(KF_String const& path)
+KF_String LastName(const KF_String& path)
 {
-    unsigned int const slash = path.LastIndexOf('/');
+    const unsigned int slash = path.LastIndexOf('/');
     return slash == KF_String::NotFound ? path : path.Substring(slash + 1);
 }
 
 // The framework tells the user itself when the part cannot be had.
 void FindSuitePart()
 {
-    KF_String const name(kLibParts_SuitePart);
+    const KF_String name(kLibParts_SuitePart);
     long index = -1;
     if (!KF_General::GetLPIdxFullLib(name, index, true, KF_String(""), API_ObjectID))
         return;
     KF_Location file;
     KF_LibPart::Location(index, file);
-    KF_String const folder = file.path.Substring(0, file.path.LastIndexOf('/'));
+    const KF_String folder = file.path.Substring(0, file.path.LastIndexOf('/'));
     Tell(Text(kLibParts_FoundText, name, LastName(folder)));
 }
 
 void FindBuiltInPart()
 {
-    KF_String const name(kLibParts_BuiltInPart);
+    const KF_String name(kLibParts_BuiltInPart);
     Tell(Text(KF_LibPart::Index(name, API_LampID) != -1 ? kLibParts_BuiltInText : kLibParts_NoBuiltInText, name));
 }
 
@@ -64,7 +64,7 @@ void ShowProjectTitle()
 
 void UseSketchEngine()
 {
-    KF_String const engine(kLibParts_Engine);
+    const KF_String engine(kLibParts_Engine);
     if (KF_General::SetRenderingEngine(engine))
         Tell(Text(kLibParts_EngineText, engine));
     else

@@ -5,12 +5,10 @@
 
 #define UPDATE_EXAMPLE_NAME "Orvella Beam Tools"
 
-KF_DEFINE_ADDON_CONSTANTS(UPDATE_EXAMPLE_NAME,
-                          UPDATE_EXAMPLE_NAME "_10",
-                          false,       // the family's language, from the shared store
-                          "jap rus",
-                          "",
-                          "updates.orvella.example",      // the host's --update-server overrides it
+KF_DEFINE_ADDON_CONSTANTS(UPDATE_EXAMPLE_NAME, UPDATE_EXAMPLE_NAME "_10",
+                          false, // the family's language, from the shared store
+                          "jap rus", "",
+                          "updates.orvella.example", // the host's --update-server overrides it
                           "https://www.orvella.example/")
 
 const char kUpdateExample_VersionLine[] = "OBT 1.2.0.3 (AC170) 15/03/2013";

@@ -24,8 +24,8 @@ GSErrCode Initialize()
 {
     GSErrCode err = NoError;
     for (short menu = 0; menu < KF_Language_Count; ++menu)
-        err |= ACAPI_Install_MenuHandler(static_cast<short>(kUpdateExample_FirstMenuID + menu),
-                                         UpdateExample_MenuHandler);
+        err |=
+            ACAPI_Install_MenuHandler(static_cast<short>(kUpdateExample_FirstMenuID + menu), UpdateExample_MenuHandler);
     if (err != NoError)
         return err;
     // The check mark starts in line with the stored setting (on when none is stored).

@@ -16,13 +16,13 @@ GSErrCode UpdateExample_MenuHandler(const API_MenuParams* params)
 {
     if (params == nullptr)
         return APIERR_BADPARS;
-    bool const firstUse = !sMenuUsed;
+    const bool firstUse = !sMenuUsed;
     sMenuUsed = true;
     if (firstUse)
         KF_Language_Read(true);
 
-    KF_String const versionLine(kUpdateExample_VersionLine);
-    KF_String const libraryName(kUpdateExample_LibraryName);
+    const KF_String versionLine(kUpdateExample_VersionLine);
+    const KF_String libraryName(kUpdateExample_LibraryName);
     switch (params->menuItemRef.itemIndex) {
     case kUpdateExample_CheckNowItem:
         KF_AddonUpdate_CheckForUpdate(0, true, versionLine, libraryName);

@@ -11,12 +11,12 @@ extern char sett_ADDON_UPDATE_SERVER[128];       // update server name (host[:po
 extern char sett_ADDON_WEB_SITE[128];            // the maker's web site home page (full URL)
 
 // Defines the constants of one add-on in one place.
-#define KF_DEFINE_ADDON_CONSTANTS(name, settingsFile, ownLanguage, extraLanguages, showedLanguages, \
-                                  updateServer, webSite)                                          \
-    char sett_ADDON_NAME[64] = name;                                                              \
-    char sett_ADDON_SETTINGS_FILE_NAME[32] = settingsFile;                                        \
-    bool sett_ADDON_HAS_OWN_LANGUAGE = ownLanguage;                                               \
-    char sett_ADDON_SUPP_EXTRA_LANGUAGES[64] = extraLanguages;                                    \
-    char sett_ADDON_SHOWED_LANGUAGES[64] = showedLanguages;                                       \
-    char sett_ADDON_UPDATE_SERVER[128] = updateServer;                                            \
+#define KF_DEFINE_ADDON_CONSTANTS(name, settingsFile, ownLanguage, extraLanguages, showedLanguages, updateServer,      \
+                                  webSite)                                                                             \
+    char sett_ADDON_NAME[64] = name;                                                                                   \
+    char sett_ADDON_SETTINGS_FILE_NAME[32] = settingsFile;                                                             \
+    bool sett_ADDON_HAS_OWN_LANGUAGE = ownLanguage;                                                                    \
+    char sett_ADDON_SUPP_EXTRA_LANGUAGES[64] = extraLanguages;                                                         \
+    char sett_ADDON_SHOWED_LANGUAGES[64] = showedLanguages;                                                            \
+    char sett_ADDON_UPDATE_SERVER[128] = updateServer;                                                                 \
     char sett_ADDON_WEB_SITE[128] = webSite;

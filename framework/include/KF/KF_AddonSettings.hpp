@@ -18,7 +18,7 @@ struct KF_Setting {
     KF_String value;
 
     KF_Setting();
-    KF_Setting(KF_String const& entryName, KF_String const& entryValue);
+    KF_Setting(const KF_String& entryName, const KF_String& entryValue);
 };
 
 // The store's file in the framework folder; the host's error (location untouched) on failure.

@@ -7,10 +7,10 @@
 
 // One MESSAGE entry of the versions file.
 struct KF_AddonUpdate_Message {
-    KF_String firstDate;   // "YYYYMMDD"; empty when the line has no second token
-    KF_String secondDate;  // "YYYYMMDD"; empty when the line has no third token
-    KF_String text;        // the entry's text before the first "http://"
-    KF_String url;         // from the first "http://" on; empty when there is none
+    KF_String firstDate;  // "YYYYMMDD"; empty when the line has no second token
+    KF_String secondDate; // "YYYYMMDD"; empty when the line has no third token
+    KF_String text;       // the entry's text before the first "http://"
+    KF_String url;        // from the first "http://" on; empty when there is none
 
     KF_AddonUpdate_Message();
 };
@@ -18,8 +18,8 @@ struct KF_AddonUpdate_Message {
 // One library entry: "NAME DD-MM-YYYY".
 struct KF_AddonUpdate_Library {
     KF_String name;
-    KF_String date;        // "YYYYMMDD"
-    KF_String dateText;    // as written
+    KF_String date;     // "YYYYMMDD"
+    KF_String dateText; // as written
     KF_String text;
 
     KF_AddonUpdate_Library();
@@ -28,12 +28,12 @@ struct KF_AddonUpdate_Library {
 // One add-on entry: "CODE a.b.c.d (ACn) DD/MM/YYYY [lang ...]".
 struct KF_AddonUpdate_Addon {
     KF_String code;
-    KF_String versionText;       // "a.b.c.d" as written
-    unsigned short version[4];   // the four numbers, each cut to 16 bits; a missing one is 0
-    unsigned short hostVersion;  // the digits of "(ACn)" without their last one
-    KF_String date;              // "YYYYMMDD"
-    KF_String dateText;          // as written
-    KF_List<short> languages;    // indices into gKF_Languages_Suffixes, in the order written
+    KF_String versionText;      // "a.b.c.d" as written
+    unsigned short version[4];  // the four numbers, each cut to 16 bits; a missing one is 0
+    unsigned short hostVersion; // the digits of "(ACn)" without their last one
+    KF_String date;             // "YYYYMMDD"
+    KF_String dateText;         // as written
+    KF_List<short> languages;   // indices into gKF_Languages_Suffixes, in the order written
     KF_String text;
 
     KF_AddonUpdate_Addon();
@@ -42,8 +42,7 @@ struct KF_AddonUpdate_Addon {
 // Parses "__updcf__.tmp" of the framework folder, appending one record per entry in file order
 // (the lists are not cleared). False when the folder or the file cannot be opened; true otherwise,
 // also for an empty or unreadable file.
-bool KF_AddonUpdate_ReadVersionsFile(KF_List<KF_AddonUpdate_Message>& messages,
-                                     KF_List<KF_AddonUpdate_Addon>& addons,
+bool KF_AddonUpdate_ReadVersionsFile(KF_List<KF_AddonUpdate_Message>& messages, KF_List<KF_AddonUpdate_Addon>& addons,
                                      KF_List<KF_AddonUpdate_Library>& libraries);
 
 // Starts a check of addonVersion ("CODE a.b.c.d (ACn) DD/MM/YYYY") against the maker's versions

@@ -48,9 +48,9 @@ public:
     static constexpr KF_Comm_MDID UnknownMDID = 0x2020202020202020ull;
 
     // This add-on's file of that host version: <settings file name>_<version>.sui.
-    static bool AddOnFileLocation(long const& version, KF_Location& location);
+    static bool AddOnFileLocation(const long& version, KF_Location& location);
     // The suite's file of that host version: Tavolo_AC<version>.sui.
-    static bool SuiteFileLocation(long const& version, KF_Location& location);
+    static bool SuiteFileLocation(const long& version, KF_Location& location);
     // Replaces this add-on's file of the running host version.
     static bool AddOnFileWrite(bool suiteLoaded);
     // True when this add-on's file of the running host version holds one entry saying "TRUE".

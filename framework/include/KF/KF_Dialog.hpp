@@ -11,14 +11,14 @@ class KF_Dialog {
 public:
     // Shows the three texts (empty ones stay empty) with the localized "OK"; the framework puts
     // its message in the second text and passes kind -1.
-    static void ShowAlert(short kind, KF_String const& first, KF_String const& second, KF_String const& third);
+    static void ShowAlert(short kind, const KF_String& first, const KF_String& second, const KF_String& third);
 
     // The host's open-file dialog, filtered by types in list order (null: unfiltered). False when
     // the user cancels or the dialog cannot be shown; file is then left as it was. chosenType
     // (may be null) receives the position of the filter the user had chosen.
-    static bool OpenFile(KF_Location& file, KF_Location const* startFolder, KF_String const& title,
+    static bool OpenFile(KF_Location& file, const KF_Location* startFolder, const KF_String& title,
                          KF_List<FTM::GeneralID>* types, long* chosenType);
     // The same for one file type described here.
-    static bool OpenFile(KF_Location& file, char const* typeDescription, char const* extension, long typeCode,
-                         KF_String const& title, KF_Location const* startFolder);
+    static bool OpenFile(KF_Location& file, const char* typeDescription, const char* extension, long typeCode,
+                         const KF_String& title, const KF_Location* startFolder);
 };

@@ -41,35 +41,34 @@ public:
     KF_File() = default;
     // Takes over a host file created with new (may be null).
     explicit KF_File(IO::File* hostFile) : file(hostFile) {}
-    KF_File(KF_File const&) = delete;
-    KF_File& operator=(KF_File const&) = delete;
+    KF_File(const KF_File&) = delete;
+    KF_File& operator=(const KF_File&) = delete;
     // Closes the held file when the host says it is open, then deletes it.
     ~KF_File();
 
     // Result number of a host file error code (0 for NoError).
     static std::int32_t MapHostError(GSErrCode err);
 
-    std::int32_t Open(KF_Location const& location, KF_File_OpenMode const& mode);
+    std::int32_t Open(const KF_Location& location, const KF_File_OpenMode& mode);
     // Writes text (without its terminating zero bytes) to the open file, after its byte-order
     // mark when writeBOM is set. bytesWritten (may be null) receives the bytes written.
-    std::int32_t WriteFullText(KF_String const& text, KF_String::Encoding encoding, bool writeBOM,
+    std::int32_t WriteFullText(const KF_String& text, KF_String::Encoding encoding, bool writeBOM,
                                unsigned long* bytesWritten);
 
     // True when the entry (file or folder) is gone.
-    static bool Delete(KF_Location const& location);
+    static bool Delete(const KF_Location& location);
     // With create false a missing file is not created (result 6).
-    static std::int32_t WriteBin(KF_Location const& location, char const* data, long length, bool append,
-                                 bool create);
+    static std::int32_t WriteBin(const KF_Location& location, const char* data, long length, bool append, bool create);
     // A missing file gives 0 with *exists false. *size 0 reads the whole file, which buffer must
     // hold; otherwise *size bytes from startPosition. On success *size is the count read.
-    static std::int32_t ReadBin(KF_Location const& location, char* buffer, unsigned long* size, bool* exists,
-                                unsigned long const& startPosition);
-    static std::int32_t WriteFullText(KF_Location const& location, KF_String const& text,
-                                      KF_String::Encoding encoding, bool writeBOM, bool append);
+    static std::int32_t ReadBin(const KF_Location& location, char* buffer, unsigned long* size, bool* exists,
+                                const unsigned long& startPosition);
+    static std::int32_t WriteFullText(const KF_Location& location, const KF_String& text, KF_String::Encoding encoding,
+                                      bool writeBOM, bool append);
     // Reads a whole text file into text: a byte-order mark decides the encoding, otherwise the
     // bytes are taken in encoding (Enc_None: guessed from the bytes). A missing file gives 0 with
     // *exists (may be null) false and text empty. Unlike ReadBin, a failed read is reported (the
     // shared table); a mark of an encoding that cannot be converted gives 6.
-    static std::int32_t ReadFullText(KF_Location const& location, KF_String& text, KF_String::Encoding encoding,
+    static std::int32_t ReadFullText(const KF_Location& location, KF_String& text, KF_String::Encoding encoding,
                                      bool* exists);
 };

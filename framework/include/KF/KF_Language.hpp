@@ -22,7 +22,7 @@ constexpr short KF_Resource_AddOnStrings = 32530;
 constexpr short KF_Resource_FrameworkStrings = 32710;
 
 // "ita", "int", "fra", "ger", "spa", "jap", "rus".
-extern KF_String const gKF_Languages_Suffixes[KF_Language_Count];
+extern const KF_String gKF_Languages_Suffixes[KF_Language_Count];
 // The current language index; 1 at load.
 extern short gKF_Language;
 // Kept true by the shell while the first-use language question is open.
@@ -39,7 +39,7 @@ void KF_Language_CheckSupportedLanguage();
 void KF_Language_Write();
 
 // Runs the language dialog; true when it was accepted.
-bool KF_Dlg_Language(KF_String const& versionLine);
+bool KF_Dlg_Language(const KF_String& versionLine);
 
 // String index of the string-list resource, with the international and "_ERR_NO_" fall-backs;
 // the add-on's own resources (below 32710) give "_ERR_DPT_" unless addOnStrings is set.

@@ -18,13 +18,13 @@ public:
     GSHandle store;
 
     KF_List();
-    KF_List(KF_List const& other);
-    KF_List& operator=(KF_List const& other);
+    KF_List(const KF_List& other);
+    KF_List& operator=(const KF_List& other);
     virtual ~KF_List();
 
     // Inserts a copy of value before position; -1 appends. A position beyond the end appends.
     void AddData(T value, long position = -1);
-    void DeleteData(long const& index);
+    void DeleteData(const long& index);
     bool MoveData(long from, long to);
     bool Search(bool (*match)(char* element, void* context), long& index, void* context);
     void SetSize(long n, bool keep);
@@ -77,11 +77,10 @@ private:
 
 template <typename T>
 KF_List<T>::KF_List() : count(0), store(BMAllocateHandle(0, kAllocFlags, 0))
-{
-}
+{}
 
 template <typename T>
-KF_List<T>::KF_List(KF_List const& other) : count(0), store(nullptr)
+KF_List<T>::KF_List(const KF_List& other) : count(0), store(nullptr)
 {
     if (other.store == nullptr) {
         return;
@@ -107,7 +106,7 @@ KF_List<T>::KF_List(KF_List const& other) : count(0), store(nullptr)
 }
 
 template <typename T>
-KF_List<T>& KF_List<T>::operator=(KF_List const& other)
+KF_List<T>& KF_List<T>::operator=(const KF_List& other)
 {
     if (this != &other) {
         KF_List copy(other);
@@ -139,9 +138,9 @@ void KF_List<T>::AddData(T value, long position)
     if (!SizeFor(count + 1, bytes)) {
         return;
     }
-    GSFlags const state = BMhGetState(store);
+    const GSFlags state = BMhGetState(store);
     BMhLock(store);
-    GSHandle const grown = BMReallocHandle(store, bytes, kAllocFlags, 0);
+    const GSHandle grown = BMReallocHandle(store, bytes, kAllocFlags, 0);
     if (grown == nullptr) {
         DropStore(count);
         return;
@@ -154,7 +153,7 @@ void KF_List<T>::AddData(T value, long position)
     } catch (...) {
         // Put the block back as it was so that the size invariant holds.
         std::memmove(Slot(position), Slot(position + 1), size_t(count - position) * sizeof(T));
-        GSHandle const shrunk = BMReallocHandle(store, GSSize(count) * kElem, kAllocFlags, 0);
+        const GSHandle shrunk = BMReallocHandle(store, GSSize(count) * kElem, kAllocFlags, 0);
         if (shrunk == nullptr) {
             DropStore(count);
         } else {
@@ -168,18 +167,18 @@ void KF_List<T>::AddData(T value, long position)
 }
 
 template <typename T>
-void KF_List<T>::DeleteData(long const& index)
+void KF_List<T>::DeleteData(const long& index)
 {
-    long const at = index;  // index may refer to an element of this very list
+    const long at = index; // index may refer to an element of this very list
     if (store == nullptr || at < 0 || at >= count) {
         return;
     }
-    GSFlags const state = BMhGetState(store);
+    const GSFlags state = BMhGetState(store);
     BMhLock(store);
     std::launder(reinterpret_cast<T*>(Slot(at)))->~T();
     std::memmove(Slot(at), Slot(at + 1), size_t(count - at - 1) * sizeof(T));
     --count;
-    GSHandle const shrunk = BMReallocHandle(store, GSSize(count) * kElem, kAllocFlags, 0);
+    const GSHandle shrunk = BMReallocHandle(store, GSSize(count) * kElem, kAllocFlags, 0);
     if (shrunk == nullptr) {
         DropStore(count);
         return;
@@ -194,7 +193,7 @@ bool KF_List<T>::MoveData(long from, long to)
     if (store == nullptr || from < 0 || to < 0 || from == to || from >= count || to >= count) {
         return false;
     }
-    GSFlags const state = BMhGetState(store);
+    const GSFlags state = BMhGetState(store);
     BMhLock(store);
     alignas(T) unsigned char scratch[sizeof(T)];
     std::memcpy(scratch, Slot(from), sizeof(T));
@@ -215,7 +214,7 @@ bool KF_List<T>::Search(bool (*match)(char* element, void* context), long& index
     if (store == nullptr || match == nullptr) {
         return false;
     }
-    GSFlags const state = BMhGetState(store);
+    const GSFlags state = BMhGetState(store);
     BMhLock(store);
     bool found = false;
     for (long i = 0; i < count; ++i) {
@@ -236,7 +235,7 @@ void KF_List<T>::SetSize(long n, bool keep)
         n = 0;
     }
     GSSize bytes = 0;
-    bool const sizeOk = SizeFor(n, bytes);
+    const bool sizeOk = SizeFor(n, bytes);
     long kept = 0;
     if (store != nullptr) {
         BMhLock(store);
@@ -248,7 +247,7 @@ void KF_List<T>::SetSize(long n, bool keep)
             count = n;
         }
         kept = count;
-        GSHandle const resized = sizeOk ? BMReallocHandle(store, bytes, kAllocFlags, 0) : nullptr;
+        const GSHandle resized = sizeOk ? BMReallocHandle(store, bytes, kAllocFlags, 0) : nullptr;
         if (resized == nullptr) {
             DropStore(kept);
             return;
@@ -280,7 +279,7 @@ void KF_List<T>::Reset()
     BMhLock(store);
     DestroyRange(0, count);
     count = 0;
-    GSHandle const emptied = BMReallocHandle(store, 0, kAllocFlags, 0);
+    const GSHandle emptied = BMReallocHandle(store, 0, kAllocFlags, 0);
     if (emptied == nullptr) {
         DropStore(0);
         return;

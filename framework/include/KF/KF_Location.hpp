@@ -15,10 +15,10 @@ public:
     // The empty location (null path).
     KF_Location() = default;
     // One trailing "/" is dropped; a null path gives the empty location.
-    explicit KF_Location(KF_String const& fullPath);
+    explicit KF_Location(const KF_String& fullPath);
 
     // Takes the host's path of location; a path the host cannot give leaves the location empty.
-    void Set(IO::Location const& location);
+    void Set(const IO::Location& location);
 
     operator IO::Location() const;
     operator IO::Location();

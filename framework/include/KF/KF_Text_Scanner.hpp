@@ -13,16 +13,16 @@ class KF_Text_Scanner {
 public:
     static constexpr std::uint64_t NotFound = ~std::uint64_t(0);
 
-    unsigned short* text = nullptr;  // own copy, followed by a zero unit; null before the first Set
-    std::uint64_t length = 0;        // units in text
-    std::uint64_t position = 0;      // cursor, 0 to length
+    unsigned short* text = nullptr; // own copy, followed by a zero unit; null before the first Set
+    std::uint64_t length = 0;       // units in text
+    std::uint64_t position = 0;     // cursor, 0 to length
 
     KF_Text_Scanner() = default;
-    KF_Text_Scanner(KF_Text_Scanner const& other);
-    KF_Text_Scanner& operator=(KF_Text_Scanner const& other);
+    KF_Text_Scanner(const KF_Text_Scanner& other);
+    KF_Text_Scanner& operator=(const KF_Text_Scanner& other);
     ~KF_Text_Scanner();
 
-    void Set(KF_String const& source);
+    void Set(const KF_String& source);
     // keepLineEnd set keeps the CR, LF or CR LF in the line; an empty line is the null string.
     KF_String ReadLine(bool keepLineEnd, bool advance);
     KF_String ReadToken(short skipMode, bool advance);
@@ -33,10 +33,10 @@ public:
     std::uint64_t SkipSpacesTabsEOLsComments(bool advance);
     // The cursor moves (with advance) to the match plus the byte length of text; NotFound when
     // nothing matches.
-    std::uint64_t FindText(char const* text, unsigned long from, bool advance,
+    std::uint64_t FindText(const char* text, unsigned long from, bool advance,
                            KF_String::Encoding enc = KF_String::Enc_System);
 
 private:
     std::uint64_t SkipFrom(std::uint64_t at, short skipMode);
-    std::uint64_t FindUnits(KF_String const& needle, std::uint64_t from) const;
+    std::uint64_t FindUnits(const KF_String& needle, std::uint64_t from) const;
 };

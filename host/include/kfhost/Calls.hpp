@@ -73,22 +73,24 @@ auto CallAddOnOr(AddOn& addOn, Host& host, std::string_view call, F&& fn, Answer
 template <typename R, typename F>
 R CallAddOn(AddOn& addOn, Host& host, std::string_view call, R onException, F&& fn) noexcept
 {
-    return CallAddOnOr(addOn, host, call, [&]() -> R { return fn(); }, [&] { return onException; });
+    return CallAddOnOr(
+        addOn, host, call, [&]() -> R { return fn(); }, [&] { return onException; });
 }
 
 // ... of a call that answers nothing.
 template <typename F>
 void CallAddOn(AddOn& addOn, Host& host, std::string_view call, F&& fn) noexcept
 {
-    CallAddOnOr(addOn, host, call, [&] { fn(); }, [] {});
+    CallAddOnOr(
+        addOn, host, call, [&] { fn(); }, [] {});
 }
 
 // ... of a call that answers a host error code: the exception becomes the code of its kind.
 template <typename F>
 std::int32_t CallAddOnForCode(AddOn& addOn, Host& host, std::string_view call, F&& fn) noexcept
 {
-    return CallAddOnOr(addOn, host, call, [&]() -> std::int32_t { return fn(); },
-                       [] { return kfsdk::ErrorOfCurrentException(); });
+    return CallAddOnOr(
+        addOn, host, call, [&]() -> std::int32_t { return fn(); }, [] { return kfsdk::ErrorOfCurrentException(); });
 }
 
 } // namespace kfhost

@@ -72,7 +72,7 @@ struct Dialog {
     std::int16_t closedWith = 0; // the item it closed with
     std::int16_t result = 0;     // the callback's answer to the close message
     std::int16_t refID = 0;
-    std::int16_t clicking = 0;   // the item whose click is being handled, 0 otherwise
+    std::int16_t clicking = 0; // the item whose click is being handled, 0 otherwise
     std::vector<DialogItem> items;
 
     KF_DialogProc proc = nullptr;
@@ -138,8 +138,8 @@ public:
     std::int16_t Modal(AddOn& owner, std::int32_t resModule, const DialogTemplate& tmpl, KF_DialogProc proc,
                        void* cookie, std::int64_t userData);
     // Creates a hidden modeless dialog (initialised at once); answers its id, 0 on failure.
-    std::int16_t ModelessInit(AddOn& owner, std::int32_t resModule, const DialogTemplate& tmpl,
-                              KF_DialogProc proc, void* cookie, std::int64_t userData, std::int16_t refID);
+    std::int16_t ModelessInit(AddOn& owner, std::int32_t resModule, const DialogTemplate& tmpl, KF_DialogProc proc,
+                              void* cookie, std::int64_t userData, std::int16_t refID);
     void ShowModeless(std::int16_t id);
     // Closes a dialog with item (the callback gets the close message first).
     void Close(std::int16_t id, std::int16_t item);
@@ -162,8 +162,8 @@ public:
     std::uint64_t OpenedCount() const { return opened_; }
 
 private:
-    Dialog& Create(AddOn& owner, std::int32_t resModule, const DialogTemplate& tmpl, KF_DialogProc proc,
-                   void* cookie, std::int64_t userData, bool modal);
+    Dialog& Create(AddOn& owner, std::int32_t resModule, const DialogTemplate& tmpl, KF_DialogProc proc, void* cookie,
+                   std::int64_t userData, bool modal);
     std::int16_t Send(Dialog& dialog, std::int16_t message, std::int16_t item, std::int64_t msgData = 0);
     void CloseWith(Dialog& dialog, std::int16_t item);
     void Purge();
@@ -171,7 +171,7 @@ private:
     DialogBackend* backend_ = nullptr;
     std::vector<std::unique_ptr<Dialog>> dialogs_; // open and (until purged) closed ones
     std::vector<std::int16_t> modalStack_;
-    std::vector<std::int16_t> zOrder_;             // visible modeless, front last
+    std::vector<std::int16_t> zOrder_; // visible modeless, front last
     std::int16_t nextID_ = 1;
     int callDepth_ = 0;
     std::uint64_t opened_ = 0;

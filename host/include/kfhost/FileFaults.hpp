@@ -16,8 +16,8 @@ std::string_view FileOpName(FileOp op);
 
 class FileFaults {
 public:
-    // The next `count` operations op on a path (for Move: the target) matching pattern (a glob where * also crosses "/")
-    // fail with code; count < 0 means every such operation from now on. origin says who asked.
+    // The next `count` operations op on a path (for Move: the target) matching pattern (a glob where * also crosses
+    // "/") fail with code; count < 0 means every such operation from now on. origin says who asked.
     void Fail(FileOp op, std::string pattern, std::int32_t code, int count = 1, std::string origin = {});
     void Clear() { rules_.clear(); }
     // The code to fail with, consuming one use of the first matching rule.

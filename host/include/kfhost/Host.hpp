@@ -64,12 +64,12 @@ class Host;
 class AddOn {
 public:
     Host* host = nullptr;
-    std::string name;        // from the environment check (UTF-8)
+    std::string name; // from the environment check (UTF-8)
     std::string description;
     std::filesystem::path bundlePath; // /A/B/Name.bundle
     std::filesystem::path libraryPath;
-    void* library = nullptr;          // dlopen handle; null in-process
-    KF_AddOnEntry entry{}; // the bundle's exported record, as far as this host knows its fields
+    void* library = nullptr; // dlopen handle; null in-process
+    KF_AddOnEntry entry{};   // the bundle's exported record, as far as this host knows its fields
     ResourceModule resources;
     std::int32_t resModule = 0;
     ModuleID moduleID;
@@ -78,7 +78,7 @@ public:
     std::vector<std::pair<std::uint32_t, std::int32_t>> services;
     std::map<std::int16_t, MenuHandler> menuHandlers;
     std::map<std::pair<std::uint32_t, std::int32_t>, CommandHandler> commandHandlers;
-    std::set<std::int64_t> timers;  // run-loop entries to drop when the add-on goes
+    std::set<std::int64_t> timers; // run-loop entries to drop when the add-on goes
     std::set<std::int64_t> watches;
     // (resID, index) of every string looked up in this add-on's resources, found or not.
     std::set<std::pair<std::int16_t, std::int16_t>> stringsAsked;

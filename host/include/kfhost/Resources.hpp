@@ -48,7 +48,7 @@ struct ItemTemplate {
     std::int16_t iconResID = 0; // icon items
     bool hidden = false;
     bool disabled = false;
-    bool checked = false;       // check boxes
+    bool checked = false; // check boxes
 };
 
 struct DialogTemplate {
@@ -56,7 +56,7 @@ struct DialogTemplate {
     std::u16string title;
     std::int16_t width = 0;
     std::int16_t height = 0;
-    std::int16_t cancelItem = 0; // 0: none declared
+    std::int16_t cancelItem = 0;     // 0: none declared
     std::vector<ItemTemplate> items; // items[i].number == i + 1
 };
 

@@ -14,10 +14,16 @@
 namespace kfhost::qt {
 namespace {
 
-QString Q(const std::u16string& text) { return QString::fromStdU16String(text); }
+QString Q(const std::u16string& text)
+{
+    return QString::fromStdU16String(text);
+}
 
 // Buttons take "&" as a mnemonic mark; the dialog manager's texts mean the character.
-QString ButtonText(const std::u16string& text) { return Q(text).replace(QLatin1Char('&'), QLatin1String("&&")); }
+QString ButtonText(const std::u16string& text)
+{
+    return Q(text).replace(QLatin1Char('&'), QLatin1String("&&"));
+}
 
 std::string Signature(const Dialog& dialog)
 {
@@ -30,7 +36,11 @@ std::string Signature(const Dialog& dialog)
 } // namespace
 
 DialogWindow::DialogWindow(QtBackend& backend, const Dialog& dialog, QWidget* parent)
-    : QDialog(parent), backend_(backend), dialogID_(dialog.id), resID_(dialog.resID), resModule_(dialog.resModule),
+    : QDialog(parent),
+      backend_(backend),
+      dialogID_(dialog.id),
+      resID_(dialog.resID),
+      resModule_(dialog.resModule),
       modal_(dialog.modal)
 {
     setObjectName(QStringLiteral("dialog%1").arg(dialog.resID));
@@ -63,8 +73,9 @@ void DialogWindow::Build(const Dialog& dialog)
         }
         case ItemKind::EditText: {
             auto* edit = new QLineEdit(this);
-            connect(edit, &QLineEdit::textEdited,
-                    [this, number](const QString& text) { backend_.UserType(dialogID_, number, text.toStdU16String()); });
+            connect(edit, &QLineEdit::textEdited, [this, number](const QString& text) {
+                backend_.UserType(dialogID_, number, text.toStdU16String());
+            });
             widget = edit;
             break;
         }
@@ -224,7 +235,10 @@ QWidget* DialogWindow::ItemWidget(std::int16_t item) const
     return item >= 1 && item <= std::int16_t(items_.size()) ? items_[std::size_t(item - 1)] : nullptr;
 }
 
-RowList* DialogWindow::List(std::int16_t item) const { return dynamic_cast<RowList*>(ItemWidget(item)); }
+RowList* DialogWindow::List(std::int16_t item) const
+{
+    return dynamic_cast<RowList*>(ItemWidget(item));
+}
 
 void DialogWindow::closeEvent(QCloseEvent* event)
 {
@@ -233,6 +247,9 @@ void DialogWindow::closeEvent(QCloseEvent* event)
     backend_.UserCloseBox(dialogID_);
 }
 
-void DialogWindow::reject() { backend_.UserCloseBox(dialogID_); }
+void DialogWindow::reject()
+{
+    backend_.UserCloseBox(dialogID_);
+}
 
 } // namespace kfhost::qt

@@ -81,7 +81,10 @@ bool Set(const char* name)
 
 } // namespace
 
-bool DisplayPresent() { return Set("DISPLAY") || Set("WAYLAND_DISPLAY") || Set("QT_QPA_PLATFORM"); }
+bool DisplayPresent()
+{
+    return Set("DISPLAY") || Set("WAYLAND_DISPLAY") || Set("QT_QPA_PLATFORM");
+}
 
 struct GuiSession::Impl {
     Impl(Host& h, ScriptRunner& r, GuiOptions o) : host(h), script(r), options(std::move(o)) {}
@@ -145,8 +148,9 @@ GuiSession::GuiSession(Host& host, ScriptRunner& script, GuiOptions options)
     s.backend->SetAnchor(s.window.get());
     MainWindow* window = s.window.get();
     s.backend->SetOnWindowsChanged([window] { window->UpdateStatus(); });
-    s.sink = std::make_unique<LineSink>([window](const std::string& line) { window->AppendLog(QString::fromStdString(line)); },
-                                        s.options.echo ? &std::cout : nullptr);
+    s.sink = std::make_unique<LineSink>(
+        [window](const std::string& line) { window->AppendLog(QString::fromStdString(line)); },
+        s.options.echo ? &std::cout : nullptr);
     s.echo = std::make_unique<std::ostream>(s.sink.get());
     host.Log().Echo(s.echo.get());
 
@@ -209,8 +213,17 @@ bool GuiSession::Run(std::string_view script, const std::string& source)
     return s.script.Ok();
 }
 
-QtBackend& GuiSession::Backend() { return *impl_->backend; }
-MainWindow& GuiSession::Window() { return *impl_->window; }
-ScriptPlayer& GuiSession::Player() { return *impl_->player; }
+QtBackend& GuiSession::Backend()
+{
+    return *impl_->backend;
+}
+MainWindow& GuiSession::Window()
+{
+    return *impl_->window;
+}
+ScriptPlayer& GuiSession::Player()
+{
+    return *impl_->player;
+}
 
 } // namespace kfhost::qt

@@ -16,8 +16,14 @@
 namespace kfhost::qt {
 namespace {
 
-QString Q(const std::u16string& text) { return QString::fromStdU16String(text); }
-QString Q(const std::string& text) { return QString::fromStdString(text); }
+QString Q(const std::u16string& text)
+{
+    return QString::fromStdU16String(text);
+}
+QString Q(const std::string& text)
+{
+    return QString::fromStdString(text);
+}
 
 } // namespace
 
@@ -75,14 +81,17 @@ void MainWindow::FillMenu(QMenu& menu, std::int16_t resID)
         action->setChecked((state.flags & kMenuItemChecked) != 0);
         action->setEnabled((state.flags & kMenuItemDisabled) == 0);
         const auto index = std::int32_t(i + 1);
-        connect(action, &QAction::triggered, this, [this, resID, index] {
-            host_.Log().Add("> menu " + std::to_string(resID) + " " + std::to_string(index));
-            std::string why;
-            host_.MenuCommand(resID, index, true, &why);
-            if (!why.empty())
-                host_.Log().Add("refused: " + why);
-            UpdateStatus();
-        }, Qt::QueuedConnection); // the menu is gone before the add-on's dialogs come up
+        connect(
+            action, &QAction::triggered, this,
+            [this, resID, index] {
+                host_.Log().Add("> menu " + std::to_string(resID) + " " + std::to_string(index));
+                std::string why;
+                host_.MenuCommand(resID, index, true, &why);
+                if (!why.empty())
+                    host_.Log().Add("refused: " + why);
+                UpdateStatus();
+            },
+            Qt::QueuedConnection); // the menu is gone before the add-on's dialogs come up
     }
 }
 
@@ -92,18 +101,21 @@ void MainWindow::FillHostMenu(QMenu& menu)
     for (const auto& addOn : host_.AddOns()) {
         AddOn* target = addOn.get();
         for (const auto& [cmd, version] : addOn->services) {
-            const std::string label = "Send " + Quote(FourCCText(cmd)) + " version " + std::to_string(version) +
-                                      " to " + addOn->name;
+            const std::string label =
+                "Send " + Quote(FourCCText(cmd)) + " version " + std::to_string(version) + " to " + addOn->name;
             const std::uint32_t code = cmd;
             const std::int32_t v = version;
-            connect(menu.addAction(Q(label)), &QAction::triggered, this, [this, target, code, v] {
-                host_.Log().Add("> command " + Quote(FourCCText(code)) + " " + std::to_string(v));
-                std::string why;
-                host_.ModuleCommand(code, v, &target->moduleID, nullptr, nullptr, false, &why);
-                if (!why.empty())
-                    host_.Log().Add("refused: " + why);
-                UpdateStatus();
-            }, Qt::QueuedConnection);
+            connect(
+                menu.addAction(Q(label)), &QAction::triggered, this,
+                [this, target, code, v] {
+                    host_.Log().Add("> command " + Quote(FourCCText(code)) + " " + std::to_string(v));
+                    std::string why;
+                    host_.ModuleCommand(code, v, &target->moduleID, nullptr, nullptr, false, &why);
+                    if (!why.empty())
+                        host_.Log().Add("refused: " + why);
+                    UpdateStatus();
+                },
+                Qt::QueuedConnection);
         }
     }
     if (!menu.isEmpty())
@@ -111,14 +123,17 @@ void MainWindow::FillHostMenu(QMenu& menu)
     // Unloads every bundle and loads it again from disk, so a rebuilt add-on runs without a restart.
     QAction* reload = menu.addAction(QStringLiteral("&Reload add-ons"));
     reload->setObjectName(QStringLiteral("reloadAddOns"));
-    connect(reload, &QAction::triggered, this, [this] {
-        host_.Log().Add("> reload");
-        for (const LoadResult& r : host_.ReloadBundles())
-            if (!r.Loaded())
-                host_.Log().Add("refused: cannot load " + r.path.string() + " again: " + r.reason);
-        RebuildMenus();
-        UpdateStatus();
-    }, Qt::QueuedConnection);
+    connect(
+        reload, &QAction::triggered, this,
+        [this] {
+            host_.Log().Add("> reload");
+            for (const LoadResult& r : host_.ReloadBundles())
+                if (!r.Loaded())
+                    host_.Log().Add("refused: cannot load " + r.path.string() + " again: " + r.reason);
+            RebuildMenus();
+            UpdateStatus();
+        },
+        Qt::QueuedConnection);
     connect(menu.addAction(QStringLiteral("&Quit")), &QAction::triggered, this, &QWidget::close);
 }
 

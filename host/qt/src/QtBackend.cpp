@@ -18,7 +18,10 @@
 namespace kfhost::qt {
 namespace {
 
-QString Q(const std::u16string& text) { return QString::fromStdU16String(text); }
+QString Q(const std::u16string& text)
+{
+    return QString::fromStdU16String(text);
+}
 
 // Alert kinds of the dialog manager.
 QMessageBox::Icon AlertIcon(std::int16_t type)
@@ -146,7 +149,8 @@ void QtBackend::Changed(Dialog& dialog)
     if (flushQueued_)
         return;
     flushQueued_ = true;
-    QMetaObject::invokeMethod(&context_, [this] { Flush(); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        &context_, [this] { Flush(); }, Qt::QueuedConnection);
 }
 
 void QtBackend::Flush()
@@ -190,8 +194,8 @@ std::int16_t QtBackend::Alert(const AlertRequest& request)
     std::vector<QAbstractButton*> buttons;
     for (int b = 0; b < 3; ++b)
         if (!request.texts[3 + b].empty())
-            buttons.push_back(box.addButton(Q(request.texts[3 + b]),
-                                            b == 0 ? QMessageBox::AcceptRole : QMessageBox::RejectRole));
+            buttons.push_back(
+                box.addButton(Q(request.texts[3 + b]), b == 0 ? QMessageBox::AcceptRole : QMessageBox::RejectRole));
     if (buttons.empty())
         buttons.push_back(box.addButton(QMessageBox::Ok));
     box.setDefaultButton(qobject_cast<QPushButton*>(buttons.front()));
@@ -272,7 +276,10 @@ void QtBackend::SetScript(std::function<bool()> step, bool batch)
     batch_ = batch;
 }
 
-void QtBackend::EndScript() { step_ = nullptr; }
+void QtBackend::EndScript()
+{
+    step_ = nullptr;
+}
 
 QPixmap QtBackend::Icon(std::int32_t resModule, std::int16_t resID)
 {
@@ -285,8 +292,7 @@ QPixmap QtBackend::Icon(std::int32_t resModule, std::int16_t resID)
             // The reader has vouched for the header; pixels that still cannot be decoded fail the
             // run rather than leave an empty place without a word.
             if (!pixmap.load(QString::fromStdString(icon->second.file.string()), "PNG"))
-                script_.Fail(icon->second.file.string() + ":1:1: icon " + std::to_string(resID) +
-                             " cannot be decoded");
+                script_.Fail(icon->second.file.string() + ":1:1: icon " + std::to_string(resID) + " cannot be decoded");
     icons_[key] = pixmap;
     return pixmap;
 }
@@ -337,6 +343,9 @@ void QtBackend::UserCloseBox(std::int16_t dialogID)
     host_.Dialogs().CloseBox(*dialog);
 }
 
-void QtBackend::Refused(const std::string& why) { host_.Log().Add("refused: " + why); }
+void QtBackend::Refused(const std::string& why)
+{
+    host_.Log().Add("refused: " + why);
+}
 
 } // namespace kfhost::qt

@@ -50,7 +50,8 @@ public:
                     text = texts[0];
                 if (!icon.isNull()) {
                     const QSize size = icon.deviceIndependentSize().toSize();
-                    painter->drawPixmap(QPoint(cell.left() + 2, cell.top() + (cell.height() - size.height()) / 2), icon);
+                    painter->drawPixmap(QPoint(cell.left() + 2, cell.top() + (cell.height() - size.height()) / 2),
+                                        icon);
                     cell.setLeft(cell.left() + size.width() + 8);
                 }
             }
@@ -61,7 +62,8 @@ public:
                               : field.justification == kCenter ? Qt::AlignHCenter
                                                                : Qt::AlignLeft;
             const QRect textRect = cell.adjusted(2, 0, -2, 0);
-            const QString shown = elide == Qt::ElideNone ? text : opt.fontMetrics.elidedText(text, elide, textRect.width());
+            const QString shown =
+                elide == Qt::ElideNone ? text : opt.fontMetrics.elidedText(text, elide, textRect.width());
             painter->save();
             painter->setClipRect(cell);
             painter->drawText(textRect, align | Qt::AlignVCenter | Qt::TextSingleLine, shown);
@@ -112,12 +114,12 @@ void RowList::SetRows(const std::vector<ListRow>& rows, const std::vector<TabFie
                       const std::function<QPixmap(std::int16_t)>& icon)
 {
     updating_ = true;
-    const bool layoutChanged = rowHeight != rowHeight_ || tabs.size() != tabs_.size() ||
-                               !std::equal(tabs.begin(), tabs.end(), tabs_.begin(), [](const TabField& a, const TabField& b) {
-                                   return a.begPos == b.begPos && a.endPos == b.endPos &&
-                                          a.justification == b.justification && a.truncation == b.truncation &&
-                                          a.separator == b.separator;
-                               });
+    const bool layoutChanged =
+        rowHeight != rowHeight_ || tabs.size() != tabs_.size() ||
+        !std::equal(tabs.begin(), tabs.end(), tabs_.begin(), [](const TabField& a, const TabField& b) {
+            return a.begPos == b.begPos && a.endPos == b.endPos && a.justification == b.justification &&
+                   a.truncation == b.truncation && a.separator == b.separator;
+        });
     tabs_ = tabs;
     rowHeight_ = rowHeight;
     if (layoutChanged || !SameRows(rows, rows_)) {

@@ -31,8 +31,8 @@ std::int64_t Args::Integer(const char* what, std::int64_t min, std::int64_t max)
         throw Syntax(what);
     const Token& token = tokens_[pos_];
     if (token.number < min || token.number > max)
-        throw detail::LexError(token.column, token.text + " is out of range for " + what + " (" +
-                                                 std::to_string(min) + " to " + std::to_string(max) + ")");
+        throw detail::LexError(token.column, token.text + " is out of range for " + what + " (" + std::to_string(min) +
+                                                 " to " + std::to_string(max) + ")");
     ++pos_;
     return token.number;
 }

@@ -30,8 +30,8 @@ public:
     // A 32-bit code, written signed or as its unsigned bit pattern (0x81060003).
     std::int32_t Code(const char* what)
     {
-        return std::int32_t(std::uint32_t(Integer(what, std::numeric_limits<std::int32_t>::min(),
-                                                  std::numeric_limits<std::uint32_t>::max())));
+        return std::int32_t(std::uint32_t(
+            Integer(what, std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::uint32_t>::max())));
     }
     // Nothing may follow.
     void End();

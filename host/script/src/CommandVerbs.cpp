@@ -90,8 +90,7 @@ Action Select(Args& args)
 {
     const auto item = args.Int<std::int16_t>("an item number");
     const auto row = args.Int<std::int16_t>("a row number");
-    return OnItem(
-        [=](DialogManager& d, Dialog& dialog, std::string* why) { return d.Select(dialog, item, row, why); });
+    return OnItem([=](DialogManager& d, Dialog& dialog, std::string* why) { return d.Select(dialog, item, row, why); });
 }
 
 Action Type(Args& args)
@@ -184,15 +183,17 @@ Action Expect(Args& args)
 }
 
 constexpr Verb kCommandVerbs[] = {
-    {"menu", true, Menu},         {"command", true, Command}, {"click", true, Click},
-    {"select", true, Select},     {"type", true, Type},       {"close", true, Close},
-    {"answer", false, Answer},    {"wait", true, Wait},       {"fail", false, FailFiles},
-    {"print", false, Print},      {"expect", false, Expect},  {"reload", true, Reload},
+    {"menu", true, Menu},       {"command", true, Command}, {"click", true, Click},    {"select", true, Select},
+    {"type", true, Type},       {"close", true, Close},     {"answer", false, Answer}, {"wait", true, Wait},
+    {"fail", false, FailFiles}, {"print", false, Print},    {"expect", false, Expect}, {"reload", true, Reload},
 };
 
 } // namespace
 
-std::span<const Verb> CommandVerbs() { return kCommandVerbs; }
+std::span<const Verb> CommandVerbs()
+{
+    return kCommandVerbs;
+}
 
 const Verb* FindVerb(std::span<const Verb> verbs, std::string_view name)
 {

@@ -166,6 +166,9 @@ constexpr Verb kExpectVerbs[] = {
 
 } // namespace
 
-std::span<const Verb> ExpectVerbs() { return kExpectVerbs; }
+std::span<const Verb> ExpectVerbs()
+{
+    return kExpectVerbs;
+}
 
 } // namespace kfhost::script

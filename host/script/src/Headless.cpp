@@ -103,8 +103,8 @@ void HeadlessBackend::Closed(Dialog& dialog)
 
 std::int16_t HeadlessBackend::Alert(const AlertRequest& request)
 {
-    std::string line = "alert " + Quote(request.texts[0]) + " " + Quote(request.texts[1]) + " " +
-                       Quote(request.texts[2]) + " buttons";
+    std::string line =
+        "alert " + Quote(request.texts[0]) + " " + Quote(request.texts[1]) + " " + Quote(request.texts[2]) + " buttons";
     for (int b = 3; b < 6; ++b)
         if (!request.texts[b].empty())
             line += " " + Quote(request.texts[b]);

@@ -40,7 +40,10 @@ void ScriptRunner::Append(std::string_view text, const std::string& source)
     AppendScriptLines(lines_, text, source);
 }
 
-void ScriptRunner::Queue(const std::string& line) { lines_.push_back(ScriptLine{"queued", ++queued_, line}); }
+void ScriptRunner::Queue(const std::string& line)
+{
+    lines_.push_back(ScriptLine{"queued", ++queued_, line});
+}
 
 bool ScriptRunner::Step()
 {
@@ -60,7 +63,10 @@ bool ScriptRunner::RunAll()
     return failures_.size() == before;
 }
 
-std::string ScriptRunner::Where(const ScriptLine& line) { return line.source + ":" + std::to_string(line.number); }
+std::string ScriptRunner::Where(const ScriptLine& line)
+{
+    return line.source + ":" + std::to_string(line.number);
+}
 
 void ScriptRunner::Fail(const std::string& message)
 {

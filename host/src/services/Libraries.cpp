@@ -19,8 +19,8 @@ using libraries::PartType;
 struct LibraryState : ServiceState {
     bool configured = false;
     Catalog catalog;
-    std::ptrdiff_t embedded = -1;              // position of the project's library in the catalog
-    std::vector<fs::path> builtIns;            // bundles whose library is active
+    std::ptrdiff_t embedded = -1;   // position of the project's library in the catalog
+    std::vector<fs::path> builtIns; // bundles whose library is active
 };
 
 KF_Err Refusal(AddResult result)
@@ -56,7 +56,7 @@ const char* Reason(AddResult result)
 AddResult Load(Host& host, LibraryState& state, const fs::path& folder, bool listed)
 {
     std::vector<std::string> warnings;
-    AddResult const result = state.catalog.Add(folder, listed, &warnings);
+    const AddResult result = state.catalog.Add(folder, listed, &warnings);
     for (std::string& warning : warnings)
         host.Warn("library warning: " + std::move(warning));
     return result;
@@ -70,11 +70,11 @@ LibraryState& StateOf(Host& host)
     if (!state.configured) {
         state.configured = true;
         for (const fs::path& folder : host.Config().libraries) {
-            if (AddResult const r = Load(host, state, folder, true); Refusal(r) != KF_NOERROR)
+            if (const AddResult r = Load(host, state, folder, true); Refusal(r) != KF_NOERROR)
                 host.Warn("library refused " + Quote(folder.string()) + ": " + Reason(r));
         }
         if (const char* embedded = host.Setting("embedded-library"); embedded && *embedded) {
-            AddResult const r = Load(host, state, embedded, true);
+            const AddResult r = Load(host, state, embedded, true);
             if (r == AddResult::Added)
                 state.embedded = std::ptrdiff_t(state.catalog.Libraries().size()) - 1;
             else if (Refusal(r) != KF_NOERROR)
@@ -128,7 +128,7 @@ KF_Err AddLibrary(KF_HostContext* c, const KF_UChar* folder, std::int32_t length
     if (path.empty())
         return KF_APIERR_BADPARS;
     LibraryState& state = StateOf(host);
-    AddResult const result = Load(host, state, path, true);
+    const AddResult result = Load(host, state, path, true);
     if (Refusal(result) != KF_NOERROR) {
         host.Log().Add("library refused " + Quote(path) + ": " + Reason(result));
         return Refusal(result);

@@ -13,8 +13,8 @@
 namespace kfhost::libraries {
 namespace {
 
-constexpr std::array<std::string_view, 10> kTypeNames = {
-    "", "Window", "Door", "Object", "Lamp", "Label", "Macro", "Picture", "ListScheme", "Skylight"};
+constexpr std::array<std::string_view, 10> kTypeNames = {"",      "Window", "Door",    "Object",     "Lamp",
+                                                         "Label", "Macro",  "Picture", "ListScheme", "Skylight"};
 
 bool EqualsIgnoreAsciiCase(std::string_view a, std::string_view b)
 {
@@ -26,7 +26,7 @@ bool EqualsIgnoreAsciiCase(std::string_view a, std::string_view b)
 
 std::string_view Trim(std::string_view text)
 {
-    auto const blank = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
+    const auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
     while (!text.empty() && blank(text.front()))
         text.remove_prefix(1);
     while (!text.empty() && blank(text.back()))
@@ -62,7 +62,7 @@ PartType DeclaredType(const std::filesystem::path& file, bool& unreadable)
     if (text.substr(0, kBOM.size()) == kBOM)
         text.remove_prefix(kBOM.size());
     text = text.substr(0, text.find('\n'));
-    auto const [keyword, rest] = FirstWord(Trim(text));
+    const auto [keyword, rest] = FirstWord(Trim(text));
     if (!EqualsIgnoreAsciiCase(keyword, "type") || rest.find_first_of(" \t") != std::string_view::npos)
         return AnyType;
     return TypeFromName(rest);
@@ -100,7 +100,7 @@ PartType TypeFromName(std::string_view word)
 
 std::string_view TypeName(PartType type)
 {
-    auto const i = std::size_t(type);
+    const auto i = std::size_t(type);
     return i < kTypeNames.size() ? kTypeNames[i] : std::string_view("?");
 }
 
@@ -117,7 +117,7 @@ std::u16string FoldName(std::u16string_view name)
     while (i < name.size()) {
         UChar32 c = 0;
         U16_NEXT(name.data(), i, name.size(), c);
-        UChar32 const f = u_foldCase(c, U_FOLD_CASE_DEFAULT);
+        const UChar32 f = u_foldCase(c, U_FOLD_CASE_DEFAULT);
         if (U_IS_BMP(f)) {
             folded.push_back(char16_t(f));
         } else {
@@ -176,7 +176,7 @@ AddResult Catalog::Add(const std::filesystem::path& folder, bool listed, std::ve
     std::size_t const before = parts_.size();
     for (const fs::path& file : files) {
         bool unreadable = false;
-        PartType const type = DeclaredType(file, unreadable);
+        const PartType type = DeclaredType(file, unreadable);
         if (unreadable && warnings != nullptr)
             warnings->push_back(file.string() + ": cannot be read");
         if (type != AnyType)
@@ -194,22 +194,21 @@ AddResult Catalog::Add(const std::filesystem::path& folder, bool listed, std::ve
         text = Trim(text);
         if (text.empty() || text.front() == '#')
             continue;
-        auto const [word, nameText] = FirstWord(text);
-        PartType const type = TypeFromName(word);
+        const auto [word, nameText] = FirstWord(text);
+        const PartType type = TypeFromName(word);
         if (type == AnyType || nameText.empty()) {
             if (warnings != nullptr) {
-                warnings->push_back(Where(indexFile, number) +
-                                    (type == AnyType ? "unknown part type " + Quote(word) : std::string("no part name")));
+                warnings->push_back(Where(indexFile, number) + (type == AnyType ? "unknown part type " + Quote(word)
+                                                                                : std::string("no part name")));
             }
             continue;
         }
         std::u16string const name = FromUTF8(nameText);
         std::u16string const folded = FoldName(name);
-        auto const found = byName_.find(folded);
-        bool const defined = found != byName_.end() &&
-                             std::any_of(found->second.begin(), found->second.end(), [&](std::uint32_t at) {
-                                 return at >= before && parts_[at].type == type;
-                             });
+        const auto found = byName_.find(folded);
+        const bool defined = found != byName_.end() &&
+                             std::any_of(found->second.begin(), found->second.end(),
+                                         [&](std::uint32_t at) { return at >= before && parts_[at].type == type; });
         if (!defined)
             AddPart(Part{0, name, type, absolute / std::string(nameText), true, position});
     }
@@ -236,7 +235,7 @@ void Catalog::Deactivate(const std::filesystem::path& folder)
 
 const Part* Catalog::Find(std::u16string_view name, PartType type, bool onlyPlaceable) const
 {
-    auto const found = byName_.find(FoldName(name));
+    const auto found = byName_.find(FoldName(name));
     if (found == byName_.end())
         return nullptr;
     const Part* missing = nullptr;

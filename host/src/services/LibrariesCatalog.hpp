@@ -37,19 +37,19 @@ inline constexpr std::string_view kIndexFileName = "library.index";
 std::u16string FoldName(std::u16string_view name);
 
 struct Part {
-    std::int32_t index = 0;       // 1-based, stable while the host runs
-    std::u16string name;          // as written in the file name
+    std::int32_t index = 0; // 1-based, stable while the host runs
+    std::u16string name;    // as written in the file name
     PartType type = Object;
-    std::filesystem::path file;   // the part file; where it would be when the definition is missing
+    std::filesystem::path file; // the part file; where it would be when the definition is missing
     bool missingDef = false;
-    std::size_t library = 0;      // position in Libraries()
+    std::size_t library = 0; // position in Libraries()
 };
 
 struct Library {
-    std::filesystem::path folder; // absolute, without trailing "/"
+    std::filesystem::path folder;   // absolute, without trailing "/"
     std::filesystem::path identity; // for recognising a folder loaded twice
-    bool listed = true;           // false: a built-in library (searchable, not listed)
-    bool active = true;           // false: its add-on is gone; its parts are no longer found
+    bool listed = true;             // false: a built-in library (searchable, not listed)
+    bool active = true;             // false: its add-on is gone; its parts are no longer found
     std::size_t partCount = 0;
 };
 
@@ -76,7 +76,7 @@ private:
     void AddPart(Part part);
 
     std::vector<Library> libraries_;
-    std::vector<Part> parts_; // parts_[i].index == i + 1
+    std::vector<Part> parts_;                                               // parts_[i].index == i + 1
     std::unordered_map<std::u16string, std::vector<std::uint32_t>> byName_; // folded name -> positions
 };
 

@@ -13,7 +13,7 @@ KF_Err GetProjectInfo(KF_HostContext* c, KF_ProjectRecord* record, const KF_Stri
 {
     if (!record)
         return KF_APIERR_BADPARS;
-    std::filesystem::path const& project = HostOf(c).Config().project;
+    const std::filesystem::path& project = HostOf(c).Config().project;
     record->teamwork = 0;
     if (project.empty()) {
         record->untitled = 1;
@@ -32,6 +32,9 @@ KF_Err GetProjectInfo(KF_HostContext* c, KF_ProjectRecord* record, const KF_Stri
 
 } // namespace
 
-void FillProjectEntries(KF_HostTable& t) { t.GetProjectInfo = GetProjectInfo; }
+void FillProjectEntries(KF_HostTable& t)
+{
+    t.GetProjectInfo = GetProjectInfo;
+}
 
 } // namespace kfhost::detail

@@ -39,7 +39,7 @@ RenderingState& StateOf(Host& host)
     if (const char* current = host.Setting("rendering-current")) {
         std::string_view const text = current;
         std::int32_t number = 0;
-        auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
         if (error == std::errc() && end == text.data() + text.size() && number >= 0 &&
             std::size_t(number) <= state.engines.size())
             state.current = number;
@@ -51,7 +51,7 @@ RenderingState& StateOf(Host& host)
 
 KF_Err GetRenderingSets(KF_HostContext* c, std::int32_t* currentEngine, std::int32_t* engineCount)
 {
-    RenderingState const& state = StateOf(HostOf(c));
+    const RenderingState& state = StateOf(HostOf(c));
     if (currentEngine)
         *currentEngine = state.current;
     if (engineCount)
@@ -71,11 +71,14 @@ KF_Err ChangeRenderingSets(KF_HostContext* c, std::int32_t currentEngine)
     return KF_NOERROR;
 }
 
-std::int32_t GetRendererCount(KF_HostContext* c) { return std::int32_t(StateOf(HostOf(c)).engines.size()); }
+std::int32_t GetRendererCount(KF_HostContext* c)
+{
+    return std::int32_t(StateOf(HostOf(c)).engines.size());
+}
 
 std::int32_t GetRendererMenuText(KF_HostContext* c, std::int32_t engineNumber, const KF_StringOut* out)
 {
-    RenderingState const& state = StateOf(HostOf(c));
+    const RenderingState& state = StateOf(HostOf(c));
     if (engineNumber < 1 || std::size_t(engineNumber) > state.engines.size())
         return 0;
     Emit(out, FromUTF8(state.engines[std::size_t(engineNumber) - 1]));

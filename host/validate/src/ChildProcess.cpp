@@ -109,7 +109,8 @@ ChildOutcome RunChild(const std::vector<std::string>& argv, double timeoutSecond
     const auto deadline = start + std::chrono::duration<double>(timeoutSeconds);
     bool reportOpen = true, outputOpen = true;
     while (reportOpen || outputOpen) {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+        const auto left =
+            std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
         if (left.count() <= 0) {
             outcome.timedOut = true;
             ::kill(-pid, SIGKILL); // the group this child leads, and nothing else

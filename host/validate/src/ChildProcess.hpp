@@ -9,9 +9,9 @@
 namespace kfhost::validate {
 
 struct ChildOutcome {
-    bool exited = false;  // ended by itself (not killed at the time-out, not by a signal)
+    bool exited = false; // ended by itself (not killed at the time-out, not by a signal)
     int exitStatus = 0;
-    int signal = 0;       // the signal that ended it, 0 when none
+    int signal = 0; // the signal that ended it, 0 when none
     bool timedOut = false;
     double seconds = 0;
     std::vector<std::string> reportLines; // from its descriptor 3

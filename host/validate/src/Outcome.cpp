@@ -48,14 +48,29 @@ CheckResult ResultOf(const std::string& bundle, std::string_view check, const Ch
             continue;
         const std::string text = line.size() > 2 ? line.substr(2) : std::string();
         switch (line[0]) {
-        case 'F': result.failures.push_back(text); break;
-        case 'W': result.warnings.push_back(text); break;
-        case 'N': result.notes.push_back(text); break;
-        case 'S': skips.push_back(text); break;
-        case 'A': result.addOn = text; break;
-        case 'C': call = text; break;
-        case 'D': done = true; break;
-        default: break;
+        case 'F':
+            result.failures.push_back(text);
+            break;
+        case 'W':
+            result.warnings.push_back(text);
+            break;
+        case 'N':
+            result.notes.push_back(text);
+            break;
+        case 'S':
+            skips.push_back(text);
+            break;
+        case 'A':
+            result.addOn = text;
+            break;
+        case 'C':
+            call = text;
+            break;
+        case 'D':
+            done = true;
+            break;
+        default:
+            break;
         }
     }
     const std::string where = (result.addOn.empty() ? std::string() : " in \"" + result.addOn + "\"") +

@@ -11,9 +11,12 @@ namespace {
 const char* StatusName(CheckResult::Status status)
 {
     switch (status) {
-    case CheckResult::Status::Pass: return "pass";
-    case CheckResult::Status::Fail: return "fail";
-    case CheckResult::Status::Skip: return "skipped";
+    case CheckResult::Status::Pass:
+        return "pass";
+    case CheckResult::Status::Fail:
+        return "fail";
+    case CheckResult::Status::Skip:
+        return "skipped";
     }
     return "?";
 }
@@ -30,10 +33,18 @@ std::string JsonString(std::string_view text)
     std::string out = "\"";
     for (const char c : text) {
         switch (c) {
-        case '"': out += "\\\""; break;
-        case '\\': out += "\\\\"; break;
-        case '\n': out += "\\n"; break;
-        case '\t': out += "\\t"; break;
+        case '"':
+            out += "\\\"";
+            break;
+        case '\\':
+            out += "\\\\";
+            break;
+        case '\n':
+            out += "\\n";
+            break;
+        case '\t':
+            out += "\\t";
+            break;
         default:
             if (static_cast<unsigned char>(c) < 0x20) {
                 char buf[8];
@@ -60,10 +71,18 @@ std::string Xml(std::string_view text)
     std::string out;
     for (const char c : text) {
         switch (c) {
-        case '<': out += "&lt;"; break;
-        case '>': out += "&gt;"; break;
-        case '&': out += "&amp;"; break;
-        case '"': out += "&quot;"; break;
+        case '<':
+            out += "&lt;";
+            break;
+        case '>':
+            out += "&gt;";
+            break;
+        case '&':
+            out += "&amp;";
+            break;
+        case '"':
+            out += "&quot;";
+            break;
         default:
             if (static_cast<unsigned char>(c) >= 0x20 || c == '\n' || c == '\t')
                 out += c;
@@ -99,9 +118,10 @@ void WriteSummary(std::ostream& out, const RunInfo& info, const std::vector<Chec
             out << heading << "\n";
         }
         char line[128];
-        std::snprintf(line, sizeof line, "  %-5s %-13s %7.2f s", r.status == CheckResult::Status::Pass ? "PASS"
-                                                             : r.status == CheckResult::Status::Fail ? "FAIL"
-                                                                                                     : "SKIP",
+        std::snprintf(line, sizeof line, "  %-5s %-13s %7.2f s",
+                      r.status == CheckResult::Status::Pass   ? "PASS"
+                      : r.status == CheckResult::Status::Fail ? "FAIL"
+                                                              : "SKIP",
                       r.check.c_str(), r.seconds);
         out << line << "\n";
         for (const auto& f : r.failures)
@@ -128,11 +148,11 @@ bool WriteJson(const std::filesystem::path& file, const RunInfo& info, const std
     out << "{\n  \"strictness\": " << info.strictness << ",\n  \"seed\": " << info.seed << ",\n  \"checks\": [";
     for (std::size_t i = 0; i < results.size(); ++i) {
         const CheckResult& r = results[i];
-        out << (i ? ",\n" : "\n") << "    {\"bundle\": " << JsonString(r.bundle) << ", \"addon\": " << JsonString(r.addOn)
-            << ", \"check\": " << JsonString(r.check) << ", \"round\": " << r.round
-            << ", \"status\": " << JsonString(StatusName(r.status)) << ", \"seconds\": " << Seconds(r.seconds)
-            << ",\n     \"failures\": " << JsonList(r.failures) << ", \"warnings\": " << JsonList(r.warnings)
-            << ", \"notes\": " << JsonList(r.notes) << "}";
+        out << (i ? ",\n" : "\n") << "    {\"bundle\": " << JsonString(r.bundle)
+            << ", \"addon\": " << JsonString(r.addOn) << ", \"check\": " << JsonString(r.check)
+            << ", \"round\": " << r.round << ", \"status\": " << JsonString(StatusName(r.status))
+            << ", \"seconds\": " << Seconds(r.seconds) << ",\n     \"failures\": " << JsonList(r.failures)
+            << ", \"warnings\": " << JsonList(r.warnings) << ", \"notes\": " << JsonList(r.notes) << "}";
     }
     out << "\n  ]\n}\n";
     return bool(out);
@@ -149,10 +169,11 @@ bool WriteJUnit(const std::filesystem::path& file, const RunInfo& info, const st
         total += r.seconds;
     }
     out << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites>\n<testsuite name=\"kfhost validate (strictness "
-        << info.strictness << ", seed " << info.seed << ")\" tests=\"" << results.size() << "\" failures=\""
-        << failures << "\" skipped=\"" << skipped << "\" time=\"" << Seconds(total) << "\">\n";
+        << info.strictness << ", seed " << info.seed << ")\" tests=\"" << results.size() << "\" failures=\"" << failures
+        << "\" skipped=\"" << skipped << "\" time=\"" << Seconds(total) << "\">\n";
     for (const CheckResult& r : results) {
-        out << "  <testcase classname=\"" << Xml(r.bundle) << "\" name=\"" << Xml(r.check) << (info.rounds > 1 ? " round " + std::to_string(r.round) : std::string()) << "\" time=\""
+        out << "  <testcase classname=\"" << Xml(r.bundle) << "\" name=\"" << Xml(r.check)
+            << (info.rounds > 1 ? " round " + std::to_string(r.round) : std::string()) << "\" time=\""
             << Seconds(r.seconds) << "\">";
         if (r.status == CheckResult::Status::Fail)
             out << "\n    <failure message=\"" << Xml(r.failures.empty() ? "failed" : r.failures.front()) << "\">"

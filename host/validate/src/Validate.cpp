@@ -131,16 +131,11 @@ int RunAll(const Options& options)
                     result = Skipped(bundle, *check, "the bundle does not load (--keep-going runs it anyway)");
                 } else {
                     ScratchFolder scratch;
-                    const std::vector<std::string> argv{self,
-                                                        "validate",
-                                                        "--child",
-                                                        name,
-                                                        "--scratch",
-                                                        scratch.Path().string(),
-                                                        "--strictness",
-                                                        std::to_string(options.strictness),
-                                                        "--seed",
-                                                        std::to_string(seed),
+                    const std::vector<std::string> argv{self,           "validate",
+                                                        "--child",      name,
+                                                        "--scratch",    scratch.Path().string(),
+                                                        "--strictness", std::to_string(options.strictness),
+                                                        "--seed",       std::to_string(seed),
                                                         bundle};
                     result = ResultOf(bundle, name, RunChild(argv, options.timeout), options.timeout);
                     // Only a load check that never saw the add-on's name stops the others.
@@ -162,9 +157,8 @@ int RunAll(const Options& options)
         std::cerr << "kfhost validate: cannot write " << options.junit << "\n";
         written = false;
     }
-    const bool allPassed = std::none_of(results.begin(), results.end(), [](const CheckResult& r) {
-        return r.status == CheckResult::Status::Fail;
-    });
+    const bool allPassed = std::none_of(results.begin(), results.end(),
+                                        [](const CheckResult& r) { return r.status == CheckResult::Status::Fail; });
     return allPassed && written ? 0 : 1;
 }
 

@@ -13,7 +13,7 @@ namespace kfsdk {
 // becomes one U+FFFD.
 inline int DecodeUTF8One(const unsigned char* p, const unsigned char* end, char32_t& cp, int& bad)
 {
-    unsigned char const b0 = p[0];
+    const unsigned char b0 = p[0];
     bad = 1;
     if (b0 < 0x80) {
         cp = b0;
@@ -45,7 +45,7 @@ inline int DecodeUTF8One(const unsigned char* p, const unsigned char* end, char3
     for (int i = 1; i <= need; ++i) {
         if (p + i >= end)
             return 0;
-        unsigned char const b = p[i];
+        const unsigned char b = p[i];
         if (b < lo || b > hi)
             return 0;
         lo = 0x80;
@@ -61,12 +61,12 @@ template <typename Units>
 void AppendUTF8AsUTF16(std::string_view utf8, Units& out)
 {
     using Unit = typename Units::value_type;
-    auto const* p = reinterpret_cast<const unsigned char*>(utf8.data());
-    auto const* const end = p + utf8.size();
+    const auto* p = reinterpret_cast<const unsigned char*>(utf8.data());
+    const auto* const end = p + utf8.size();
     while (p < end) {
         char32_t cp = 0;
         int bad = 1;
-        int const n = DecodeUTF8One(p, end, cp, bad);
+        const int n = DecodeUTF8One(p, end, cp, bad);
         if (n == 0) {
             out.push_back(Unit(0xFFFD));
             p += bad;

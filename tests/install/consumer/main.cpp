@@ -9,7 +9,7 @@ namespace {
 
 int sFailures = 0;
 
-void Check(bool ok, char const* what)
+void Check(bool ok, const char* what)
 {
     if (!ok) {
         std::fprintf(stderr, "kf_consumer: %s\n", what);
@@ -17,35 +17,34 @@ void Check(bool ok, char const* what)
     }
 }
 
-}  // namespace
+} // namespace
 
 int main()
 {
     // Latin, Greek, CJK and one character outside the BMP (a surrogate pair in UTF-16).
-    static char const kText[] = "Gr\xC3\xBC\xC3\x9F" "e, \xCE\x91\xCE\xB8\xCE\xAE\xCE\xBD\xCE\xB1, "
+    static const char kText[] = "Gr\xC3\xBC\xC3\x9F"
+                                "e, \xCE\x91\xCE\xB8\xCE\xAE\xCE\xBD\xCE\xB1, "
                                 "\xE6\x9D\xB1\xE4\xBA\xAC \xF0\x9F\x98\x80";
-    static unsigned short const kUnits[] = {'G', 'r', 0x00FC, 0x00DF, 'e', ',', ' ', 0x0391, 0x03B8,
-                                            0x03AE, 0x03BD, 0x03B1, ',', ' ', 0x6771, 0x4EAC, ' ',
-                                            0xD83D, 0xDE00};
+    static const unsigned short kUnits[] = {'G',    'r',    0x00FC, 0x00DF, 'e',    ',',    ' ', 0x0391, 0x03B8, 0x03AE,
+                                            0x03BD, 0x03B1, ',',    ' ',    0x6771, 0x4EAC, ' ', 0xD83D, 0xDE00};
     constexpr unsigned int kCount = std::size(kUnits);
 
-    KF_String const s(kText, KF_String::Enc_UTF8);
+    const KF_String s(kText, KF_String::Enc_UTF8);
     Check(s.GetLength() == kCount, "wrong number of UTF-16 units");
     for (unsigned int i = 0; i < kCount; ++i) {
         Check(s.UCharAt(i) == kUnits[i], "wrong UTF-16 unit");
     }
 
-    KF_CString const back = s.ToCStr(KF_String::Enc_UTF8);
-    Check(back.bytes != nullptr && back.length == sizeof kText &&
-              std::memcmp(back.bytes, kText, sizeof kText) == 0,
+    const KF_CString back = s.ToCStr(KF_String::Enc_UTF8);
+    Check(back.bytes != nullptr && back.length == sizeof kText && std::memcmp(back.bytes, kText, sizeof kText) == 0,
           "UTF-8 round trip differs");
 
     // The same text through big-endian UTF-16 and back.
-    KF_CString const be = s.ToCStr(KF_String::Enc_UTF16BE);
+    const KF_CString be = s.ToCStr(KF_String::Enc_UTF16BE);
     Check(be.bytes != nullptr && be.length == 2 * (kCount + 1), "wrong UTF-16BE size");
     if (be.bytes != nullptr && be.length >= 2) {
         Check(static_cast<unsigned char>(be.bytes[0]) == 0 && be.bytes[1] == 'G', "UTF-16BE is not big-endian");
-        KF_String const again(be.bytes, be.length - 2, KF_String::Enc_UTF16BE);
+        const KF_String again(be.bytes, be.length - 2, KF_String::Enc_UTF16BE);
         Check(again == s, "UTF-16BE round trip differs");
     }
 

@@ -17,7 +17,7 @@ GSErrCode RoundTrip(GSHandle /*params*/, GSPtr /*resultData*/, bool /*silentMode
     if (!KF_AddonSettings_Load(KF_AddonSettings_ThisAddon, false)) {
         return APIERR_GENERAL;
     }
-    long const count = KF_AddonSettings_GetCount(KF_AddonSettings_ThisAddon);
+    const long count = KF_AddonSettings_GetCount(KF_AddonSettings_ThisAddon);
     KF_AddonSettings_SetLong(KF_AddonSettings_ThisAddon, KF_String("RoundTrip", KF_String::Enc_System), count, true);
     return KF_AddonSettings_Save(KF_AddonSettings_ThisAddon) ? NoError : APIERR_GENERAL;
 }

@@ -14,7 +14,7 @@ constexpr short kProbeMenu = 32600;
 GSErrCode ProbeMenuHandler(const API_MenuParams* /*menuParams*/)
 {
     bool answered = false;
-    bool const loaded = KF_Comm::SuiteIsLoaded(answered);
+    const bool loaded = KF_Comm::SuiteIsLoaded(answered);
     KF_Comm::AddOnFileWrite(loaded);
     std::string const text =
         std::string(loaded ? "suite loaded" : "suite absent") + ", " + (answered ? "answered" : "not answered");

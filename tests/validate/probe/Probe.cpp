@@ -81,4 +81,7 @@ GSErrCode Initialize()
     return ACAPI_Install_MenuHandler(kMenu, MenuHandler);
 }
 
-GSErrCode FreeData() { return NoError; }
+GSErrCode FreeData()
+{
+    return NoError;
+}

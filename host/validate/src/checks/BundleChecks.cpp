@@ -49,9 +49,8 @@ void CheckDialog(const ResourceModule& module, const DialogTemplate& dialog, Rep
         const Rect& r = item.rect;
         if (r.left < 0 || r.top < 0 || r.width <= 0 || r.height <= 0 || r.left + r.width > dialog.width ||
             r.top + r.height > dialog.height)
-            report.Fail(Where(module, name) + ": item " + std::to_string(item.number) +
-                        " lies outside the dialog's " + std::to_string(dialog.width) + " x " +
-                        std::to_string(dialog.height));
+            report.Fail(Where(module, name) + ": item " + std::to_string(item.number) + " lies outside the dialog's " +
+                        std::to_string(dialog.width) + " x " + std::to_string(dialog.height));
         if (item.kind == ItemKind::Icon && !module.icons.contains(item.iconResID))
             report.Fail(Where(module, name) + ": item " + std::to_string(item.number) + " shows icon " +
                         std::to_string(item.iconResID) + ", which the bundle lacks");

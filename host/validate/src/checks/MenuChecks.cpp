@@ -48,8 +48,8 @@ Played PlayAll(CheckContext& ctx, bool reportTimes)
     if (reportTimes) {
         for (const auto& [label, seconds] : times)
             ReportTime(ctx, label, seconds);
-        ctx.report.Note(std::to_string(monkey.DialogsShown()) + " dialogs shown, " +
-                        std::to_string(monkey.Alerts()) + " alerts");
+        ctx.report.Note(std::to_string(monkey.DialogsShown()) + " dialogs shown, " + std::to_string(monkey.Alerts()) +
+                        " alerts");
     }
     played.asked = addOn->stringsAsked;
     played.strings = addOn->resources.strings;
@@ -124,8 +124,7 @@ void CheckFamily(const Played& played, std::int16_t base, Reporter& report)
                 missing += (missing.empty() ? "" : ", ") + std::to_string(index) +
                            (Asked(played, base, index) ? " (asked for during the run)" : "");
         if (!missing.empty())
-            report.Fail("string list " + ListName(base, language) + " lacks " + missing +
-                        " that other languages have");
+            report.Fail("string list " + ListName(base, language) + " lacks " + missing + " that other languages have");
         for (const auto& [index, text] : list) {
             const std::string where = "string list " + ListName(base, language) + " index " + std::to_string(index);
             if (text.empty()) {
@@ -146,7 +145,10 @@ void CheckFamily(const Played& played, std::int16_t base, Reporter& report)
 
 } // namespace
 
-void CheckMenus(CheckContext& ctx) { PlayAll(ctx, true); }
+void CheckMenus(CheckContext& ctx)
+{
+    PlayAll(ctx, true);
+}
 
 void CheckTranslations(CheckContext& ctx)
 {

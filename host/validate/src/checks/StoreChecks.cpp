@@ -28,8 +28,8 @@ std::map<std::string, FileState> Snapshot(const fs::path& folder)
         struct stat st {};
         if (::stat((folder / name).c_str(), &st) != 0)
             continue;
-        files[name] = FileState{std::move(bytes), st.st_ino,
-                                std::int64_t(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec};
+        files[name] =
+            FileState{std::move(bytes), st.st_ino, std::int64_t(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec};
     }
     return files;
 }
@@ -131,8 +131,8 @@ void CheckSurroundings(CheckContext& ctx)
         bool missingFolder = false;
     };
     std::vector<Scenario> scenarios;
-    scenarios.push_back({"corrupt shared settings file",
-                         {{kSharedStore, validShared + "\xff\x00garbage\r\n" + SwapNibbles("$x")}}});
+    scenarios.push_back(
+        {"corrupt shared settings file", {{kSharedStore, validShared + "\xff\x00garbage\r\n" + SwapNibbles("$x")}}});
     scenarios.push_back({"truncated shared settings file", {{kSharedStore, validShared.substr(0, 27)}}});
     for (const auto& [name, bytes] : written) {
         if (EndsWith(name, ".cfg") && name != kSharedStore) {

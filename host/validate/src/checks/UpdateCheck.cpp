@@ -17,8 +17,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr double kDownloadLimit = 2.0;  // seconds, handed to the add-on through the host
-constexpr double kGraceSeconds = 3.0;   // beyond the limit, for the outcome to show
+constexpr double kDownloadLimit = 2.0; // seconds, handed to the add-on through the host
+constexpr double kGraceSeconds = 3.0;  // beyond the limit, for the outcome to show
 
 enum class Serve { VersionsFile, ErrorPage, Empty, Hang };
 
@@ -36,8 +36,12 @@ public:
                 body = body_;
             }
             switch (serve) {
-            case Serve::VersionsFile: response.set_content(body, "text/plain"); break;
-            case Serve::Empty: response.set_content("", "text/plain"); break;
+            case Serve::VersionsFile:
+                response.set_content(body, "text/plain");
+                break;
+            case Serve::Empty:
+                response.set_content("", "text/plain");
+                break;
             case Serve::ErrorPage:
                 response.status = 500;
                 response.set_content("<html><body><h1>Internal Server Error</h1></body></html>\n", "text/html");

@@ -65,10 +65,13 @@ void Do(How how)
 
 How FromName(std::string_view name)
 {
-    constexpr std::pair<std::string_view, How> kNames[] = {
-        {"null", How::Null},         {"abort", How::Abort},     {"loop", How::Loop},
-        {"recursion", How::Recursion}, {"bad_alloc", How::BadAlloc}, {"runtime_error", How::RuntimeError},
-        {"int", How::Int}};
+    constexpr std::pair<std::string_view, How> kNames[] = {{"null", How::Null},
+                                                           {"abort", How::Abort},
+                                                           {"loop", How::Loop},
+                                                           {"recursion", How::Recursion},
+                                                           {"bad_alloc", How::BadAlloc},
+                                                           {"runtime_error", How::RuntimeError},
+                                                           {"int", How::Int}};
     for (const auto& [n, h] : kNames)
         if (n == name)
             return h;

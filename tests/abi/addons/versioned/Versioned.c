@@ -20,8 +20,8 @@ static KF_Err Stop(void* state)
     (void)state;
     return 0;
 }
-EXPORT const KF_AddOnEntry KFAddOn_Entry = {sizeof(KF_AddOnEntry), {KF_HOST_TABLE_MAJOR, KF_HOST_TABLE_MINOR},
-                                            Start, Stop};
+EXPORT const KF_AddOnEntry KFAddOn_Entry = {
+    sizeof(KF_AddOnEntry), {KF_HOST_TABLE_MAJOR, KF_HOST_TABLE_MINOR}, Start, Stop};
 
 #else
 
@@ -60,7 +60,10 @@ static int32_t CheckEnvironment(KF_EnvirRecord* envir)
     return 1;
 }
 
-static KF_Err RegisterInterface(void) { return KF_NOERROR; }
+static KF_Err RegisterInterface(void)
+{
+    return KF_NOERROR;
+}
 
 static KF_Err Initialize(void* client)
 {
@@ -88,8 +91,13 @@ static const KF_Requirement kRequired[] = {KF_REQUIRE(GetHostLanguage)};
 #define REQUIRED NULL, 0
 #endif
 
-EXPORT const KF_AddOnEntry KFAddOn_Entry = {sizeof(KF_AddOnEntry), {KF_HOST_TABLE_MAJOR, KF_HOST_TABLE_MINOR},
-                                            REQUIRED, SetHostTable, CheckEnvironment, RegisterInterface,
-                                            Initialize, FreeData};
+EXPORT const KF_AddOnEntry KFAddOn_Entry = {sizeof(KF_AddOnEntry),
+                                            {KF_HOST_TABLE_MAJOR, KF_HOST_TABLE_MINOR},
+                                            REQUIRED,
+                                            SetHostTable,
+                                            CheckEnvironment,
+                                            RegisterInterface,
+                                            Initialize,
+                                            FreeData};
 
 #endif

@@ -5,9 +5,24 @@
 #define KF_EXPORT extern "C" __attribute__((visibility("default")))
 
 #ifndef BROKEN_NO_ENTRIES
-KF_EXPORT int32_t KFAddOn_SetHostTable(const void*) { return 0; }
-KF_EXPORT int32_t KFAddOn_CheckEnvironment(void*) { return 1; }
-KF_EXPORT int32_t KFAddOn_RegisterInterface(void) { return 0; }
-KF_EXPORT int32_t KFAddOn_Initialize(void*) { return 0; }
-KF_EXPORT int32_t KFAddOn_FreeData(void) { return 0; }
+KF_EXPORT int32_t KFAddOn_SetHostTable(const void*)
+{
+    return 0;
+}
+KF_EXPORT int32_t KFAddOn_CheckEnvironment(void*)
+{
+    return 1;
+}
+KF_EXPORT int32_t KFAddOn_RegisterInterface(void)
+{
+    return 0;
+}
+KF_EXPORT int32_t KFAddOn_Initialize(void*)
+{
+    return 0;
+}
+KF_EXPORT int32_t KFAddOn_FreeData(void)
+{
+    return 0;
+}
 #endif

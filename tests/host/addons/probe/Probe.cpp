@@ -30,11 +30,20 @@ namespace {
 constexpr GSType kCommand = GS::FourCC("PRBE");
 constexpr short kStrings = 32610;
 
-GS::UniString U(const char* utf8) { return GS::UniString::FromUTF8(utf8); }
+GS::UniString U(const char* utf8)
+{
+    return GS::UniString::FromUTF8(utf8);
+}
 
-GS::UniString Hex(GSErrCode code) { return U(kfsdk::HexCode(code).c_str()); }
+GS::UniString Hex(GSErrCode code)
+{
+    return U(kfsdk::HexCode(code).c_str());
+}
 
-void Tell(const GS::UniString& text) { DGAlert(-1, GS::UniString(), text, GS::UniString(), U("OK")); }
+void Tell(const GS::UniString& text)
+{
+    DGAlert(-1, GS::UniString(), text, GS::UniString(), U("OK"));
+}
 
 GS::UniString Str(short index, short resID = kStrings)
 {
@@ -177,8 +186,7 @@ GSErrCode MenuHandler(const API_MenuParams* params)
     switch (params->menuItemRef.itemIndex) {
     case 1: {
         const GSResModule previous = ACAPI_UseOwnResModule();
-        state.lastModalResult =
-            DGModalDialog(ACAPI_GetOwnResModule(), 32600, ACAPI_GetOwnResModule(), ModalHandler, 0);
+        state.lastModalResult = DGModalDialog(ACAPI_GetOwnResModule(), 32600, ACAPI_GetOwnResModule(), ModalHandler, 0);
         ACAPI_ResetResModule(previous);
         break;
     }

@@ -24,7 +24,10 @@ namespace kftest {
 
 // The exported wrappers linked into this program (needs kf_sdk_linkage and the add-on's entry
 // points; only programs that call it need them).
-inline const KF_AddOnEntry& LinkedEntryPoints() { return KFAddOn_Entry; }
+inline const KF_AddOnEntry& LinkedEntryPoints()
+{
+    return KFAddOn_Entry;
+}
 
 class InProcessHost {
 public:

@@ -10,7 +10,7 @@
 namespace kfhost {
 class Host;
 class ScriptRunner;
-}
+} // namespace kfhost
 
 namespace kfhost::qt {
 
