@@ -11,29 +11,27 @@ namespace kfhost::detail {
 namespace {
 
 // Entries that answer a host error code; the others answer a value, zero when they fail.
-#define KF_ERROR_ENTRIES(X)                                                                                            \
-    X(GetReleaseNumber)                                                                                                \
-    X(GetOwnLocation)                                                                                                  \
-    X(GetOwnModulID) X(RegisterMenu) X(RegisterBuiltInLibrary) X(RegisterSupportedService) X(InstallMenuHandler)       \
-        X(InstallModulCommandHandler) X(CommandTest) X(CommandCall) X(RegisterModelessWindow)                          \
-            X(UnregisterModelessWindow) X(GetMenuItemFlags) X(SetMenuItemFlags) X(GetSpecialLocation) X(FolderOpen)    \
-                X(GetEntryType) X(DeleteEntry) X(Enumerate) X(FileProbe) X(FileOpen) X(FileClose) X(FileGetLength)     \
-                    X(FileSeek) X(FileRead) X(FileWrite) X(SpawnDetached) X(GetLibraries) X(AddLibrary)                \
-                        X(GetProjectInfo) X(GetRenderingSets) X(ChangeRenderingSets) X(LibPartSearch) X(LibPartGet)    \
-                            X(MoveOver)
+// clang-format off
+#define KF_ERROR_ENTRIES(X) \
+    X(GetReleaseNumber) X(GetOwnLocation) X(GetOwnModulID) X(RegisterMenu) X(RegisterBuiltInLibrary) \
+    X(RegisterSupportedService) X(InstallMenuHandler) X(InstallModulCommandHandler) X(CommandTest) \
+    X(CommandCall) X(RegisterModelessWindow) X(UnregisterModelessWindow) X(GetMenuItemFlags) \
+    X(SetMenuItemFlags) X(GetSpecialLocation) X(FolderOpen) X(GetEntryType) X(DeleteEntry) X(Enumerate) \
+    X(FileProbe) X(FileOpen) X(FileClose) X(FileGetLength) X(FileSeek) X(FileRead) X(FileWrite) \
+    X(SpawnDetached) X(GetLibraries) X(AddLibrary) X(GetProjectInfo) X(GetRenderingSets) \
+    X(ChangeRenderingSets) X(LibPartSearch) X(LibPartGet) X(MoveOver)
 
-#define KF_VALUE_ENTRIES(X)                                                                                            \
-    X(GetTextEncoding)                                                                                                 \
-    X(KeepInMemory)                                                                                                    \
-    X(UseOwnResModule) X(ResetResModule) X(GetOwnResModule) X(GetResString) X(ModalDialog) X(ModelessInit)             \
-        X(ShowModeless) X(ModelessClose) X(IsDialogOpen) X(SetDialogTitle) X(GetDialogTitle) X(SetDialogSize)          \
-            X(SetFocus) X(MoveGrowItems) X(SetItemText) X(GetItemText) X(SetItemVisible) X(IsItemVisible)              \
-                X(SetItemEnabled) X(IsItemEnabled) X(RedrawItem) X(SetItemDraw) X(ListSetTabFieldCount)                \
-                    X(ListSetTabFieldData) X(ListSetItemHeight) X(ListInsertItem) X(ListDeleteItem)                    \
-                        X(ListGetItemCount) X(ListSetTabItemText) X(ListGetTabItemText) X(ListSetItemIcon)             \
-                            X(ListSelectItem) X(ListGetSelected) X(Alert) X(FileDialog) X(FolderDialog) X(AddFileType) \
-                                X(AddTimer) X(RemoveTimer) X(AddWatch) X(RemoveWatch) X(Now) X(GetRendererCount)       \
-                                    X(GetRendererMenuText) X(GetService) X(ReportException)
+#define KF_VALUE_ENTRIES(X) \
+    X(GetTextEncoding) X(KeepInMemory) X(UseOwnResModule) X(ResetResModule) X(GetOwnResModule) X(GetResString) \
+    X(ModalDialog) X(ModelessInit) X(ShowModeless) X(ModelessClose) X(IsDialogOpen) X(SetDialogTitle) \
+    X(GetDialogTitle) X(SetDialogSize) X(SetFocus) X(MoveGrowItems) X(SetItemText) X(GetItemText) \
+    X(SetItemVisible) X(IsItemVisible) X(SetItemEnabled) X(IsItemEnabled) X(RedrawItem) X(SetItemDraw) \
+    X(ListSetTabFieldCount) X(ListSetTabFieldData) X(ListSetItemHeight) X(ListInsertItem) X(ListDeleteItem) \
+    X(ListGetItemCount) X(ListSetTabItemText) X(ListGetTabItemText) X(ListSetItemIcon) X(ListSelectItem) \
+    X(ListGetSelected) X(Alert) X(FileDialog) X(FolderDialog) X(AddFileType) X(AddTimer) X(RemoveTimer) \
+    X(AddWatch) X(RemoveWatch) X(Now) X(GetRendererCount) X(GetRendererMenuText) X(GetService) \
+    X(ReportException)
+// clang-format on
 
 #define KF_COUNT(name) +1
 static_assert(offsetof(KF_HostTable, context) +
