@@ -27,7 +27,8 @@ if(KF_BUILD_HOST)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/framework/resources/
     DESTINATION ${KF_INSTALL_DATADIR}/resources)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/kit/
-    DESTINATION ${KF_INSTALL_DATADIR}/kit)
+    DESTINATION ${KF_INSTALL_DATADIR}/kit
+    PATTERN .clang-format EXCLUDE)
   # The CMake helpers that come with the kit, each named once.
   install(FILES
     ${PROJECT_SOURCE_DIR}/cmake/KFWarnings.cmake

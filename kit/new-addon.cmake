@@ -27,6 +27,8 @@ set(MODULE_LOCAL_ID "0x${MODULE_LOCAL_ID}")
 
 set(template ${CMAKE_CURRENT_LIST_DIR}/template)
 file(GLOB_RECURSE files RELATIVE ${template} ${template}/*)
+# The repository's format settings of the template are not the new project's.
+list(FILTER files EXCLUDE REGEX "(^|/)\\.clang-format$")
 foreach(file IN LISTS files)
   configure_file(${template}/${file} ${DIR}/${file} @ONLY)
 endforeach()
