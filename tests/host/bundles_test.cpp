@@ -161,3 +161,19 @@ TEST(Bundles, UnloadingRemovesTheLibraryFromTheProcess)
 }
 
 } // namespace
+
+// A bundle named by a relative path is reported as it was named (tidied), so transcripts made in a
+// build folder show no path of the machine; the add-on still learns where it really lives.
+TEST(Bundles, ARelativeBundlePathIsReportedAsNamed)
+{
+    kftest::TempFolder temp;
+    const fs::path before = fs::current_path();
+    fs::current_path(kAddOns.parent_path());
+    const fs::path folder = kAddOns.filename();
+    kfhost::Host host(Config(temp));
+    const kfhost::LoadResult result = host.LoadBundle(fs::path(".") / folder / ".." / folder / "ProbeA.bundle");
+    fs::current_path(before);
+    ASSERT_TRUE(result.Loaded()) << result.reason;
+    EXPECT_TRUE(Has(host, "loaded \"Probe A\" from " + (folder / "ProbeA.bundle").string()));
+    EXPECT_EQ(result.addOn->bundlePath, kAddOns / "ProbeA.bundle");
+}
