@@ -32,8 +32,8 @@ if(KF_BUILD_HOST)
   # The CMake helpers that come with the kit, each named once.
   install(FILES
     ${PROJECT_SOURCE_DIR}/cmake/KFWarnings.cmake
-    ${PROJECT_SOURCE_DIR}/cmake/KFAddon.cmake
-    ${PROJECT_SOURCE_DIR}/cmake/KFAddonTestRun.cmake
+    ${PROJECT_SOURCE_DIR}/cmake/KFAddOn.cmake
+    ${PROJECT_SOURCE_DIR}/cmake/KFAddOnTestRun.cmake
     DESTINATION ${KF_INSTALL_CMAKEDIR})
 endif()
 

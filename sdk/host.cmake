@@ -1,6 +1,6 @@
 # Everything the host serves, forwarded through the host table.
 target_sources(kf_sdk PRIVATE
-  ${CMAKE_CURRENT_LIST_DIR}/src/ACAPI.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/src/HostAPI.cpp
   ${CMAKE_CURRENT_LIST_DIR}/src/AppText.cpp
   ${CMAKE_CURRENT_LIST_DIR}/src/DG.cpp
   ${CMAKE_CURRENT_LIST_DIR}/src/FTM.cpp

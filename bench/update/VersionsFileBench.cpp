@@ -19,7 +19,7 @@ std::string MakeVersionsFile(std::size_t bytes, long& lines)
         switch (n % 5) {
         case 0:
             text += "ADDON" + id + " 1." + std::to_string(n % 9) + ".0." + std::to_string(n % 97) +
-                    " (AC170) 15/03/2013 ita int fra ger\n# Release notes of add-on " + id +
+                    " (HV170) 15/03/2013 ita int fra ger\n# Release notes of add-on " + id +
                     "\n# A second line of text.\n";
             lines += 3;
             break;
@@ -36,7 +36,7 @@ std::string MakeVersionsFile(std::size_t bytes, long& lines)
             lines += 2;
             break;
         default:
-            text += "OTHER" + id + " 2.0.0.1 (AC160) 20/01/2012 rus jap spa\n";
+            text += "OTHER" + id + " 2.0.0.1 (HV160) 20/01/2012 rus jap spa\n";
             lines += 1;
             break;
         }
@@ -75,7 +75,7 @@ void BM_ParseVersionsTextBlocks(benchmark::State& state)
     text.reserve(bytes + 256);
     long lines = 0;
     for (long n = 0; text.size() < bytes; ++n) {
-        text += "ADDON" + std::to_string(n) + " 1.0.0.0 (AC170) 15/03/2013 int\n";
+        text += "ADDON" + std::to_string(n) + " 1.0.0.0 (HV170) 15/03/2013 int\n";
         ++lines;
         // Blocks of 256 KiB of 80-character lines.
         for (std::size_t block = 0; block < (256u << 10) && text.size() < bytes; block += 80, ++lines)

@@ -29,7 +29,7 @@ bool Probe(const KF_Location& location)
 // 0 when the new host file is open for writing (emptied unless appending), else the result number.
 std::int32_t OpenForWriting(IO::File& file, bool append)
 {
-    if (const GSErrCode status = file.GetStatus(); status != NoError) {
+    if (const HostErrCode status = file.GetStatus(); status != NoError) {
         return kf::detail::KF_File_ResultOf(status);
     }
     return kf::detail::KF_File_ResultOf(
@@ -49,7 +49,7 @@ KF_File::~KF_File()
     }
 }
 
-std::int32_t KF_File::MapHostError(GSErrCode err)
+std::int32_t KF_File::MapHostError(HostErrCode err)
 {
     switch (err) {
     case NoError:
@@ -67,7 +67,7 @@ std::int32_t KF_File::MapHostError(GSErrCode err)
     }
 }
 
-std::int32_t kf::detail::KF_File_ResultOf(GSErrCode err)
+std::int32_t kf::detail::KF_File_ResultOf(HostErrCode err)
 {
     return err > 0 ? KF_File_Failed : KF_File::MapHostError(err);
 }
@@ -78,7 +78,7 @@ std::int32_t KF_File::Open(const KF_Location& location, const KF_File_OpenMode& 
     file = nullptr;
     IO::File::OnNotFound const onNotFound = mode == KF_File_Read ? IO::File::Fail : IO::File::Create;
     file = new IO::File(static_cast<IO::Location>(location), onNotFound);
-    if (const GSErrCode status = file->GetStatus(); status != NoError) {
+    if (const HostErrCode status = file->GetStatus(); status != NoError) {
         return kf::detail::KF_File_ResultOf(status);
     }
     if (static_cast<std::int32_t>(mode) < 0 || static_cast<std::int32_t>(mode) > 4) {
@@ -98,7 +98,7 @@ std::int32_t KF_File::WriteFullText(const KF_String& text, KF_String::Encoding e
                 return KF_File_NoHostFile;
             }
             UInt64 done = 0;
-            if (const GSErrCode err = file->WriteBin(bom.bytes, bom.length, &done); err != NoError) {
+            if (const HostErrCode err = file->WriteBin(bom.bytes, bom.length, &done); err != NoError) {
                 file->ResetErrorStatus();
                 return MapHostError(err);
             }
@@ -119,7 +119,7 @@ std::int32_t KF_File::WriteFullText(const KF_String& text, KF_String::Encoding e
         return KF_File_NoHostFile;
     }
     UInt64 done = 0;
-    if (const GSErrCode err = file->WriteBin(converted.bytes, count, &done); err != NoError) {
+    if (const HostErrCode err = file->WriteBin(converted.bytes, count, &done); err != NoError) {
         file->ResetErrorStatus();
         return MapHostError(err);
     }
@@ -151,7 +151,7 @@ std::int32_t KF_File::WriteBin(const KF_Location& location, const char* data, lo
     auto* const host = new IO::File(static_cast<IO::Location>(location), IO::File::Create);
     std::int32_t result = OpenForWriting(*host, append);
     if (result == 0) {
-        if (const GSErrCode werr = host->WriteBin(data, static_cast<UInt64>(length)); werr != NoError) {
+        if (const HostErrCode werr = host->WriteBin(data, static_cast<UInt64>(length)); werr != NoError) {
             host->ResetErrorStatus();
             result = MapHostError(werr);
         }
@@ -173,7 +173,7 @@ std::int32_t KF_File::ReadBin(const KF_Location& location, char* buffer, unsigne
         *exists = true;
     }
     auto* const host = new IO::File(static_cast<IO::Location>(location), IO::File::Create);
-    if (const GSErrCode err = host->Open(IO::File::ReadMode, kDeniedTreatment); err != NoError) {
+    if (const HostErrCode err = host->Open(IO::File::ReadMode, kDeniedTreatment); err != NoError) {
         Dispose(host);
         return kf::detail::KF_File_ResultOf(err);
     }
@@ -200,7 +200,7 @@ std::int32_t KF_File::ReadBin(const KF_Location& location, char* buffer, unsigne
         *size = count;
     }
 
-    const GSErrCode closeErr = host->Close();
+    const HostErrCode closeErr = host->Close();
     if (host->IsOpen()) {
         host->Close();
     }

@@ -22,7 +22,7 @@ std::int32_t KF_File_ReadWhole(const KF_Location& location, std::size_t limit, s
         return opened;
     }
     UInt64 length = 0;
-    if (const GSErrCode err = reader.file->GetDataLength(&length); err != NoError) {
+    if (const HostErrCode err = reader.file->GetDataLength(&length); err != NoError) {
         return KF_File::MapHostError(err);
     }
     if (length >= limit) {
@@ -31,7 +31,7 @@ std::int32_t KF_File_ReadWhole(const KF_Location& location, std::size_t limit, s
     out.resize(static_cast<std::size_t>(length));
     UInt64 read = 0;
     if (length > 0) {
-        if (const GSErrCode err = reader.file->ReadBin(out.data(), length, &read); err != NoError) {
+        if (const HostErrCode err = reader.file->ReadBin(out.data(), length, &read); err != NoError) {
             out.clear();
             return KF_File::MapHostError(err);
         }
@@ -40,7 +40,7 @@ std::int32_t KF_File_ReadWhole(const KF_Location& location, std::size_t limit, s
             return KF_File_Failed;
         }
     }
-    if (const GSErrCode err = reader.file->Close(); err != NoError) {
+    if (const HostErrCode err = reader.file->Close(); err != NoError) {
         out.clear();
         return KF_File_ResultOf(err);
     }
@@ -73,14 +73,14 @@ std::string UniqueTag()
 std::int32_t WriteAndClose(KF_File& writer, const char* data, std::size_t length)
 {
     UInt64 written = 0;
-    if (const GSErrCode err = writer.file->WriteBin(data, length, &written); err != NoError) {
+    if (const HostErrCode err = writer.file->WriteBin(data, length, &written); err != NoError) {
         writer.file->ResetErrorStatus();
         return KF_File::MapHostError(err);
     }
     if (written != length) {
         return KF_File_Failed;
     }
-    const GSErrCode closed = writer.file->Close();
+    const HostErrCode closed = writer.file->Close();
     return KF_File_ResultOf(closed);
 }
 
@@ -94,7 +94,7 @@ std::int32_t KF_File_CreateBeside(const KF_Location& location, KF_File& file, KF
         const KF_Location candidate(location.path + "." + UniqueTag().c_str() + ".kftmp");
         delete file.file;
         file.file = new IO::File(static_cast<IO::Location>(candidate), IO::File::LeaveToOpen);
-        const GSErrCode err = file.file->Open(IO::File::CreateNewMode);
+        const HostErrCode err = file.file->Open(IO::File::CreateNewMode);
         if (err == NoError) {
             created = candidate;
             return KF_File_OK;
@@ -139,7 +139,7 @@ std::int32_t KF_File_ReplaceWhole(const KF_Location& location, const char* data,
         result = WriteAndClose(writer, data, length);
     }
     if (result == 0) {
-        const GSErrCode moved =
+        const HostErrCode moved =
             IO::FileSystem::MoveOver(static_cast<IO::Location>(temporary), static_cast<IO::Location>(location));
         if (moved == NoError) {
             return KF_File_OK;

@@ -1,7 +1,7 @@
 // Paths to and from the host's locations.
 #include "KF/KF_Location.hpp"
 
-#include "ACAPI.hpp"
+#include "HostAPI.hpp"
 
 #include <vector>
 
@@ -19,9 +19,9 @@ void DropOneTrailingSlash(KF_String& path)
 IO::Location ToHost(const KF_String& path)
 {
     if (path.IsNull()) {
-        return IO::Location(GS::UniString());
+        return IO::Location(Base::UniString());
     }
-    return IO::Location(GS::UniString(path.Units(), path.GetLength()));
+    return IO::Location(Base::UniString(path.Units(), path.GetLength()));
 }
 
 } // namespace
@@ -33,7 +33,7 @@ KF_Location::KF_Location(const KF_String& fullPath) : path(fullPath)
 
 void KF_Location::Set(const IO::Location& location)
 {
-    GS::UniString hostPath;
+    Base::UniString hostPath;
     if (location.ToPath(&hostPath) != NoError) {
         path.SetToNullString();
         return;
@@ -62,7 +62,7 @@ KF_String KF_Location::GetPOSIXPath() const
     IO::Location const host = ToHost(path);
     std::vector<char> buffer(256);
     UInt32 needed = 0;
-    GSErrCode err = host.ToUTF8POSIXPath(buffer.data(), UInt32(buffer.size()), &needed);
+    HostErrCode err = host.ToUTF8POSIXPath(buffer.data(), UInt32(buffer.size()), &needed);
     if (err != NoError && needed > buffer.size()) {
         buffer.resize(needed);
         err = host.ToUTF8POSIXPath(buffer.data(), UInt32(buffer.size()), &needed);
@@ -94,9 +94,9 @@ bool KF_Location::IsFolder() const
     if (parent.IsNullOrEmpty()) {
         return false;
     }
-    GS::UniString nameText;
+    Base::UniString nameText;
     if (!lastName.IsNullOrEmpty()) {
-        nameText = GS::UniString(lastName.Units(), lastName.GetLength());
+        nameText = Base::UniString(lastName.Units(), lastName.GetLength());
     }
     IO::Folder const folder(ToHost(parent), IO::Folder::Fail);
     if (folder.GetStatus() != NoError) {
@@ -113,7 +113,7 @@ KF_Location KF_Location::AddOnLocation(bool parentOnly)
 {
     KF_Location result;
     IO::Location own;
-    if (ACAPI_GetOwnLocation(&own) == NoError) {
+    if (HostAPI_GetOwnLocation(&own) == NoError) {
         result.Set(own);
     }
     if (!parentOnly || result.path.IsNull()) {

@@ -11,7 +11,7 @@
 namespace kf::detail {
 
 // Result number of a host code: mapped when not positive, KF_File_Failed when positive.
-std::int32_t KF_File_ResultOf(GSErrCode err);
+std::int32_t KF_File_ResultOf(HostErrCode err);
 
 // Reads the whole file into out, refusing files of limit bytes or more (KF_File_TooLarge) before a
 // byte is read. A missing file gives 0 with exists false and out empty. Unlike ReadBin, a failed

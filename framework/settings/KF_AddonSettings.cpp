@@ -6,7 +6,7 @@
 #include "KF_SettingsFormat.hpp"
 #include "KF_SettingsState.hpp"
 
-#include "KFHostServices.hpp"
+#include "kfsdk/HostServices.hpp"
 
 #include <string>
 
@@ -53,10 +53,10 @@ bool KF_AddOnSettings_SameSetting(char* entry, void* name)
     return KF_String::Compare(setting->name, 0, *static_cast<const KF_String*>(name), 0, 0) == 0;
 }
 
-GSErrCode KF_AddonSettings_GetLocation(KF_AddonSettings_Type type, KF_Location& location)
+HostErrCode KF_AddonSettings_GetLocation(KF_AddonSettings_Type type, KF_Location& location)
 {
     IO::Location folder;
-    const GSErrCode err = IO::FileSystem::GetSpecialLocation(IO::FileSystem::FrameworkFolder, &folder);
+    const HostErrCode err = IO::FileSystem::GetSpecialLocation(IO::FileSystem::FrameworkFolder, &folder);
     if (err != NoError) {
         return err;
     }

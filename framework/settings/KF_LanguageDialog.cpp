@@ -2,7 +2,7 @@
 #include "KF/KF_AddonConstants.hpp"
 #include "KF/KF_Language.hpp"
 
-#include "ACAPI.hpp"
+#include "HostAPI.hpp"
 #include "DG.hpp"
 
 namespace {
@@ -39,7 +39,7 @@ void FillLanguageList(short dialID)
 
     sLanguageRows.Reset();
     const KF_String showed(sett_ADDON_SHOWED_LANGUAGES, KF_String::Enc_System);
-    const GSResModule icons = ACAPI_GetOwnResModule();
+    const HostResModule icons = HostAPI_GetOwnResModule();
     for (short language = 0; language < KF_Language_Count; ++language) {
         if (!showed.IsNullOrEmpty() &&
             showed.IndexOfIgnoreCase(gKF_Languages_Suffixes[language], 0) == KF_String::NotFound) {
@@ -48,7 +48,7 @@ void FillLanguageList(short dialID)
         sLanguageRows.AddData(language, -1);
         DGListInsertItem(dialID, kLanguageList, DG_LIST_BOTTOM);
         const short row = DGListGetItemCount(dialID, kLanguageList);
-        DGListSetItemText(dialID, kLanguageList, row, GS::UniString());
+        DGListSetItemText(dialID, kLanguageList, row, Base::UniString());
         DGListSetItemIcon(dialID, kLanguageList, row, icons, static_cast<short>(kFirstLanguageIcon + language));
     }
     DGEnableDraw(dialID, kLanguageList);
@@ -138,10 +138,10 @@ short KF_Dlg_Language_CallBack(short message, short dialID, short item, DGUserDa
 bool KF_Dlg_Language(const KF_String& versionLine)
 {
     LanguageDialogRecord record{versionLine, gKF_Language, 0};
-    const GSResModule previous = ACAPI_UseOwnResModule();
-    const GSResModule own = ACAPI_GetOwnResModule();
+    const HostResModule previous = HostAPI_UseOwnResModule();
+    const HostResModule own = HostAPI_GetOwnResModule();
     const short result =
         DGModalDialog(own, kLanguageDialog, own, KF_Dlg_Language_CallBack, reinterpret_cast<DGUserData>(&record));
-    ACAPI_ResetResModule(previous);
+    HostAPI_ResetResModule(previous);
     return result == kAcceptItem;
 }

@@ -1,14 +1,14 @@
 // Localized strings of the add-on's resource module, by language.
 #include "KF/KF_Language.hpp"
 
-#include "ACAPI.hpp"
+#include "HostAPI.hpp"
 
 namespace {
 
 bool ReadLocalized(short resource, long index, KF_String& out)
 {
-    GS::UniString text;
-    if (!ACAPI_Resource_GetLocUStr(&text, resource, static_cast<short>(index))) {
+    Base::UniString text;
+    if (!HostAPI_Resource_GetLocUStr(&text, resource, static_cast<short>(index))) {
         return false;
     }
     out = KF_String(text.ToUStr());
@@ -19,7 +19,7 @@ bool ReadLocalized(short resource, long index, KF_String& out)
 
 KF_String KF_Resource_GetString(short resource, long index, bool addOnStrings)
 {
-    const GSResModule previous = ACAPI_UseOwnResModule();
+    const HostResModule previous = HostAPI_UseOwnResModule();
     KF_String result;
     // The international resource of the same group: base + 1.
     const auto international = static_cast<short>(resource + 1 - gKF_Language);
@@ -32,9 +32,9 @@ KF_String KF_Resource_GetString(short resource, long index, bool addOnStrings)
         result = KF_String("_ERR_DPT_", KF_String::Enc_System);
     } else if (!ReadLocalized(resource, index, result) && !ReadLocalized(international, index, result)) {
         char fixed[256] = {};
-        ACAPI_Resource_GetFixStr(fixed, sizeof fixed, resource, static_cast<short>(index));
+        HostAPI_Resource_GetFixStr(fixed, sizeof fixed, resource, static_cast<short>(index));
         result = KF_String("_ERR_NO_", KF_String::Enc_System);
     }
-    ACAPI_ResetResModule(previous);
+    HostAPI_ResetResModule(previous);
     return result;
 }

@@ -1,7 +1,7 @@
 // KF_String: storage, construction, assignment, concatenation and element access.
 #include "KF/KF_String.hpp"
 
-#include "GSUniString.hpp"
+#include "HostUniString.hpp"
 
 #include <cstring>
 #include <new>
@@ -25,7 +25,7 @@ KF_String::KF_String(const unsigned short* units) : KF_String()
         return;
     }
     // Through the host's string, the add-on's boundary type.
-    GS::UniString const boundary(units);
+    Base::UniString const boundary(units);
     THIS_Alloc(static_cast<unsigned int>(boundary.GetLength() + 1), false);
     THIS_Append(boundary.ToUStr(), static_cast<unsigned int>(boundary.GetLength()));
 }

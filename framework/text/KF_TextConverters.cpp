@@ -1,7 +1,7 @@
 // The platform's converters behind the framework's encodings: the one place that names them.
 #include "KF_TextCodec.hpp"
 
-#include "GSTextEncoding.hpp"
+#include "HostTextEncoding.hpp"
 
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_cb.h>
@@ -153,7 +153,7 @@ Codec Resolve(KF_String::Encoding enc)
         break;
     }
     // Read at every call: the host may switch it at load.
-    return GS::GetApplicationTextEncoding() == GS::AppTextEncoding::MacRoman ? Codec::MacRoman : Codec::UTF8;
+    return Base::GetApplicationTextEncoding() == Base::AppTextEncoding::MacRoman ? Codec::MacRoman : Codec::UTF8;
 }
 
 bool PlatformDecode(Codec codec, const char* src, std::size_t bytes, std::vector<char16_t>& out)

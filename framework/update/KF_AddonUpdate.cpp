@@ -3,7 +3,7 @@
 #include "KF_AddonUpdateState.hpp"
 #include "KF_VersionsFile.hpp"
 
-#include "ACAPI.hpp"
+#include "HostAPI.hpp"
 #include "KF/KF_AddonSettings.hpp"
 #include "KF/KF_File.hpp"
 #include "KF/KF_General.hpp"
@@ -138,10 +138,10 @@ bool KF_AddonUpdate_CheckForUpdate(long updateMode, bool byUser, const KF_String
         return true;
     }
     sCheck.status = kUpdateChecking;
-    const GSResModule previous = ACAPI_UseOwnResModule();
-    sCheck.dialogID = DGModelessInit(ACAPI_GetOwnResModule(), kUpdateResultDialog, ACAPI_GetOwnResModule(),
+    const HostResModule previous = HostAPI_UseOwnResModule();
+    sCheck.dialogID = DGModelessInit(HostAPI_GetOwnResModule(), kUpdateResultDialog, HostAPI_GetOwnResModule(),
                                      KF_AddonUpdate_ResultUpdate_Handler, 0, 0);
-    ACAPI_ResetResModule(previous);
+    HostAPI_ResetResModule(previous);
     // Written when the download starts: a failed check counts for the interval too.
     KF_AddonSettings_SetLong(KF_AddonSettings_ThisAddon, key, static_cast<long>(std::time(nullptr)), true);
     KF_AddonSettings_Save(KF_AddonSettings_ThisAddon);

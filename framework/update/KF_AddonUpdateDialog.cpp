@@ -2,7 +2,7 @@
 // site and update page.
 #include "KF_AddonUpdateState.hpp"
 
-#include "ACAPI.hpp"
+#include "HostAPI.hpp"
 #include "KF/KF_AddonConstants.hpp"
 #include "KF/KF_General.hpp"
 #include "KF/KF_Language.hpp"
@@ -56,7 +56,7 @@ KF_String UpdatePageWithQuery(bool forLibrary)
 void KF_AddonUpdate_ResultUpdateInit(short dialogID)
 {
     const KF_UpdateCheckState& check = KF_AddonUpdate_State();
-    const GSResModule previous = ACAPI_UseOwnResModule();
+    const HostResModule previous = HostAPI_UseOwnResModule();
     DGSetDialogSize(dialogID, DG_CLIENT, 655, 172, DG_TOPLEFT, false);
     DGSetDialogTitle(dialogID, AddonName().ToUniString());
     DGBeginMoveGrowItems(dialogID);
@@ -101,7 +101,7 @@ void KF_AddonUpdate_ResultUpdateInit(short dialogID)
     }
 
     DGEndMoveGrowItems(dialogID);
-    ACAPI_ResetResModule(previous);
+    HostAPI_ResetResModule(previous);
     DGRedrawItem(dialogID, DG_ALL_ITEMS);
 }
 
@@ -109,11 +109,11 @@ short KF_AddonUpdate_ResultUpdate_Handler(short message, short dialogID, short i
 {
     switch (message) {
     case DG_MSG_INIT:
-        ACAPI_RegisterModelessWindow(dialogID, nullptr, 7, APINULLGuid);
+        HostAPI_RegisterModelessWindow(dialogID, nullptr, 7, APINULLGuid);
         KF_AddonUpdate_ResultUpdateInit(dialogID);
         return 0;
     case DG_MSG_CLOSE:
-        ACAPI_UnregisterModelessWindow(dialogID);
+        HostAPI_UnregisterModelessWindow(dialogID);
         return 1;
     case DG_MSG_CLICK:
         switch (item) {

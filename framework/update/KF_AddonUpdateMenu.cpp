@@ -1,21 +1,21 @@
 // The menu item that switches automatic update checking, in each of the add-on's seven menus.
 #include "KF/KF_AddonUpdate.hpp"
 
-#include "ACAPI.hpp"
+#include "HostAPI.hpp"
 #include "KF/KF_AddonSettings.hpp"
 
 namespace {
 
 constexpr short kMenuCount = 7;
 
-bool GetFlags(API_MenuItemRef& item, GSFlags& flags)
+bool GetFlags(API_MenuItemRef& item, HostFlags& flags)
 {
-    return ACAPI_Interface(APIIo_GetMenuItemFlagsID, &item, &flags) == NoError;
+    return HostAPI_Interface(HostOp_GetMenuItemFlags, &item, &flags) == NoError;
 }
 
-void SetFlags(API_MenuItemRef& item, GSFlags& flags)
+void SetFlags(API_MenuItemRef& item, HostFlags& flags)
 {
-    ACAPI_Interface(APIIo_SetMenuItemFlagsID, &item, &flags);
+    HostAPI_Interface(HostOp_SetMenuItemFlags, &item, &flags);
 }
 
 API_MenuItemRef Item(short menuResID, short offset, short itemIndex)
@@ -34,7 +34,7 @@ bool KF_AddonUpdate_SetMenuUpdateCheck(short menuResID, short itemIndex)
     KF_AddonSettings_GetLong(KF_AddonSettings_ThisAddon, KF_String("AutoUpdate"), &value, true);
     for (short k = 0; k < kMenuCount; ++k) {
         API_MenuItemRef item = Item(menuResID, k, itemIndex);
-        GSFlags flags = 0;
+        HostFlags flags = 0;
         if (!GetFlags(item, flags))
             continue;
         if (value == 0)
@@ -51,7 +51,7 @@ bool KF_AddonUpdate_SwitchAutoUpdateValue(short menuResID, short itemIndex)
     // Each menu follows its own mark; the stored value follows the last menu read.
     for (short k = 0; k < kMenuCount; ++k) {
         API_MenuItemRef item = Item(menuResID, k, itemIndex);
-        GSFlags flags = 0;
+        HostFlags flags = 0;
         if (!GetFlags(item, flags))
             continue;
         const bool checked = (flags & API_MenuItemChecked) != 0;

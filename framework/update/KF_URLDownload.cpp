@@ -6,7 +6,7 @@
 #include "KF_CurlRunLoop.hpp"
 #include "KF_URLEscape.hpp"
 
-#include "KFHostServices.hpp"
+#include "kfsdk/HostServices.hpp"
 
 #include <cstdlib>
 #include <string>

@@ -5,7 +5,7 @@
 #include "KF/KF_AddonConstants.hpp"
 #include "KF/KF_Dialog.hpp"
 #include "KF/KF_Language.hpp"
-#include "KFHostServices.hpp"
+#include "kfsdk/HostServices.hpp"
 
 namespace kf::detail {
 namespace {

@@ -91,7 +91,7 @@ short KF_AddonUpdate_CheckVersionFormat(KF_List<KF_String>& tokens)
             return 0;
 
     const KF_String& host = Token(tokens, 2);
-    if (!host.StartsWith(KF_String("(AC")) || host.GetLength() < 4 || host.UCharAt(host.GetLength() - 1) != ')')
+    if (!host.StartsWith(KF_String("(HV")) || host.GetLength() < 4 || host.UCharAt(host.GetLength() - 1) != ')')
         return 0;
     if (!Narrow(host.Substring(3, host.GetLength() - 4)).AllDigits())
         return 0;
@@ -118,7 +118,7 @@ void KF_AddonUpdate_SplitAddonVersion(KF_String line, KF_AddonUpdate_Addon& out)
     for (long i = 0; i < 4; ++i)
         out.version[i] = i < parts.GetCount() ? Low16(ToLong(parts[i])) : 0;
 
-    // The stored host version drops the last digit of "(ACn)": "(AC160)" is 16.
+    // The stored host version drops the last digit of "(HVn)": "(HV160)" is 16.
     out.hostVersion = 0;
     if (n > 2) {
         const KF_String& host = tokens[2];

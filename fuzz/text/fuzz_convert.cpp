@@ -4,7 +4,7 @@
 #include "FuzzSupport.hpp"
 #include "KF_TextCodec.hpp"
 
-#include "GSTextEncoding.hpp"
+#include "HostTextEncoding.hpp"
 
 #include <string>
 #include <vector>
@@ -42,7 +42,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const bool lossy = (flags & 1) != 0;
     const bool terminate = (flags & 2) != 0;
     const bool terminated = (flags & 4) != 0; // pass 0 bytes: the source is read to its terminator
-    GS::SetApplicationTextEncoding((flags & 8) != 0 ? GS::AppTextEncoding::MacRoman : GS::AppTextEncoding::UTF8);
+    Base::SetApplicationTextEncoding((flags & 8) != 0 ? Base::AppTextEncoding::MacRoman : Base::AppTextEncoding::UTF8);
 
     std::vector<char> src(in.Rest(), in.Rest() + in.RestSize());
     const long srcBytes = terminated ? ((flags & 16) != 0 ? -1 : 0) : long(src.size());
@@ -67,6 +67,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             textfuzz::Check(fast.code == -2, "too small a destination gives -2");
         }
     }
-    GS::SetApplicationTextEncoding(GS::AppTextEncoding::UTF8);
+    Base::SetApplicationTextEncoding(Base::AppTextEncoding::UTF8);
     return 0;
 }

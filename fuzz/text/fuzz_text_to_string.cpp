@@ -3,7 +3,7 @@
 #include "FuzzSupport.hpp"
 #include "KF_TextCodec.hpp"
 
-#include "GSTextEncoding.hpp"
+#include "HostTextEncoding.hpp"
 
 #include <vector>
 
@@ -34,7 +34,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::uint8_t const flags = in.Byte();
     KF_String::Encoding const fallback = in.Encoding();
     const bool detect = (flags & 1) != 0;
-    GS::SetApplicationTextEncoding((flags & 2) != 0 ? GS::AppTextEncoding::MacRoman : GS::AppTextEncoding::UTF8);
+    Base::SetApplicationTextEncoding((flags & 2) != 0 ? Base::AppTextEncoding::MacRoman : Base::AppTextEncoding::UTF8);
     // An exact-size copy, so that any read past the text is caught.
     const std::vector<std::uint8_t> text(in.Rest(), in.Rest() + in.RestSize());
     const Outcome fast = Decode(true, text.data(), unsigned(text.size()), detect, fallback);
@@ -44,6 +44,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const bool hasBom = KF_String::DetectBOM(text.data(), unsigned(text.size()), bomEncoding) > 0;
         textfuzz::Check(fast.found == (hasBom ? bomEncoding : fallback), "without detection: the mark or the fallback");
     }
-    GS::SetApplicationTextEncoding(GS::AppTextEncoding::UTF8);
+    Base::SetApplicationTextEncoding(Base::AppTextEncoding::UTF8);
     return 0;
 }

@@ -1,6 +1,6 @@
 #include "kfhost/Host.hpp"
 
-#include "Services.hpp"
+#include "TableEntries.hpp"
 #include "kfhost/Calls.hpp"
 #include "kfhost/Text.hpp"
 #include "kfsdk/Codes.hpp"

@@ -3,9 +3,9 @@
 // against; everything else in an add-on is hidden.
 #pragma once
 
-#include "ACAPI.hpp"
+#include "HostAPI.hpp"
 
-API_AddonType CheckEnvironment(API_EnvirParams* envir);
-GSErrCode RegisterInterface();
-GSErrCode Initialize();
-GSErrCode FreeData();
+API_AddOnType CheckEnvironment(API_EnvirParams* envir);
+HostErrCode RegisterInterface();
+HostErrCode Initialize();
+HostErrCode FreeData();

@@ -3,31 +3,31 @@
 // each BMReallocHandle. Failures report null (or an error code) and never abort.
 #pragma once
 
-#include "GSRoot.hpp"
+#include "HostTypes.hpp"
 
-using GSHandle = char**;
+using HostHandle = char**;
 
 // Allocation flags. Bits not listed here are accepted and ignored.
-constexpr GSFlags BMFlagClear = 2; // new bytes (also those gained by a reallocation) read as 0
+constexpr HostFlags BMFlagClear = 2; // new bytes (also those gained by a reallocation) read as 0
 
 // Lock state bits, as read by BMhGetState and restored by BMhSetState.
-constexpr GSFlags BMLockedState = 1;
+constexpr HostFlags BMLockedState = 1;
 
 // A negative size gives null. The block is size bytes long; *handle is never null for a live handle.
-GSHandle BMAllocateHandle(GSSize size, GSFlags flags, short reserved);
+HostHandle BMAllocateHandle(HostSize size, HostFlags flags, short reserved);
 // Resizes the block, keeping min(old, new) bytes. On failure null is returned and the old handle
 // stays valid and unchanged. A null handle gives null.
-GSHandle BMReallocHandle(GSHandle handle, GSSize newSize, GSFlags flags, short reserved);
+HostHandle BMReallocHandle(HostHandle handle, HostSize newSize, HostFlags flags, short reserved);
 // The size asked for at the last allocation or reallocation; 0 for a null handle.
-GSSize BMGetHandleSize(GSHandle handle);
+HostSize BMGetHandleSize(HostHandle handle);
 // Frees the block and sets *handle to null; a null argument or null handle does nothing.
-void BMKillHandle(GSHandle* handle);
+void BMKillHandle(HostHandle* handle);
 
 // Lock state: a flag kept for callers that save and restore it around their work.
-GSFlags BMhGetState(GSHandle handle);
-GSErrCode BMhSetState(GSHandle handle, GSFlags state);
-GSErrCode BMhLock(GSHandle handle);
-GSErrCode BMhUnlock(GSHandle handle);
+HostFlags BMhGetState(HostHandle handle);
+HostErrCode BMhSetState(HostHandle handle, HostFlags state);
+HostErrCode BMhLock(HostHandle handle);
+HostErrCode BMhUnlock(HostHandle handle);
 
 // Test support only: makes chosen allocations fail so that callers' handling of exhausted memory
 // can be exercised for real. Not for production code.
@@ -36,7 +36,7 @@ namespace BMTesting {
 // 0 disarms.
 void FailNthAllocation(long n);
 // Every allocation or reallocation to at least this many bytes fails; a negative value disarms.
-void FailAllocationsFromSize(GSSize bytes);
+void FailAllocationsFromSize(HostSize bytes);
 // Disarms both hooks.
 void ResetFailures();
 // Handles currently alive (allocated and not killed), to catch leaks in tests.

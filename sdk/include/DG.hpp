@@ -2,8 +2,8 @@
 // the add-on gets a dialog identifier and a callback that the host calls with messages.
 #pragma once
 
-#include "GSRoot.hpp"
-#include "GSUniString.hpp"
+#include "HostTypes.hpp"
+#include "HostUniString.hpp"
 #include "IO.hpp"
 #include "FTM.hpp"
 
@@ -39,25 +39,25 @@ enum : short { DG_IS_LEFT = 0, DG_IS_CENTER = 1, DG_IS_RIGHT = 2 };             
 enum : short { DG_IS_NOTRUNC = 0, DG_IS_TRUNCEND = 4096, DG_IS_TRUNCMIDDLE = 8192 }; // tab field truncation
 
 // Modal dialog: runs until closed, returns the item it was closed with.
-short DGModalDialog(GSResModule resModule, short resID, GSResModule iconResModule, DGDialCallBack callback,
+short DGModalDialog(HostResModule resModule, short resID, HostResModule iconResModule, DGDialCallBack callback,
                     DGUserData userData);
 
 // Modeless dialog: created hidden, returns its dialog id (0 on failure).
-short DGModelessInit(GSResModule resModule, short resID, GSResModule iconResModule, DGDialCallBack callback,
+short DGModelessInit(HostResModule resModule, short resID, HostResModule iconResModule, DGDialCallBack callback,
                      DGUserData userData, short refID);
 void DGShowModelessDialog(short dialID, short behind = 0);
 void DGModelessClose(short dialID);
 bool DGIsDialogOpen(short dialID);
 
-void DGSetDialogTitle(short dialID, const GS::UniString& title);
-GS::UniString DGGetDialogTitle(short dialID);
+void DGSetDialogTitle(short dialID, const Base::UniString& title);
+Base::UniString DGGetDialogTitle(short dialID);
 void DGSetDialogSize(short dialID, short rectType, short hSize, short vSize, short growType, bool redraw);
 void DGSetFocus(short dialID, short item);
 void DGBeginMoveGrowItems(short dialID);
 void DGEndMoveGrowItems(short dialID);
 
-void DGSetItemText(short dialID, short item, const GS::UniString& text);
-GS::UniString DGGetItemText(short dialID, short item);
+void DGSetItemText(short dialID, short item, const Base::UniString& text);
+Base::UniString DGGetItemText(short dialID, short item);
 void DGShowItem(short dialID, short item);
 void DGHideItem(short dialID, short item);
 void DGEnableItem(short dialID, short item);
@@ -76,18 +76,18 @@ void DGListSetItemHeight(short dialID, short item, short height);
 bool DGListInsertItem(short dialID, short item, short listItem); // DG_LIST_BOTTOM appends
 void DGListDeleteItem(short dialID, short item, short listItem); // DG_ALL_ITEMS: every row
 short DGListGetItemCount(short dialID, short item);
-void DGListSetItemText(short dialID, short item, short listItem, const GS::UniString& text);
-void DGListSetTabItemText(short dialID, short item, short listItem, short tabIndex, const GS::UniString& text);
-GS::UniString DGListGetTabItemText(short dialID, short item, short listItem, short tabIndex);
-void DGListSetItemIcon(short dialID, short item, short listItem, GSResModule iconModule, short iconResID);
+void DGListSetItemText(short dialID, short item, short listItem, const Base::UniString& text);
+void DGListSetTabItemText(short dialID, short item, short listItem, short tabIndex, const Base::UniString& text);
+Base::UniString DGListGetTabItemText(short dialID, short item, short listItem, short tabIndex);
+void DGListSetItemIcon(short dialID, short item, short listItem, HostResModule iconModule, short iconResID);
 void DGListSelectItem(short dialID, short item, short listItem);
 void DGListDeselectItem(short dialID, short item, short listItem);  // DG_ALL_ITEMS: every row
 short DGListGetSelected(short dialID, short item, short startItem); // first selected row after startItem, 0 if none
 
 // Alert with up to three texts and up to three buttons; returns the 1-based button chosen.
-short DGAlert(short alertType, const GS::UniString& title, const GS::UniString& largeText,
-              const GS::UniString& smallText, const GS::UniString& button1,
-              const GS::UniString& button2 = GS::UniString(), const GS::UniString& button3 = GS::UniString());
+short DGAlert(short alertType, const Base::UniString& title, const Base::UniString& largeText,
+              const Base::UniString& smallText, const Base::UniString& button1,
+              const Base::UniString& button2 = Base::UniString(), const Base::UniString& button3 = Base::UniString());
 
 namespace DG {
 
@@ -95,13 +95,13 @@ namespace DG {
 class SystemDialog {
 public:
     virtual ~SystemDialog() = default;
-    void SetTitle(const GS::UniString& title) { title_ = title; }
-    const GS::UniString& GetTitle() const { return title_; }
+    void SetTitle(const Base::UniString& title) { title_ = title; }
+    const Base::UniString& GetTitle() const { return title_; }
     // Shows the dialog; false when the user cancels or the host cannot show it.
     virtual bool Invoke() = 0;
 
 protected:
-    GS::UniString title_;
+    Base::UniString title_;
 };
 
 class FileDialog : public SystemDialog {

@@ -1,7 +1,7 @@
 // The host's file type manager: file types registered with the host, used as file-dialog filters.
 #pragma once
 
-#include "GSRoot.hpp"
+#include "HostTypes.hpp"
 
 namespace FTM {
 
@@ -16,21 +16,21 @@ class ContentDetector; // never defined here: the framework passes none
 // Description of one file type. Texts are Enc_System 8-bit texts, copied.
 class FileType {
 public:
-    FileType(const char* description, const char* extension, GSType creator, GSType macType, short iconID,
+    FileType(const char* description, const char* extension, HostFourCC creator, HostFourCC macType, short iconID,
              ContentDetector* detector = nullptr, const char* extraText = nullptr, bool visible = true);
 
     const char* GetDescription() const { return description_; }
     const char* GetExtension() const { return extension_; }
-    GSType GetCreator() const { return creator_; }
-    GSType GetMacType() const { return macType_; }
+    HostFourCC GetCreator() const { return creator_; }
+    HostFourCC GetMacType() const { return macType_; }
     short GetIconID() const { return iconID_; }
     bool IsVisible() const { return visible_; }
 
 private:
     char description_[128] = {};
     char extension_[32] = {};
-    GSType creator_ = 0;
-    GSType macType_ = 0;
+    HostFourCC creator_ = 0;
+    HostFourCC macType_ = 0;
     short iconID_ = 0;
     bool visible_ = true;
 };

@@ -2,56 +2,56 @@
 // host table), so that the host can place special folders and inject failures in tests.
 #pragma once
 
-#include "GSRoot.hpp"
-#include "GSUniString.hpp"
+#include "HostTypes.hpp"
+#include "HostUniString.hpp"
 
 namespace IO {
 
 // Host file errors (compared as exact 32-bit values by the framework).
-constexpr GSErrCode Error = HostErr(0x81000100u);        // any other failure of the file layer
-constexpr GSErrCode FileNotFound = HostErr(0x81010100u); // entry does not exist (not-found treatment Fail)
-constexpr GSErrCode AccessDenied = HostErr(0x81010102u); // permission refused by the system
-constexpr GSErrCode DiskFull = HostErr(0x81010103u);     // no room left on the device
-constexpr GSErrCode BadLocation = HostErr(0x81010104u);  // empty or malformed location
-constexpr GSErrCode NotOpen = HostErr(0x81010105u);      // read, write or seek on a file that is not open
-constexpr GSErrCode EndOfFile = HostErr(0x81010106u);    // read past the end of the data
-constexpr GSErrCode NameNotFound = HostErr(0x81010107u); // no entry of that name in the folder
-constexpr GSErrCode NotAFolder = HostErr(0x81010108u);   // the location names a file where a folder is needed
+constexpr HostErrCode Error = HostErr(0x81000100u);        // any other failure of the file layer
+constexpr HostErrCode FileNotFound = HostErr(0x81010100u); // entry does not exist (not-found treatment Fail)
+constexpr HostErrCode AccessDenied = HostErr(0x81010102u); // permission refused by the system
+constexpr HostErrCode DiskFull = HostErr(0x81010103u);     // no room left on the device
+constexpr HostErrCode BadLocation = HostErr(0x81010104u);  // empty or malformed location
+constexpr HostErrCode NotOpen = HostErr(0x81010105u);      // read, write or seek on a file that is not open
+constexpr HostErrCode EndOfFile = HostErr(0x81010106u);    // read past the end of the data
+constexpr HostErrCode NameNotFound = HostErr(0x81010107u); // no entry of that name in the folder
+constexpr HostErrCode NotAFolder = HostErr(0x81010108u);   // the location names a file where a folder is needed
 
 // One name of a path (no "/" inside).
 class Name {
 public:
     Name() = default;
-    explicit Name(const GS::UniString& text) : text_(text) {}
-    const GS::UniString& ToUniString() const { return text_; }
+    explicit Name(const Base::UniString& text) : text_(text) {}
+    const Base::UniString& ToUniString() const { return text_; }
     bool IsEmpty() const { return text_.IsEmpty(); }
 
 private:
-    GS::UniString text_;
+    Base::UniString text_;
 };
 
 // A location: one absolute path, "/" between names.
 class Location {
 public:
     Location() = default;
-    explicit Location(const GS::UniString& path) : path_(path) {}
+    explicit Location(const Base::UniString& path) : path_(path) {}
 
     // The host's own path form; fails on an empty location.
-    GSErrCode ToPath(GS::UniString* result) const;
+    HostErrCode ToPath(Base::UniString* result) const;
     // UTF-8 POSIX path into buffer (terminated). When bufferSize is too small the call fails with
     // Error and *needed (when given) tells the size to retry with.
-    GSErrCode ToUTF8POSIXPath(char* buffer, UInt32 bufferSize, UInt32* needed = nullptr) const;
+    HostErrCode ToUTF8POSIXPath(char* buffer, UInt32 bufferSize, UInt32* needed = nullptr) const;
 
-    GSErrCode AppendToLocal(const Name& name);
+    HostErrCode AppendToLocal(const Name& name);
     // Cuts the last name off; the location becomes its parent folder.
-    GSErrCode MoveLastLocalName(Name* lastName = nullptr);
-    GSErrCode GetLastLocalName(Name* lastName) const;
+    HostErrCode MoveLastLocalName(Name* lastName = nullptr);
+    HostErrCode GetLastLocalName(Name* lastName) const;
     bool IsEmpty() const { return path_.IsEmpty(); }
 
     bool operator==(const Location& other) const { return path_ == other.path_; }
 
 private:
-    GS::UniString path_;
+    Base::UniString path_;
 };
 
 // A folder opened through the host.
@@ -66,17 +66,17 @@ public:
     using EnumCallback = bool (*)(const Folder& folder, const Name& entryName, bool isFolder, void* userData);
 
     Folder(const Location& location, OnNotFound onNotFound = Fail);
-    GSErrCode GetStatus() const { return status_; }
-    GSErrCode GetLocation(Location* result) const;
-    GSErrCode GetType(const Name& entryName, EntryType* type) const;
-    GSErrCode Delete(const Name& entryName, DataSafety safety = NormalSafety,
-                     AccessDeniedTreatment treatment = ReturnErrorOnDenied);
+    HostErrCode GetStatus() const { return status_; }
+    HostErrCode GetLocation(Location* result) const;
+    HostErrCode GetType(const Name& entryName, EntryType* type) const;
+    HostErrCode Delete(const Name& entryName, DataSafety safety = NormalSafety,
+                       AccessDeniedTreatment treatment = ReturnErrorOnDenied);
     // Entries in name order; an error from the host or a callback answering false is reported.
-    GSErrCode Enumerate(EnumCallback callback, void* userData) const;
+    HostErrCode Enumerate(EnumCallback callback, void* userData) const;
 
 private:
     Location location_;
-    GSErrCode status_ = NoError;
+    HostErrCode status_ = NoError;
 };
 
 // A file opened through the host. Owns a host file handle while open.
@@ -101,21 +101,21 @@ public:
     File(const File&) = delete;
     File& operator=(const File&) = delete;
 
-    GSErrCode GetStatus() const { return status_; }
-    GSErrCode Open(OpenMode mode, AccessDeniedTreatment treatment = ReturnErrorOnDenied);
-    GSErrCode Close();
+    HostErrCode GetStatus() const { return status_; }
+    HostErrCode Open(OpenMode mode, AccessDeniedTreatment treatment = ReturnErrorOnDenied);
+    HostErrCode Close();
     bool IsOpen() const { return handle_ != 0; }
-    GSErrCode GetDataLength(UInt32* length) const;
-    GSErrCode GetDataLength(UInt64* length) const;
-    GSErrCode SeekTo(UInt64 position);
-    GSErrCode ReadBin(char* buffer, UInt64 count, UInt64* read = nullptr);
-    GSErrCode WriteBin(const char* data, UInt64 count, UInt64* written = nullptr);
+    HostErrCode GetDataLength(UInt32* length) const;
+    HostErrCode GetDataLength(UInt64* length) const;
+    HostErrCode SeekTo(UInt64 position);
+    HostErrCode ReadBin(char* buffer, UInt64 count, UInt64* read = nullptr);
+    HostErrCode WriteBin(const char* data, UInt64 count, UInt64* written = nullptr);
     // Clears the error state after a failed operation so that the file can be closed cleanly.
     void ResetErrorStatus();
 
 private:
     Location location_;
-    GSErrCode status_ = NoError;
+    HostErrCode status_ = NoError;
     Int64 handle_ = 0; // the host's open-file handle, 0 when closed
 };
 
@@ -127,10 +127,10 @@ public:
         ApplicationFolder = 10,
         FrameworkFolder = 13 // where the maker's add-ons keep settings and communication files
     };
-    static GSErrCode GetSpecialLocation(Int32 folderID, Location* result);
+    static HostErrCode GetSpecialLocation(Int32 folderID, Location* result);
     // Moves source over target in one step (both in the same folder): target is either the old
     // file or the new one, never half of either. Used to replace files atomically.
-    static GSErrCode MoveOver(const Location& source, const Location& target);
+    static HostErrCode MoveOver(const Location& source, const Location& target);
 };
 
 } // namespace IO

@@ -3,7 +3,7 @@
 // (a poll loop headless, the Qt event loop with windows).
 #pragma once
 
-#include "GSRoot.hpp"
+#include "HostTypes.hpp"
 
 namespace MainLoop {
 

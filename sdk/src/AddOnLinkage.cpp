@@ -10,7 +10,7 @@ namespace {
 using kfsdk::detail::ShieldErr;
 
 template <std::size_t N>
-std::int32_t CopyText(const GS::UniString& text, KF_UChar (&into)[N])
+std::int32_t CopyText(const Base::UniString& text, KF_UChar (&into)[N])
 {
     const std::size_t count = std::min<std::size_t>(text.GetLength(), N);
     std::copy_n(text.ToUStr(), count, into);
@@ -33,7 +33,7 @@ std::int32_t CheckEnvironmentEntry(KF_EnvirRecord* record) noexcept
         envir.serverInfo.releaseVersion = record->serverInfo.releaseVersion;
         envir.serverInfo.buildNum = record->serverInfo.buildNum;
         envir.serverInfo.platform = record->serverInfo.platform;
-        const API_AddonType type = CheckEnvironment(&envir);
+        const API_AddOnType type = CheckEnvironment(&envir);
         record->nameLength = CopyText(envir.addOnInfo.name, record->name);
         record->descriptionLength = CopyText(envir.addOnInfo.description, record->description);
         return std::int32_t(type);

@@ -1,5 +1,5 @@
 // 8-bit texts the host interface exchanges in the application text encoding.
-#include "GSTextEncoding.hpp"
+#include "HostTextEncoding.hpp"
 #include "SdkDetail.hpp"
 
 #include <unicode/ucnv.h>
@@ -27,9 +27,9 @@ UConverter* MacRoman()
 
 } // namespace
 
-std::string ToAppBytes(const GS::UniString& text)
+std::string ToAppBytes(const Base::UniString& text)
 {
-    if (GS::GetApplicationTextEncoding() == GS::AppTextEncoding::UTF8)
+    if (Base::GetApplicationTextEncoding() == Base::AppTextEncoding::UTF8)
         return text.ToUTF8();
     UConverter* conv = MacRoman();
     if (!conv || text.IsEmpty())
@@ -44,20 +44,20 @@ std::string ToAppBytes(const GS::UniString& text)
     return out;
 }
 
-GS::UniString FromAppBytes(std::string_view bytes)
+Base::UniString FromAppBytes(std::string_view bytes)
 {
-    if (GS::GetApplicationTextEncoding() == GS::AppTextEncoding::UTF8)
-        return GS::UniString::FromUTF8(bytes);
+    if (Base::GetApplicationTextEncoding() == Base::AppTextEncoding::UTF8)
+        return Base::UniString::FromUTF8(bytes);
     UConverter* conv = MacRoman();
     if (!conv || bytes.empty())
-        return GS::UniString();
+        return Base::UniString();
     std::vector<UChar> out(bytes.size() + 1);
     UErrorCode status = U_ZERO_ERROR;
     const int32_t n =
         ucnv_toUChars(conv, out.data(), int32_t(out.size()), bytes.data(), int32_t(bytes.size()), &status);
     if (U_FAILURE(status))
-        return GS::UniString();
-    return GS::UniString(reinterpret_cast<const GS::uchar_t*>(out.data()), USize(n));
+        return Base::UniString();
+    return Base::UniString(reinterpret_cast<const Base::uchar_t*>(out.data()), USize(n));
 }
 
 void CopyTerminated(const std::string& bytes, char* buffer, std::size_t size)
@@ -65,7 +65,7 @@ void CopyTerminated(const std::string& bytes, char* buffer, std::size_t size)
     if (!buffer || size == 0)
         return;
     std::size_t count = std::min(bytes.size(), size - 1);
-    if (count < bytes.size() && GS::GetApplicationTextEncoding() == GS::AppTextEncoding::UTF8)
+    if (count < bytes.size() && Base::GetApplicationTextEncoding() == Base::AppTextEncoding::UTF8)
         while (count > 0 && (static_cast<unsigned char>(bytes[count]) & 0xC0) == 0x80)
             --count; // back to the start of the cut sequence
     std::copy_n(bytes.data(), count, buffer);

@@ -11,22 +11,22 @@ namespace {
 // beneath the size it reports, so that growing one element at a time stays cheap.
 struct Block {
     char* bytes;
-    GSSize size;
-    GSSize capacity;
-    GSFlags state;
+    HostSize size;
+    HostSize capacity;
+    HostFlags state;
 };
 
 std::atomic<long> sFailCountdown{0};
-std::atomic<GSSize> sFailFromSize{-1};
+std::atomic<HostSize> sFailFromSize{-1};
 std::atomic<long> sLiveHandles{0};
 
-Block* BlockOf(GSHandle handle)
+Block* BlockOf(HostHandle handle)
 {
     // Block is standard-layout and bytes is its first member, so the two addresses coincide.
     return reinterpret_cast<Block*>(handle);
 }
 
-bool InjectedFailure(GSSize size)
+bool InjectedFailure(HostSize size)
 {
     long n = sFailCountdown.load(std::memory_order_relaxed);
     while (n > 0) {
@@ -37,15 +37,15 @@ bool InjectedFailure(GSSize size)
             break;
         }
     }
-    const GSSize from = sFailFromSize.load(std::memory_order_relaxed);
+    const HostSize from = sFailFromSize.load(std::memory_order_relaxed);
     return from >= 0 && size >= from;
 }
 
-constexpr GSSize kMaxBlock = GSSize(1) << 48;
+constexpr HostSize kMaxBlock = HostSize(1) << 48;
 
 } // namespace
 
-GSHandle BMAllocateHandle(GSSize size, GSFlags flags, short /*reserved*/)
+HostHandle BMAllocateHandle(HostSize size, HostFlags flags, short /*reserved*/)
 {
     if (size < 0 || size > kMaxBlock || InjectedFailure(size)) {
         return nullptr;
@@ -66,16 +66,16 @@ GSHandle BMAllocateHandle(GSSize size, GSFlags flags, short /*reserved*/)
     return &block->bytes;
 }
 
-GSHandle BMReallocHandle(GSHandle handle, GSSize newSize, GSFlags flags, short /*reserved*/)
+HostHandle BMReallocHandle(HostHandle handle, HostSize newSize, HostFlags flags, short /*reserved*/)
 {
     if (handle == nullptr || newSize < 0 || newSize > kMaxBlock || InjectedFailure(newSize)) {
         return nullptr;
     }
     Block* const block = BlockOf(handle);
-    const GSSize oldSize = block->size;
+    const HostSize oldSize = block->size;
     if (newSize > block->capacity) {
         // Grow by half again, so that a run of small growths costs linear time overall.
-        GSSize wanted = block->capacity + block->capacity / 2;
+        HostSize wanted = block->capacity + block->capacity / 2;
         if (wanted < newSize) {
             wanted = newSize;
         }
@@ -91,7 +91,7 @@ GSHandle BMReallocHandle(GSHandle handle, GSSize newSize, GSFlags flags, short /
         block->capacity = wanted;
     } else if (newSize < block->capacity / 4 && block->capacity > 256) {
         // Give memory back once most of it is unused; a failed shrink keeps the larger block.
-        const GSSize wanted = newSize > 0 ? newSize : 1;
+        const HostSize wanted = newSize > 0 ? newSize : 1;
         auto* moved = static_cast<char*>(std::realloc(block->bytes, size_t(wanted)));
         if (moved != nullptr) {
             block->bytes = moved;
@@ -105,12 +105,12 @@ GSHandle BMReallocHandle(GSHandle handle, GSSize newSize, GSFlags flags, short /
     return handle;
 }
 
-GSSize BMGetHandleSize(GSHandle handle)
+HostSize BMGetHandleSize(HostHandle handle)
 {
     return handle != nullptr ? BlockOf(handle)->size : 0;
 }
 
-void BMKillHandle(GSHandle* handle)
+void BMKillHandle(HostHandle* handle)
 {
     if (handle == nullptr || *handle == nullptr) {
         return;
@@ -122,12 +122,12 @@ void BMKillHandle(GSHandle* handle)
     sLiveHandles.fetch_sub(1, std::memory_order_relaxed);
 }
 
-GSFlags BMhGetState(GSHandle handle)
+HostFlags BMhGetState(HostHandle handle)
 {
     return handle != nullptr ? BlockOf(handle)->state : 0;
 }
 
-GSErrCode BMhSetState(GSHandle handle, GSFlags state)
+HostErrCode BMhSetState(HostHandle handle, HostFlags state)
 {
     if (handle == nullptr) {
         return APIERR_BADPARS;
@@ -136,7 +136,7 @@ GSErrCode BMhSetState(GSHandle handle, GSFlags state)
     return NoError;
 }
 
-GSErrCode BMhLock(GSHandle handle)
+HostErrCode BMhLock(HostHandle handle)
 {
     if (handle == nullptr) {
         return APIERR_BADPARS;
@@ -145,7 +145,7 @@ GSErrCode BMhLock(GSHandle handle)
     return NoError;
 }
 
-GSErrCode BMhUnlock(GSHandle handle)
+HostErrCode BMhUnlock(HostHandle handle)
 {
     if (handle == nullptr) {
         return APIERR_BADPARS;
@@ -161,7 +161,7 @@ void FailNthAllocation(long n)
     sFailCountdown.store(n > 0 ? n : 0, std::memory_order_relaxed);
 }
 
-void FailAllocationsFromSize(GSSize bytes)
+void FailAllocationsFromSize(HostSize bytes)
 {
     sFailFromSize.store(bytes, std::memory_order_relaxed);
 }

@@ -25,14 +25,14 @@ void* Cookie(DGDialCallBack callback)
 
 } // namespace
 
-short DGModalDialog(GSResModule resModule, short resID, GSResModule iconResModule, DGDialCallBack callback,
+short DGModalDialog(HostResModule resModule, short resID, HostResModule iconResModule, DGDialCallBack callback,
                     DGUserData userData)
 {
     return KFSDK_CALL(ModalDialog, short(0), resModule, resID, iconResModule, &DialogTrampoline, Cookie(callback),
                       userData);
 }
 
-short DGModelessInit(GSResModule resModule, short resID, GSResModule iconResModule, DGDialCallBack callback,
+short DGModelessInit(HostResModule resModule, short resID, HostResModule iconResModule, DGDialCallBack callback,
                      DGUserData userData, short refID)
 {
     return KFSDK_CALL(ModelessInit, short(0), resModule, resID, iconResModule, &DialogTrampoline, Cookie(callback),
@@ -52,12 +52,12 @@ bool DGIsDialogOpen(short dialID)
     return KFSDK_CALL(IsDialogOpen, 0, dialID) != 0;
 }
 
-void DGSetDialogTitle(short dialID, const GS::UniString& title)
+void DGSetDialogTitle(short dialID, const Base::UniString& title)
 {
     KFSDK_CALL(SetDialogTitle, void(), dialID, Units(title), Length(title));
 }
 
-GS::UniString DGGetDialogTitle(short dialID)
+Base::UniString DGGetDialogTitle(short dialID)
 {
     UniOut out;
     KFSDK_CALL(GetDialogTitle, 0, dialID, out.Out());
@@ -82,12 +82,12 @@ void DGEndMoveGrowItems(short dialID)
     KFSDK_CALL(MoveGrowItems, void(), dialID, 0);
 }
 
-void DGSetItemText(short dialID, short item, const GS::UniString& text)
+void DGSetItemText(short dialID, short item, const Base::UniString& text)
 {
     KFSDK_CALL(SetItemText, void(), dialID, item, Units(text), Length(text));
 }
 
-GS::UniString DGGetItemText(short dialID, short item)
+Base::UniString DGGetItemText(short dialID, short item)
 {
     UniOut out;
     KFSDK_CALL(GetItemText, 0, dialID, item, out.Out());
@@ -163,24 +163,24 @@ short DGListGetItemCount(short dialID, short item)
     return KFSDK_CALL(ListGetItemCount, short(0), dialID, item);
 }
 
-void DGListSetItemText(short dialID, short item, short listItem, const GS::UniString& text)
+void DGListSetItemText(short dialID, short item, short listItem, const Base::UniString& text)
 {
     KFSDK_CALL(ListSetTabItemText, void(), dialID, item, listItem, 0, Units(text), Length(text));
 }
 
-void DGListSetTabItemText(short dialID, short item, short listItem, short tabIndex, const GS::UniString& text)
+void DGListSetTabItemText(short dialID, short item, short listItem, short tabIndex, const Base::UniString& text)
 {
     KFSDK_CALL(ListSetTabItemText, void(), dialID, item, listItem, tabIndex, Units(text), Length(text));
 }
 
-GS::UniString DGListGetTabItemText(short dialID, short item, short listItem, short tabIndex)
+Base::UniString DGListGetTabItemText(short dialID, short item, short listItem, short tabIndex)
 {
     UniOut out;
     KFSDK_CALL(ListGetTabItemText, 0, dialID, item, listItem, tabIndex, out.Out());
     return out.value;
 }
 
-void DGListSetItemIcon(short dialID, short item, short listItem, GSResModule iconModule, short iconResID)
+void DGListSetItemIcon(short dialID, short item, short listItem, HostResModule iconModule, short iconResID)
 {
     KFSDK_CALL(ListSetItemIcon, void(), dialID, item, listItem, iconModule, iconResID);
 }
@@ -200,11 +200,11 @@ short DGListGetSelected(short dialID, short item, short startItem)
     return KFSDK_CALL(ListGetSelected, short(0), dialID, item, startItem);
 }
 
-short DGAlert(short alertType, const GS::UniString& title, const GS::UniString& largeText,
-              const GS::UniString& smallText, const GS::UniString& button1, const GS::UniString& button2,
-              const GS::UniString& button3)
+short DGAlert(short alertType, const Base::UniString& title, const Base::UniString& largeText,
+              const Base::UniString& smallText, const Base::UniString& button1, const Base::UniString& button2,
+              const Base::UniString& button3)
 {
-    const GS::UniString* texts[6] = {&title, &largeText, &smallText, &button1, &button2, &button3};
+    const Base::UniString* texts[6] = {&title, &largeText, &smallText, &button1, &button2, &button3};
     KF_AlertTexts record{};
     for (int i = 0; i < 6; ++i) {
         record.text[i] = Units(*texts[i]);
@@ -225,7 +225,7 @@ bool FileDialog::AddFilter(FTM::TypeID typeID, ExtensionOption)
 
 bool FileDialog::Invoke()
 {
-    GS::UniString folder;
+    Base::UniString folder;
     if (hasFolder_)
         folder_.ToPath(&folder);
     KF_FileDialogRequest request{};
@@ -253,7 +253,7 @@ const IO::Location& FileDialog::GetSelectedFile(UInt32 index) const
 
 bool FolderDialog::Invoke()
 {
-    GS::UniString folder;
+    Base::UniString folder;
     if (hasFolder_)
         folder_.ToPath(&folder);
     UniOut out;

@@ -21,7 +21,7 @@ void CopyText(char (&into)[N], const char* text)
 
 } // namespace
 
-FileType::FileType(const char* description, const char* extension, GSType creator, GSType macType, short iconID,
+FileType::FileType(const char* description, const char* extension, HostFourCC creator, HostFourCC macType, short iconID,
                    ContentDetector*, const char*, bool visible)
     : creator_(creator), macType_(macType), iconID_(iconID), visible_(visible)
 {
@@ -39,9 +39,9 @@ TypeID FileTypeManager::AddType(const FileType& type, GroupID group)
     using kfsdk::detail::FromAppBytes;
     using kfsdk::detail::Length;
     using kfsdk::detail::Units;
-    const GS::UniString manager = FromAppBytes(name_);
-    const GS::UniString description = FromAppBytes(type.GetDescription());
-    const GS::UniString extension = FromAppBytes(type.GetExtension());
+    const Base::UniString manager = FromAppBytes(name_);
+    const Base::UniString description = FromAppBytes(type.GetDescription());
+    const Base::UniString extension = FromAppBytes(type.GetExtension());
     KF_FileTypeRecord record{};
     record.description = Units(description);
     record.descriptionLength = Length(description);

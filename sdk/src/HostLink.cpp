@@ -1,5 +1,5 @@
 // The add-on's copy of the host table, kept from the moment the host hands it over.
-#include "GSTextEncoding.hpp"
+#include "HostTextEncoding.hpp"
 #include "SdkDetail.hpp"
 #include "kfsdk/ExceptionText.hpp"
 #include "kfsdk/HostLink.hpp"
@@ -20,7 +20,7 @@ KF_Err InstallHostTable(const KF_HostTable* table)
 {
     if (!table) {
         sHasTable = false;
-        GS::SetApplicationTextEncoding(GS::AppTextEncoding::UTF8);
+        Base::SetApplicationTextEncoding(Base::AppTextEncoding::UTF8);
         return KF_NOERROR;
     }
     // Another major, or a table smaller than its major's first minor, is refused before anything is
@@ -32,8 +32,8 @@ KF_Err InstallHostTable(const KF_HostTable* table)
     std::memcpy(&sTable, table, std::min<std::size_t>(table->size, sizeof(KF_HostTable)));
     sHasTable = true;
     const std::int32_t encoding = sTable.GetTextEncoding ? sTable.GetTextEncoding(sTable.context) : KF_TEXTENC_UTF8;
-    GS::SetApplicationTextEncoding(encoding == KF_TEXTENC_MACROMAN ? GS::AppTextEncoding::MacRoman
-                                                                   : GS::AppTextEncoding::UTF8);
+    Base::SetApplicationTextEncoding(encoding == KF_TEXTENC_MACROMAN ? Base::AppTextEncoding::MacRoman
+                                                                     : Base::AppTextEncoding::UTF8);
     return KF_NOERROR;
 }
 

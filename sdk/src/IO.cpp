@@ -13,10 +13,10 @@ using kfsdk::detail::Units;
 
 namespace {
 
-constexpr GS::uchar_t kSlash = '/';
+constexpr Base::uchar_t kSlash = '/';
 
 // Position of the last "/" or -1.
-long LastSlash(const GS::UniString& path)
+long LastSlash(const Base::UniString& path)
 {
     for (long i = long(path.GetLength()) - 1; i >= 0; --i)
         if (path[USize(i)] == kSlash)
@@ -24,9 +24,9 @@ long LastSlash(const GS::UniString& path)
     return -1;
 }
 
-GS::UniString Child(const GS::UniString& folder, const GS::UniString& name)
+Base::UniString Child(const Base::UniString& folder, const Base::UniString& name)
 {
-    GS::UniString path = folder;
+    Base::UniString path = folder;
     if (path.IsEmpty() || path[path.GetLength() - 1] != kSlash)
         path.Append(kSlash);
     path.Append(name);
@@ -35,7 +35,7 @@ GS::UniString Child(const GS::UniString& folder, const GS::UniString& name)
 
 } // namespace
 
-GSErrCode Location::ToPath(GS::UniString* result) const
+HostErrCode Location::ToPath(Base::UniString* result) const
 {
     if (!result)
         return APIERR_BADPARS;
@@ -45,7 +45,7 @@ GSErrCode Location::ToPath(GS::UniString* result) const
     return NoError;
 }
 
-GSErrCode Location::ToUTF8POSIXPath(char* buffer, UInt32 bufferSize, UInt32* needed) const
+HostErrCode Location::ToUTF8POSIXPath(char* buffer, UInt32 bufferSize, UInt32* needed) const
 {
     if (path_.IsEmpty())
         return BadLocation;
@@ -58,7 +58,7 @@ GSErrCode Location::ToUTF8POSIXPath(char* buffer, UInt32 bufferSize, UInt32* nee
     return NoError;
 }
 
-GSErrCode Location::AppendToLocal(const Name& name)
+HostErrCode Location::AppendToLocal(const Name& name)
 {
     if (path_.IsEmpty() || name.IsEmpty())
         return BadLocation;
@@ -66,19 +66,19 @@ GSErrCode Location::AppendToLocal(const Name& name)
     return NoError;
 }
 
-GSErrCode Location::MoveLastLocalName(Name* lastName)
+HostErrCode Location::MoveLastLocalName(Name* lastName)
 {
     const long slash = LastSlash(path_);
     if (slash < 0 || USize(slash) + 1 >= path_.GetLength())
         return BadLocation;
-    const GS::UniString name(path_.ToUStr() + slash + 1, path_.GetLength() - USize(slash) - 1);
-    path_ = slash == 0 ? GS::UniString(path_.ToUStr(), 1) : GS::UniString(path_.ToUStr(), USize(slash));
+    const Base::UniString name(path_.ToUStr() + slash + 1, path_.GetLength() - USize(slash) - 1);
+    path_ = slash == 0 ? Base::UniString(path_.ToUStr(), 1) : Base::UniString(path_.ToUStr(), USize(slash));
     if (lastName)
         *lastName = Name(name);
     return NoError;
 }
 
-GSErrCode Location::GetLastLocalName(Name* lastName) const
+HostErrCode Location::GetLastLocalName(Name* lastName) const
 {
     Location copy(*this);
     return copy.MoveLastLocalName(lastName);
@@ -88,14 +88,14 @@ GSErrCode Location::GetLastLocalName(Name* lastName) const
 
 Folder::Folder(const Location& location, OnNotFound onNotFound) : location_(location)
 {
-    GS::UniString path;
+    Base::UniString path;
     if (location.ToPath(&path) != NoError)
         status_ = BadLocation;
     else
         status_ = KFSDK_CALL(FolderOpen, APIERR_GENERAL, Units(path), Length(path), onNotFound == Create ? 1 : 0);
 }
 
-GSErrCode Folder::GetLocation(Location* result) const
+HostErrCode Folder::GetLocation(Location* result) const
 {
     if (!result)
         return APIERR_BADPARS;
@@ -103,31 +103,31 @@ GSErrCode Folder::GetLocation(Location* result) const
     return status_;
 }
 
-GSErrCode Folder::GetType(const Name& entryName, EntryType* type) const
+HostErrCode Folder::GetType(const Name& entryName, EntryType* type) const
 {
     if (status_ != NoError)
         return status_;
     if (!type || entryName.IsEmpty())
         return APIERR_BADPARS;
-    GS::UniString folder;
+    Base::UniString folder;
     location_.ToPath(&folder);
-    const GS::UniString path = Child(folder, entryName.ToUniString());
+    const Base::UniString path = Child(folder, entryName.ToUniString());
     Int32 hostType = UnknownEntry;
-    const GSErrCode err = KFSDK_CALL(GetEntryType, APIERR_GENERAL, Units(path), Length(path), &hostType);
+    const HostErrCode err = KFSDK_CALL(GetEntryType, APIERR_GENERAL, Units(path), Length(path), &hostType);
     if (err == NoError)
         *type = EntryType(hostType);
     return err;
 }
 
-GSErrCode Folder::Delete(const Name& entryName, DataSafety, AccessDeniedTreatment)
+HostErrCode Folder::Delete(const Name& entryName, DataSafety, AccessDeniedTreatment)
 {
     if (status_ != NoError)
         return status_;
     if (entryName.IsEmpty())
         return APIERR_BADPARS;
-    GS::UniString folder;
+    Base::UniString folder;
     location_.ToPath(&folder);
-    const GS::UniString path = Child(folder, entryName.ToUniString());
+    const Base::UniString path = Child(folder, entryName.ToUniString());
     return KFSDK_CALL(DeleteEntry, APIERR_GENERAL, Units(path), Length(path));
 }
 
@@ -144,7 +144,7 @@ std::int32_t EnumTrampoline(void* data, const KF_UChar* name, std::int32_t lengt
 {
     return kfsdk::detail::Shield("folder enumeration", std::int32_t(0), [&] {
         auto* state = static_cast<EnumState*>(data);
-        const Name entry(GS::UniString(reinterpret_cast<const GS::uchar_t*>(name), USize(length < 0 ? 0 : length)));
+        const Name entry(Base::UniString(reinterpret_cast<const Base::uchar_t*>(name), USize(length < 0 ? 0 : length)));
         return state->callback(*state->folder, entry, isFolder != 0, state->userData) ? std::int32_t(1)
                                                                                       : std::int32_t(0);
     });
@@ -152,13 +152,13 @@ std::int32_t EnumTrampoline(void* data, const KF_UChar* name, std::int32_t lengt
 
 } // namespace
 
-GSErrCode Folder::Enumerate(EnumCallback callback, void* userData) const
+HostErrCode Folder::Enumerate(EnumCallback callback, void* userData) const
 {
     if (status_ != NoError)
         return status_;
     if (!callback)
         return APIERR_BADPARS;
-    GS::UniString path;
+    Base::UniString path;
     location_.ToPath(&path);
     EnumState state{this, callback, userData};
     return KFSDK_CALL(Enumerate, APIERR_GENERAL, Units(path), Length(path), &EnumTrampoline, &state);
@@ -168,7 +168,7 @@ GSErrCode Folder::Enumerate(EnumCallback callback, void* userData) const
 
 File::File(const Location& location, OnNotFound onNotFound) : location_(location)
 {
-    GS::UniString path;
+    Base::UniString path;
     if (location.ToPath(&path) != NoError)
         status_ = BadLocation;
     else if (onNotFound != LeaveToOpen)
@@ -181,22 +181,22 @@ File::~File()
         Close();
 }
 
-GSErrCode File::Open(OpenMode mode, AccessDeniedTreatment)
+HostErrCode File::Open(OpenMode mode, AccessDeniedTreatment)
 {
     if (status_ != NoError)
         return status_;
     if (IsOpen())
         Close();
-    GS::UniString path;
+    Base::UniString path;
     location_.ToPath(&path);
     Int64 handle = 0;
-    const GSErrCode err = KFSDK_CALL(FileOpen, APIERR_GENERAL, Units(path), Length(path), Int32(mode), &handle);
+    const HostErrCode err = KFSDK_CALL(FileOpen, APIERR_GENERAL, Units(path), Length(path), Int32(mode), &handle);
     if (err == NoError)
         handle_ = handle;
     return err;
 }
 
-GSErrCode File::Close()
+HostErrCode File::Close()
 {
     if (!IsOpen())
         return NotOpen;
@@ -205,7 +205,7 @@ GSErrCode File::Close()
     return KFSDK_CALL(FileClose, APIERR_GENERAL, handle);
 }
 
-GSErrCode File::GetDataLength(UInt64* length) const
+HostErrCode File::GetDataLength(UInt64* length) const
 {
     if (!IsOpen())
         return NotOpen;
@@ -214,25 +214,25 @@ GSErrCode File::GetDataLength(UInt64* length) const
     return KFSDK_CALL(FileGetLength, APIERR_GENERAL, handle_, length);
 }
 
-GSErrCode File::GetDataLength(UInt32* length) const
+HostErrCode File::GetDataLength(UInt32* length) const
 {
     if (!length)
         return APIERR_BADPARS;
     UInt64 full = 0;
-    const GSErrCode err = GetDataLength(&full);
+    const HostErrCode err = GetDataLength(&full);
     if (err == NoError)
         *length = UInt32(std::min<UInt64>(full, 0xFFFFFFFFu));
     return err;
 }
 
-GSErrCode File::SeekTo(UInt64 position)
+HostErrCode File::SeekTo(UInt64 position)
 {
     if (!IsOpen())
         return NotOpen;
     return KFSDK_CALL(FileSeek, APIERR_GENERAL, handle_, position);
 }
 
-GSErrCode File::ReadBin(char* buffer, UInt64 count, UInt64* read)
+HostErrCode File::ReadBin(char* buffer, UInt64 count, UInt64* read)
 {
     if (read)
         *read = 0;
@@ -241,13 +241,13 @@ GSErrCode File::ReadBin(char* buffer, UInt64 count, UInt64* read)
     if (!buffer && count > 0)
         return APIERR_BADPARS;
     UInt64 done = 0;
-    const GSErrCode err = KFSDK_CALL(FileRead, APIERR_GENERAL, handle_, buffer, count, &done);
+    const HostErrCode err = KFSDK_CALL(FileRead, APIERR_GENERAL, handle_, buffer, count, &done);
     if (read)
         *read = done;
     return err;
 }
 
-GSErrCode File::WriteBin(const char* data, UInt64 count, UInt64* written)
+HostErrCode File::WriteBin(const char* data, UInt64 count, UInt64* written)
 {
     if (written)
         *written = 0;
@@ -256,7 +256,7 @@ GSErrCode File::WriteBin(const char* data, UInt64 count, UInt64* written)
     if (!data && count > 0)
         return APIERR_BADPARS;
     UInt64 done = 0;
-    const GSErrCode err = KFSDK_CALL(FileWrite, APIERR_GENERAL, handle_, data, count, &done);
+    const HostErrCode err = KFSDK_CALL(FileWrite, APIERR_GENERAL, handle_, data, count, &done);
     if (written)
         *written = done;
     return err;
@@ -266,21 +266,21 @@ GSErrCode File::WriteBin(const char* data, UInt64 count, UInt64* written)
 // and closes cleanly, so there is nothing to reset.
 void File::ResetErrorStatus() {}
 
-GSErrCode FileSystem::GetSpecialLocation(Int32 folderID, Location* result)
+HostErrCode FileSystem::GetSpecialLocation(Int32 folderID, Location* result)
 {
     if (!result)
         return APIERR_BADPARS;
     kfsdk::detail::UniOut out;
-    const GSErrCode err = KFSDK_CALL(GetSpecialLocation, APIERR_GENERAL, folderID, out.Out());
+    const HostErrCode err = KFSDK_CALL(GetSpecialLocation, APIERR_GENERAL, folderID, out.Out());
     if (err == NoError)
         *result = Location(out.value);
     return err;
 }
 
-GSErrCode FileSystem::MoveOver(const Location& source, const Location& target)
+HostErrCode FileSystem::MoveOver(const Location& source, const Location& target)
 {
-    GS::UniString from;
-    GS::UniString to;
+    Base::UniString from;
+    Base::UniString to;
     if (source.ToPath(&from) != NoError || target.ToPath(&to) != NoError)
         return BadLocation;
     return KFSDK_CALL(MoveOver, APIERR_GENERAL, Units(from), Length(from), Units(to), Length(to));

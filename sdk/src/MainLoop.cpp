@@ -1,5 +1,5 @@
 // The main run loop and the operating-system services, served by the host.
-#include "KFHostServices.hpp"
+#include "kfsdk/HostServices.hpp"
 #include "MainLoop.hpp"
 
 #include "SdkDetail.hpp"
@@ -63,7 +63,7 @@ double Now()
 
 namespace HostServices {
 
-GSErrCode SpawnDetached(const char* const* argv)
+HostErrCode SpawnDetached(const char* const* argv)
 {
     if (!argv || !argv[0])
         return APIERR_BADPARS;
@@ -90,7 +90,7 @@ double DownloadTimeLimit()
     return update && update->DownloadTimeLimit ? update->DownloadTimeLimit(kfsdk::detail::Context()) : 0.0;
 }
 
-bool Log(const GS::UniString& line)
+bool Log(const Base::UniString& line)
 {
     const auto* log = static_cast<const KF_LogService*>(kfsdk::HostService(KF_SERVICE_LOG));
     if (!log || log->size < sizeof(KF_LogService) || !log->Write)

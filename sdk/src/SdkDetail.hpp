@@ -1,7 +1,7 @@
 // Internal to the sdk: reaching the host table, and the small conversions every forwarding call needs.
 #pragma once
 
-#include "GSUniString.hpp"
+#include "HostUniString.hpp"
 #include "kfsdk/ExceptionText.hpp"
 #include "kfsdk/HostLink.hpp"
 
@@ -46,9 +46,9 @@ KF_Err ShieldErr(const char* call, F&& fn) noexcept
     }
 }
 
-// Collects one answer of the host into a GS::UniString.
+// Collects one answer of the host into a Base::UniString.
 struct UniOut {
-    GS::UniString value;
+    Base::UniString value;
     bool answered = false;
     KF_StringOut out{&UniOut::Sink, this};
 
@@ -61,24 +61,24 @@ struct UniOut {
     {
         auto* me = static_cast<UniOut*>(self);
         me->answered = Shield("a text answer", false, [&] {
-            me->value = GS::UniString(reinterpret_cast<const GS::uchar_t*>(units), USize(length < 0 ? 0 : length));
+            me->value = Base::UniString(reinterpret_cast<const Base::uchar_t*>(units), USize(length < 0 ? 0 : length));
             return true;
         });
     }
 };
 
-inline const KF_UChar* Units(const GS::UniString& s)
+inline const KF_UChar* Units(const Base::UniString& s)
 {
     return reinterpret_cast<const KF_UChar*>(s.ToUStr());
 }
-inline std::int32_t Length(const GS::UniString& s)
+inline std::int32_t Length(const Base::UniString& s)
 {
     return std::int32_t(s.GetLength());
 }
 
 // 8-bit text in the application text encoding (UTF-8 or Mac OS Roman).
-std::string ToAppBytes(const GS::UniString& text);
-GS::UniString FromAppBytes(std::string_view bytes);
+std::string ToAppBytes(const Base::UniString& text);
+Base::UniString FromAppBytes(std::string_view bytes);
 // Copies bytes into buffer of size bytes with its terminator, never cutting a UTF-8 sequence in
 // two when the application encoding is UTF-8.
 void CopyTerminated(const std::string& bytes, char* buffer, std::size_t size);

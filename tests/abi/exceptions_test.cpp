@@ -1,7 +1,7 @@
 // No exception crosses the host boundary: for each kind of crossing, an add-on's callback throws
 // std::bad_alloc, a std::runtime_error and an int; the call answers the error of its kind, the
 // transcript names the add-on, the call and the exception, and the host goes on serving.
-#include "ACAPI.hpp"
+#include "HostAPI.hpp"
 #include "DG.hpp"
 #include "Fault.hpp"
 #include "KF/KF_General.hpp"
@@ -70,7 +70,7 @@ const Crossing kCrossings[] = {
      [](kftest::InProcessHost& host) {
          char how = char(sThrow);
          char* handle = &how;
-         return host.Command(GS::FourCC("FLT "), 1, {}, &handle);
+         return host.Command(Base::FourCC("FLT "), 1, {}, &handle);
      }},
     {"menu handler without the sdk", "menu handler 32501 item 1", true, nullptr,
      [](kftest::InProcessHost& host) {
@@ -87,7 +87,7 @@ const Crossing kCrossings[] = {
     {"dialog handler", "dialog handler", false, nullptr,
      [](kftest::InProcessHost& host) {
          const short dialID =
-             DGModelessInit(ACAPI_GetOwnResModule(), 32600, ACAPI_GetOwnResModule(), ThrowingDialog, 0, 1);
+             DGModelessInit(HostAPI_GetOwnResModule(), 32600, HostAPI_GetOwnResModule(), ThrowingDialog, 0, 1);
          EXPECT_NE(dialID, 0) << "the dialog opens all the same";
          host.Run("click 1");
          return 0;

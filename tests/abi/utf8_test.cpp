@@ -1,6 +1,6 @@
-// The same bytes become the same text on both sides of the table: the sdk's GS::UniString and the
+// The same bytes become the same text on both sides of the table: the sdk's Base::UniString and the
 // host decode with one decoder, one U+FFFD per maximal ill-formed subpart.
-#include "GSUniString.hpp"
+#include "HostUniString.hpp"
 #include "kfhost/Text.hpp"
 
 #include <gtest/gtest.h>
@@ -29,7 +29,7 @@ TEST(Utf8, BothSidesDecodeTheSameBytesAlike)
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(testing::PrintToString(std::string(c.bytes)));
-        const GS::UniString addOnSide = GS::UniString::FromUTF8(c.bytes);
+        const Base::UniString addOnSide = Base::UniString::FromUTF8(c.bytes);
         const std::u16string hostSide = kfhost::FromUTF8(c.bytes);
         EXPECT_EQ(hostSide, c.text);
         EXPECT_EQ(std::u16string_view(reinterpret_cast<const char16_t*>(addOnSide.ToUStr()), addOnSide.GetLength()),

@@ -76,7 +76,7 @@ TEST_F(Files, HostErrorsMapToTheSharedTable)
 {
     struct Case {
         kfhost::FileOp op;
-        GSErrCode code;
+        HostErrCode code;
         std::int32_t result;
     };
     for (const Case c :

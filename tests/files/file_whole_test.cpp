@@ -29,7 +29,7 @@ protected:
 // A host operation failing with a host code, and the result number that must come out.
 struct FailingStep {
     FileOp op;
-    GSErrCode code;
+    HostErrCode code;
     std::int32_t result;
     int count = 1; // operations that fail; -1: all
 };

@@ -40,7 +40,7 @@ TEST_F(Locations, PathsKeepNoTrailingSlashAndNullMeansNone)
     EXPECT_EQ(Utf8(KF_Location(S("/Users/x//")).path), "/Users/x/");
     EXPECT_TRUE(KF_Location(KF_String()).path.IsNull());
     KF_Location location;
-    location.Set(IO::Location(GS::UniString::FromUTF8("/")));
+    location.Set(IO::Location(Base::UniString::FromUTF8("/")));
     EXPECT_FALSE(location.path.IsNull());
     EXPECT_EQ(location.path.GetLength(), 0u);
     location.Set(IO::Location()); // the host gives no path

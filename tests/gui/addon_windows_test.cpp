@@ -134,7 +134,7 @@ TEST_F(AddOnWindows, FirstUseQuestionMainDialogAndLanguageButton)
     EXPECT_EQ(run.host.Dialogs().ModalDepth(), 0);
 }
 
-// That a stored language skips the question is FirstUse's (tests/shell); here, the Host menu's
+// That a stored language skips the question is FirstUse's (tests/addon); here, the Host menu's
 // module command reaching the add-on through the widgets.
 TEST_F(AddOnWindows, HostMenuModuleCommandOpensTheMainDialog)
 {

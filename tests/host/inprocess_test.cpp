@@ -1,7 +1,7 @@
 // The probe add-on linked into the test program and driven through an in-process host: the load
 // sequence, menus, module commands, dialogs of every kind, alerts, system dialogs, timers, files.
-#include "ACAPI.hpp"
-#include "GSTextEncoding.hpp"
+#include "HostAPI.hpp"
+#include "HostTextEncoding.hpp"
 #include "Probe.hpp"
 #include "kfsdk/HostLink.hpp"
 #include "kftest/InProcessHost.hpp"
@@ -47,25 +47,25 @@ TEST_F(InProcess, LoadSequenceHandsOverTheTableAndUnloadFreesIt)
     EXPECT_EQ(probe::Get().release, 17);
     EXPECT_EQ(probe::Get().initialized, 1);
     EXPECT_EQ(kfsdk::ClientPointer(), static_cast<void*>(result.addOn));
-    EXPECT_EQ(GS::GetApplicationTextEncoding(), GS::AppTextEncoding::UTF8);
+    EXPECT_EQ(Base::GetApplicationTextEncoding(), Base::AppTextEncoding::UTF8);
 
     IO::Location own;
-    ASSERT_EQ(ACAPI_GetOwnLocation(&own), NoError);
-    GS::UniString path;
+    ASSERT_EQ(HostAPI_GetOwnLocation(&own), NoError);
+    Base::UniString path;
     own.ToPath(&path);
     EXPECT_EQ(path.ToUTF8(), host.BundlePath("ProbeA").string()) << "the bundle folder itself";
 
     API_ModulID id;
-    ASSERT_EQ(ACAPI_GetOwnModulID(&id), NoError);
+    ASSERT_EQ(HostAPI_GetOwnModulID(&id), NoError);
     EXPECT_EQ(id.developerID, 0x50524F42u);
     EXPECT_EQ(id.localID, 1u);
-    EXPECT_EQ(ACAPI_Command_Test(&id, kPRBE, 1), NoError);
-    EXPECT_EQ(ACAPI_Command_Test(&id, kPRBE, 7), APIERR_MODULCMDNOTSUPPORTED);
+    EXPECT_EQ(HostAPI_Command_Test(&id, kPRBE, 1), NoError);
+    EXPECT_EQ(HostAPI_Command_Test(&id, kPRBE, 7), APIERR_MODULCMDNOTSUPPORTED);
 
     host.Unload();
     EXPECT_EQ(probe::Get().freed, 1);
     EXPECT_EQ(kfsdk::ClientPointer(), nullptr);
-    EXPECT_EQ(ACAPI_GetOwnLocation(&own), APIERR_GENERAL) << "no table once unloaded";
+    EXPECT_EQ(HostAPI_GetOwnLocation(&own), APIERR_GENERAL) << "no table once unloaded";
 }
 
 TEST_F(InProcess, NameAndDescriptionAreCutToTheirRecordFields)
@@ -259,15 +259,15 @@ TEST_F(InProcess, StringsComeFromTheCurrentResourceModuleOnly)
     host.Menu(32500, 9);
     EXPECT_TRUE(Logged("alert \"\" \"without: missing, with: found\" \"\" buttons \"OK\""));
     EXPECT_EQ(host.Host().CurrentResModule(), 0) << "switched back after each use";
-    GS::UniString s;
-    EXPECT_FALSE(ACAPI_Resource_GetLocUStr(&s, 32610, 2));
-    const GSResModule previous = ACAPI_UseOwnResModule();
-    EXPECT_TRUE(ACAPI_Resource_GetLocUStr(&s, 32610, 2));
+    Base::UniString s;
+    EXPECT_FALSE(HostAPI_Resource_GetLocUStr(&s, 32610, 2));
+    const HostResModule previous = HostAPI_UseOwnResModule();
+    EXPECT_TRUE(HostAPI_Resource_GetLocUStr(&s, 32610, 2));
     EXPECT_EQ(s.ToUTF8(), "Alpha");
     char fix[4];
-    EXPECT_TRUE(ACAPI_Resource_GetFixStr(fix, sizeof fix, 32610, 5));
+    EXPECT_TRUE(HostAPI_Resource_GetFixStr(fix, sizeof fix, 32610, 5));
     EXPECT_STREQ(fix, "Pro");
-    ACAPI_ResetResModule(previous);
+    HostAPI_ResetResModule(previous);
     EXPECT_EQ(host.Host().CurrentResModule(), previous);
 }
 
@@ -277,16 +277,16 @@ TEST_F(InProcess, MenuItemFlagsAndModuleCommands)
     API_MenuItemRef ref;
     ref.menuResID = 32500;
     ref.itemIndex = 11;
-    GSFlags flags = 0;
-    ASSERT_EQ(ACAPI_Interface(APIIo_GetMenuItemFlagsID, &ref, &flags), NoError);
+    HostFlags flags = 0;
+    ASSERT_EQ(HostAPI_Interface(HostOp_GetMenuItemFlags, &ref, &flags), NoError);
     EXPECT_EQ(flags, API_MenuItemDisabled);
     flags |= API_MenuItemChecked;
-    ASSERT_EQ(ACAPI_Interface(APIIo_SetMenuItemFlagsID, &ref, &flags), NoError);
+    ASSERT_EQ(HostAPI_Interface(HostOp_SetMenuItemFlags, &ref, &flags), NoError);
     flags = 0;
-    ACAPI_Interface(APIIo_GetMenuItemFlagsID, &ref, &flags);
+    HostAPI_Interface(HostOp_GetMenuItemFlags, &ref, &flags);
     EXPECT_EQ(flags, API_MenuItemDisabled | API_MenuItemChecked);
     ref.menuResID = 32501; // handled but never registered
-    EXPECT_EQ(ACAPI_Interface(APIIo_GetMenuItemFlagsID, &ref, &flags), APIERR_BADID);
+    EXPECT_EQ(HostAPI_Interface(HostOp_GetMenuItemFlags, &ref, &flags), APIERR_BADID);
 
     char result[16] = {};
     EXPECT_EQ(host.Command(kPRBE, 1, {}, nullptr, result), 0);
@@ -314,15 +314,15 @@ TEST_F(InProcessMacRoman, TheHostsTextEncodingBecomesTheApplications)
     host.AddResourceText("strings 32000\n  1 \"\xC3\xBC"
                          "ber\"\nend\n");
     ASSERT_TRUE(Load().Loaded());
-    EXPECT_EQ(GS::GetApplicationTextEncoding(), GS::AppTextEncoding::MacRoman);
-    const GSResModule previous = ACAPI_UseOwnResModule();
+    EXPECT_EQ(Base::GetApplicationTextEncoding(), Base::AppTextEncoding::MacRoman);
+    const HostResModule previous = HostAPI_UseOwnResModule();
     char fix[16];
-    ASSERT_TRUE(ACAPI_Resource_GetFixStr(fix, sizeof fix, 32000, 1));
-    ACAPI_ResetResModule(previous);
+    ASSERT_TRUE(HostAPI_Resource_GetFixStr(fix, sizeof fix, 32000, 1));
+    HostAPI_ResetResModule(previous);
     EXPECT_EQ(std::string(fix), "\x9F"
                                 "ber"); // ü in Mac OS Roman
     host.Unload();
-    EXPECT_EQ(GS::GetApplicationTextEncoding(), GS::AppTextEncoding::UTF8) << "back to the default without a host";
+    EXPECT_EQ(Base::GetApplicationTextEncoding(), Base::AppTextEncoding::UTF8) << "back to the default without a host";
 }
 
 } // namespace

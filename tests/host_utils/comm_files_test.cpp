@@ -48,7 +48,7 @@ TEST_F(Comm, EachReleaseWritesAndReadsItsOwnFile)
     Release(16);
     KF_Location suite;
     ASSERT_TRUE(KF_Comm::SuiteFileLocation(17, suite));
-    EXPECT_EQ(Utf8(suite.path), File("Tavolo_AC17.sui").string());
+    EXPECT_EQ(Utf8(suite.path), File("Tavolo_HV17.sui").string());
     ASSERT_TRUE(KF_Comm::AddOnFileWrite(true));
     EXPECT_EQ(kftest::ReadFile(File("TestAddOn_16.sui")), Scrambled("$Tavolo Loaded: TRUE\n"));
     EXPECT_TRUE(KF_Comm::AddOnFileRead());
@@ -89,13 +89,13 @@ TEST_F(Comm, OnlyOneCompleteEntrySayingTrueReadsTrue)
 
 TEST_F(Comm, SweepDeletesEveryAddOnsFileOfTheRunningReleaseOnly)
 {
-    for (const char* name : {"TestAddOn_17.sui", "Other_17.sui", "TestAddOn_16.sui", "Tavolo_AC17.sui",
+    for (const char* name : {"TestAddOn_17.sui", "Other_17.sui", "TestAddOn_16.sui", "Tavolo_HV17.sui",
                              "notes_17.sui.txt", "x_170.sui", "nested/Deep_17.sui"}) {
         kftest::WriteFile(folder.Path() / name, "x");
     }
     Release(17);
     KF_Comm::AddOnsFileDelete();
-    EXPECT_EQ(Names(), (NameSet{"TestAddOn_16.sui", "Tavolo_AC17.sui", "notes_17.sui.txt", "x_170.sui", "nested"}));
+    EXPECT_EQ(Names(), (NameSet{"TestAddOn_16.sui", "Tavolo_HV17.sui", "notes_17.sui.txt", "x_170.sui", "nested"}));
     EXPECT_TRUE(fs::exists(File("nested/Deep_17.sui")));
 }
 
@@ -105,13 +105,13 @@ TEST_F(Comm, SuiteIsLoadedWhenItAnswersOrItsFileOfThisReleaseExists)
     bool answered = true;
     EXPECT_FALSE(KF_Comm::SuiteIsLoaded(answered));
     EXPECT_FALSE(answered);
-    kftest::WriteFile(File("Tavolo_AC16.sui"), "");
+    kftest::WriteFile(File("Tavolo_HV16.sui"), "");
     EXPECT_FALSE(KF_Comm::SuiteIsLoaded(answered));
-    kftest::WriteFile(File("Tavolo_AC17.sui"), "");
+    kftest::WriteFile(File("Tavolo_HV17.sui"), "");
     EXPECT_TRUE(KF_Comm::SuiteIsLoaded(answered));
     EXPECT_FALSE(answered);
 
-    fs::remove(File("Tavolo_AC17.sui"));
+    fs::remove(File("Tavolo_HV17.sui"));
     kfhost::AddOn& suite = host->Host().Attach(kfhost::ResourceModule{}, host->BundlePath("Tavolo"));
     suite.moduleID = kfhost::ModuleID{KF_Comm::SuiteDeveloperID, KF_Comm::SuiteLocalID};
     suite.initialized = true;

@@ -14,7 +14,7 @@ namespace {
 
 std::u16string U(const char* text)
 {
-    GS::UniString const uni = GS::UniString::FromUTF8(text);
+    Base::UniString const uni = Base::UniString::FromUTF8(text);
     return std::u16string(reinterpret_cast<const char16_t*>(uni.ToUStr()), uni.GetLength());
 }
 
@@ -126,7 +126,7 @@ TEST_F(DialogHelpers, OneTypeDescribedOnTheSpotIsRegisteredOnceAndIsTheOnlyFilte
     EXPECT_EQ(type.manager, u"Module");
     EXPECT_EQ(type.description, u"Library part");
     EXPECT_EQ(type.extension, u"part");
-    EXPECT_EQ(type.creator, GS::FourCC("GSAC"));
+    EXPECT_EQ(type.creator, Base::FourCC("HOST"));
     EXPECT_EQ(type.macType, 0x4C49424Cu);
     EXPECT_EQ(type.iconID, 145);
     EXPECT_TRUE(type.visible);

@@ -6,7 +6,7 @@ add_executable(test_libs_general
   libs_catalog_test.cpp
   general_host_test.cpp
   general_launch_test.cpp)
-target_include_directories(test_libs_general PRIVATE ${PROJECT_SOURCE_DIR}/host/src/services)
+target_include_directories(test_libs_general PRIVATE ${PROJECT_SOURCE_DIR}/host/src/project)
 target_link_libraries(test_libs_general PRIVATE KF::framework kf_test_support GTest::gtest_main)
 kf_set_warnings(test_libs_general)
 gtest_discover_tests(test_libs_general TEST_PREFIX "libs." DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 60)
@@ -17,6 +17,6 @@ foreach(run suite asked missing)
   add_test(NAME libs.example_${run}
     COMMAND ${CMAKE_COMMAND} -DKFHOST=$<TARGET_FILE:kfhost> -DBUNDLE=${_interiors_bundle} -DRUN=${run}
             -DWORK=${CMAKE_CURRENT_BINARY_DIR}/libparts_${run}
-            -P ${PROJECT_SOURCE_DIR}/examples/libparts/scripts/run.cmake)
+            -P ${PROJECT_SOURCE_DIR}/examples/OrvellaInteriors/scripts/run.cmake)
   set_tests_properties(libs.example_${run} PROPERTIES TIMEOUT 60)
 endforeach()

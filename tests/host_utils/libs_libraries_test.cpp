@@ -40,8 +40,8 @@ TEST_F(LibrariesTest, TheLibraryTheHostNamesComesFirst)
 
     // Added libraries follow in the order they came.
     fs::path const d = Library("D", {});
-    IO::Location folder(GS::UniString::FromUTF8(d.string()));
-    ASSERT_EQ(ACAPI_Environment(APIEnv_AddLibrariesID, &folder), NoError);
+    IO::Location folder(Base::UniString::FromUTF8(d.string()));
+    ASSERT_EQ(HostAPI_Environment(HostEnv_AddLibraries, &folder), NoError);
     EXPECT_EQ(Loaded(), (std::vector<std::string>{c.string(), a.string(), b.string(), d.string()}));
 
     const long before = LiveBlocks();

@@ -70,7 +70,7 @@ TEST_F(PartsTest, LocationsNameThePartFiles)
     ASSERT_TRUE(KF_LibPart::Location(KF_Location(K("/elsewhere/Desk.txt")), API_ObjectID, out));
     EXPECT_EQ(U8(out.path), (library_ / "sub" / "Desk").string());
     const long lamp = KF_LibPart::Index(K("wall LAMP"), API_LampID);
-    EXPECT_EQ(KF_LibPart::Index(K("Wall Lamp"), APISpec_DoorID), -1);
+    EXPECT_EQ(KF_LibPart::Index(K("Wall Lamp"), LibPartKind_Door), -1);
     EXPECT_EQ(KF_LibPart::Index(K("Wall Lamp"), API_ZombieLibID), lamp);
     ASSERT_TRUE(KF_LibPart::Location(lamp, out));
     EXPECT_EQ(U8(out.path), (library_ / "Wall Lamp.part").string());

@@ -73,9 +73,9 @@ endif()
 # 4. One of the project's examples, built against the package alone and played by its script.
 run("configuring an example"
   COMMAND ${CMAKE_COMMAND} -S ${KF_HERE}/example -B ${KF_WORK_DIR}/example ${configure_args}
-    -DKF_EXAMPLE_DIR=${KF_SOURCE_DIR}/examples/libparts)
+    -DKF_EXAMPLE_DIR=${KF_SOURCE_DIR}/examples/OrvellaInteriors)
 run("building the example" COMMAND ${CMAKE_COMMAND} --build ${KF_WORK_DIR}/example)
 run("playing the example's script"
   COMMAND ${CMAKE_COMMAND} -DKFHOST=${prefix}/bin/kfhost
     -DBUNDLE=${KF_WORK_DIR}/example/addons/OrvellaInteriors.bundle -DRUN=missing
-    -DWORK=${KF_WORK_DIR}/example-run -P ${KF_SOURCE_DIR}/examples/libparts/scripts/run.cmake)
+    -DWORK=${KF_WORK_DIR}/example-run -P ${KF_SOURCE_DIR}/examples/OrvellaInteriors/scripts/run.cmake)

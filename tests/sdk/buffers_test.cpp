@@ -1,6 +1,6 @@
 // Texts the host hands into a caller's fixed-size buffer: cut to the buffer, always terminated,
 // never writing past it and never ending in half a character.
-#include "ACAPI.hpp"
+#include "HostAPI.hpp"
 #include "DG.hpp"
 #include "FTM.hpp"
 #include "kftest/InProcessHost.hpp"

@@ -1,7 +1,7 @@
 // DG calls of an add-on against the host's dialog model: lists, item states, modeless messages,
 // file dialogs and file types.
 #include "DG.hpp"
-#include "ACAPI.hpp"
+#include "HostAPI.hpp"
 #include "kftest/InProcessHost.hpp"
 
 #include <gtest/gtest.h>
@@ -10,9 +10,9 @@
 
 namespace {
 
-GS::UniString U(const char* s)
+Base::UniString U(const char* s)
 {
-    return GS::UniString::FromUTF8(s);
+    return Base::UniString::FromUTF8(s);
 }
 
 struct Message {
@@ -45,9 +45,9 @@ dialog 100 "Lists" size 200 100 cancel 2
 end
 )");
         host.Attach();
-        const GSResModule previous = ACAPI_UseOwnResModule();
-        dialog = DGModelessInit(ACAPI_GetOwnResModule(), 100, ACAPI_GetOwnResModule(), Record, 7, 0);
-        ACAPI_ResetResModule(previous);
+        const HostResModule previous = HostAPI_UseOwnResModule();
+        dialog = DGModelessInit(HostAPI_GetOwnResModule(), 100, HostAPI_GetOwnResModule(), Record, 7, 0);
+        HostAPI_ResetResModule(previous);
     }
 
     kftest::InProcessHost host;
@@ -147,9 +147,9 @@ TEST_F(Dialogs, ModelessCloseFromOutsideAndTheCloseBox)
     EXPECT_EQ(gMessages[0].message, DG_MSG_CLOSE);
     EXPECT_EQ(gMessages[0].item, 2) << "the close box closes with the cancel item";
 
-    const GSResModule previous = ACAPI_UseOwnResModule();
-    const short second = DGModelessInit(ACAPI_GetOwnResModule(), 100, 0, Record, 0, 0);
-    ACAPI_ResetResModule(previous);
+    const HostResModule previous = HostAPI_UseOwnResModule();
+    const short second = DGModelessInit(HostAPI_GetOwnResModule(), 100, 0, Record, 0, 0);
+    HostAPI_ResetResModule(previous);
     gMessages.clear();
     DGModelessClose(second);
     ASSERT_EQ(gMessages.size(), 1u);
@@ -162,19 +162,19 @@ TEST_F(Dialogs, ModelessCloseFromOutsideAndTheCloseBox)
 TEST_F(Dialogs, DialogsComeFromTheNamedOrCurrentModuleOnly)
 {
     EXPECT_EQ(DGModelessInit(0, 100, 0, Record, 0, 0), 0) << "the host's own module has no dialog 100";
-    EXPECT_EQ(DGModelessInit(ACAPI_GetOwnResModule(), 101, 0, Record, 0, 0), 0);
-    const GSResModule previous = ACAPI_UseOwnResModule();
+    EXPECT_EQ(DGModelessInit(HostAPI_GetOwnResModule(), 101, 0, Record, 0, 0), 0);
+    const HostResModule previous = HostAPI_UseOwnResModule();
     EXPECT_NE(DGModelessInit(0, 100, 0, Record, 0, 0), 0);
-    ACAPI_ResetResModule(previous);
+    HostAPI_ResetResModule(previous);
 }
 
 TEST_F(Dialogs, FileDialogReportsTheChosenFileAndFilter)
 {
     FTM::FileTypeManager manager("Module");
-    const FTM::TypeID text = manager.AddType(FTM::FileType("Text", "txt", GS::FourCC("GSAC"), 1, 145));
-    const FTM::TypeID data = manager.AddType(FTM::FileType("Data", "dat", GS::FourCC("GSAC"), 2, 145));
+    const FTM::TypeID text = manager.AddType(FTM::FileType("Text", "txt", Base::FourCC("HOST"), 1, 145));
+    const FTM::TypeID data = manager.AddType(FTM::FileType("Data", "dat", Base::FourCC("HOST"), 2, 145));
     EXPECT_NE(text, data);
-    EXPECT_EQ(manager.AddType(FTM::FileType("Text", "txt", GS::FourCC("GSAC"), 1, 145)), text);
+    EXPECT_EQ(manager.AddType(FTM::FileType("Text", "txt", Base::FourCC("HOST"), 1, 145)), text);
 
     DG::FileDialog dialog(DG::FileDialog::OpenFile);
     EXPECT_TRUE(dialog.AddFilter(text));
@@ -184,7 +184,7 @@ TEST_F(Dialogs, FileDialogReportsTheChosenFileAndFilter)
     host.Queue("answer file \"/tmp/x.dat\" 1\n");
     ASSERT_TRUE(dialog.Invoke());
     EXPECT_EQ(dialog.GetSelectionCount(), 1u);
-    GS::UniString path;
+    Base::UniString path;
     dialog.GetSelectedFile(0).ToPath(&path);
     EXPECT_EQ(path.ToUTF8(), "/tmp/x.dat");
     EXPECT_EQ(dialog.GetSelectedFilter(), 1u);

@@ -10,9 +10,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-GS::UniString U(const std::string& s)
+Base::UniString U(const std::string& s)
 {
-    return GS::UniString::FromUTF8(s);
+    return Base::UniString::FromUTF8(s);
 }
 IO::Location Loc(const fs::path& p)
 {
@@ -21,7 +21,7 @@ IO::Location Loc(const fs::path& p)
 
 std::string PathOf(const IO::Location& location)
 {
-    GS::UniString path;
+    Base::UniString path;
     return location.ToPath(&path) == NoError ? path.ToUTF8() : std::string("<none>");
 }
 
@@ -35,7 +35,7 @@ protected:
 TEST(Location, PathOperations)
 {
     IO::Location empty;
-    GS::UniString path;
+    Base::UniString path;
     EXPECT_EQ(empty.ToPath(&path), IO::BadLocation);
 
     IO::Location l(U("/A/B"));
@@ -206,10 +206,10 @@ TEST(FileErrors, SystemErrorsMapToTheHostsFileCodes)
     EXPECT_EQ(FileErrorFromErrno(ENOENT), IO::FileNotFound);
     EXPECT_EQ(FileErrorFromErrno(ENOSPC), IO::DiskFull);
     EXPECT_EQ(FileErrorFromErrno(EIO), IO::Error);
-    EXPECT_EQ(IO::Error, GSErrCode(0x81000100u));
-    EXPECT_EQ(IO::FileNotFound, GSErrCode(0x81010100u));
-    EXPECT_EQ(IO::AccessDenied, GSErrCode(0x81010102u));
-    EXPECT_EQ(IO::DiskFull, GSErrCode(0x81010103u));
+    EXPECT_EQ(IO::Error, HostErrCode(0x81000100u));
+    EXPECT_EQ(IO::FileNotFound, HostErrCode(0x81010100u));
+    EXPECT_EQ(IO::AccessDenied, HostErrCode(0x81010102u));
+    EXPECT_EQ(IO::DiskFull, HostErrCode(0x81010103u));
 }
 
 } // namespace

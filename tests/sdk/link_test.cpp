@@ -1,8 +1,8 @@
 // The link to the host: the table's version check, calls before the table, the run loop and the
 // operating-system services.
-#include "ACAPI.hpp"
+#include "HostAPI.hpp"
 #include "DG.hpp"
-#include "KFHostServices.hpp"
+#include "kfsdk/HostServices.hpp"
 #include "MainLoop.hpp"
 #include "kfsdk/HostLink.hpp"
 #include "kftest/InProcessHost.hpp"
@@ -32,8 +32,8 @@ TEST(HostLink, RefusesAnotherMajorOrLessThanItsFirstMinorAndReadsLaterEntriesAsA
     table.version.minor = 0;
     ASSERT_EQ(kfsdk::InstallHostTable(&table), KF_NOERROR);
     EXPECT_EQ(kfsdk::CurrentHostTable()->MoveOver, nullptr);
-    const IO::Location from(GS::UniString::FromUTF8((host.TempDir() / "a").string()));
-    const IO::Location to(GS::UniString::FromUTF8((host.TempDir() / "b").string()));
+    const IO::Location from(Base::UniString::FromUTF8((host.TempDir() / "a").string()));
+    const IO::Location to(Base::UniString::FromUTF8((host.TempDir() / "b").string()));
     EXPECT_EQ(IO::FileSystem::MoveOver(from, to), APIERR_GENERAL);
 
     table.size = sizeof(KF_HostTable) + 64; // a newer host with more entries is fine
@@ -45,21 +45,21 @@ TEST(HostLink, RefusesAnotherMajorOrLessThanItsFirstMinorAndReadsLaterEntriesAsA
 TEST(HostLink, CallsBeforeTheTableAnswerNeutrally)
 {
     ASSERT_EQ(kfsdk::CurrentHostTable(), nullptr);
-    IO::File file(IO::Location(GS::UniString::FromUTF8("/tmp/x")), IO::File::Create);
+    IO::File file(IO::Location(Base::UniString::FromUTF8("/tmp/x")), IO::File::Create);
     EXPECT_EQ(file.GetStatus(), APIERR_GENERAL);
     IO::Location location;
     EXPECT_EQ(IO::FileSystem::GetSpecialLocation(13, &location), APIERR_GENERAL);
     API_ServerApplicationInfo info;
-    EXPECT_EQ(ACAPI_GetReleaseNumber(&info), APIERR_GENERAL);
-    EXPECT_EQ(ACAPI_Environment(APIEnv_ProjectID, nullptr), APIERR_BADPARS);
+    EXPECT_EQ(HostAPI_GetReleaseNumber(&info), APIERR_GENERAL);
+    EXPECT_EQ(HostAPI_Environment(HostEnv_Project, nullptr), APIERR_BADPARS);
     API_RenderingSets sets;
-    EXPECT_EQ(ACAPI_Environment(APIEnv_GetRenderingSetsID, &sets), APIERR_GENERAL);
+    EXPECT_EQ(HostAPI_Environment(HostEnv_GetRenderingSets, &sets), APIERR_GENERAL);
     EXPECT_EQ(DGModalDialog(1, 32500, 1, nullptr, 0), 0);
     EXPECT_EQ(MainLoop::AddTimer(
                   1, [](MainLoop::TimerID, void*) {}, nullptr),
               0);
     EXPECT_EQ(HostServices::UpdateServer(), nullptr);
-    EXPECT_FALSE(HostServices::Log(GS::UniString::FromUTF8("nobody hears")));
+    EXPECT_FALSE(HostServices::Log(Base::UniString::FromUTF8("nobody hears")));
     EXPECT_FALSE(DG::FolderDialog().Invoke());
 }
 
@@ -68,9 +68,9 @@ TEST(HostLink, UnknownServicesAreRefusedAndTheBuiltInLibraryIsRecorded)
     kftest::InProcessHost host;
     host.Attach();
     API_RenderingSets sets;
-    EXPECT_EQ(ACAPI_Environment(GS::FourCC("XXXX"), &sets), APIERR_NOTSUPPORTED);
-    EXPECT_EQ(ACAPI_Interface(GS::FourCC("XXXX"), &sets), APIERR_NOTSUPPORTED);
-    EXPECT_EQ(ACAPI_Register_BuiltInLibrary(), NoError);
+    EXPECT_EQ(HostAPI_Environment(Base::FourCC("XXXX"), &sets), APIERR_NOTSUPPORTED);
+    EXPECT_EQ(HostAPI_Interface(Base::FourCC("XXXX"), &sets), APIERR_NOTSUPPORTED);
+    EXPECT_EQ(HostAPI_Register_BuiltInLibrary(), NoError);
     EXPECT_EQ(host.Host().BuiltInLibraries().size(), 1u);
 }
 
@@ -162,10 +162,10 @@ TEST(HostLink, ServicesComeFromTheHostsConfiguration)
     EXPECT_STREQ(HostServices::UpdateServer(), "127.0.0.1:8080");
     EXPECT_EQ(HostServices::DownloadTimeLimit(), 5.0);
     EXPECT_EQ(kfsdk::HostService("kfhost.update/0"), nullptr);
-    EXPECT_TRUE(HostServices::Log(GS::UniString::FromUTF8("a line from the add-on")));
+    EXPECT_TRUE(HostServices::Log(Base::UniString::FromUTF8("a line from the add-on")));
     EXPECT_EQ(host.Host().Log().Lines().back(), "\"Test.bundle\": a line from the add-on");
     API_ServerApplicationInfo info;
-    ASSERT_EQ(ACAPI_GetReleaseNumber(&info), NoError);
+    ASSERT_EQ(HostAPI_GetReleaseNumber(&info), NoError);
     EXPECT_EQ(info.mainVersion, 17);
 }
 

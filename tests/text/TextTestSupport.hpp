@@ -3,7 +3,7 @@
 
 #include "KF/KF_String.hpp"
 
-#include "GSTextEncoding.hpp"
+#include "HostTextEncoding.hpp"
 
 #include <string>
 #include <vector>
@@ -52,16 +52,16 @@ inline std::vector<std::u16string> Pieces(const KF_List<KF_String>& list, std::v
 // Sets the application encoding for one test and puts the default back afterwards.
 class ScopedAppEncoding {
 public:
-    explicit ScopedAppEncoding(GS::AppTextEncoding enc) : saved_(GS::GetApplicationTextEncoding())
+    explicit ScopedAppEncoding(Base::AppTextEncoding enc) : saved_(Base::GetApplicationTextEncoding())
     {
-        GS::SetApplicationTextEncoding(enc);
+        Base::SetApplicationTextEncoding(enc);
     }
-    ~ScopedAppEncoding() { GS::SetApplicationTextEncoding(saved_); }
+    ~ScopedAppEncoding() { Base::SetApplicationTextEncoding(saved_); }
     ScopedAppEncoding(const ScopedAppEncoding&) = delete;
     ScopedAppEncoding& operator=(const ScopedAppEncoding&) = delete;
 
 private:
-    GS::AppTextEncoding saved_;
+    Base::AppTextEncoding saved_;
 };
 
 } // namespace kftest

@@ -1,6 +1,6 @@
 // The sdk pieces under the text foundation: memory handles and the host's Unicode string.
 #include "BM.hpp"
-#include "GSUniString.hpp"
+#include "HostUniString.hpp"
 
 #include <gtest/gtest.h>
 
@@ -8,12 +8,12 @@
 
 TEST(BMHandles, ReallocationKeepsBytesAndReportsExactSize)
 {
-    GSHandle h = BMAllocateHandle(4, BMFlagClear, 0);
+    HostHandle h = BMAllocateHandle(4, BMFlagClear, 0);
     ASSERT_NE(h, nullptr);
     EXPECT_EQ(BMGetHandleSize(h), 4);
     EXPECT_EQ(std::memcmp(*h, "\0\0\0\0", 4), 0);
     std::memcpy(*h, "abcd", 4);
-    for (GSSize size = 5; size < 5000; size += 7) {
+    for (HostSize size = 5; size < 5000; size += 7) {
         h = BMReallocHandle(h, size, BMFlagClear, 0);
         ASSERT_NE(h, nullptr);
         ASSERT_EQ(BMGetHandleSize(h), size);
@@ -30,11 +30,11 @@ TEST(BMHandles, ReallocationKeepsBytesAndReportsExactSize)
 
 TEST(BMHandles, LockStateIsSavedAndRestored)
 {
-    GSHandle h = BMAllocateHandle(0, 0, 0);
+    HostHandle h = BMAllocateHandle(0, 0, 0);
     ASSERT_NE(h, nullptr);
     EXPECT_EQ(BMhGetState(h), 0u);
     BMhLock(h);
-    const GSFlags locked = BMhGetState(h);
+    const HostFlags locked = BMhGetState(h);
     EXPECT_NE(locked & BMLockedState, 0u);
     BMhUnlock(h);
     EXPECT_EQ(BMhGetState(h) & BMLockedState, 0u);
@@ -47,9 +47,9 @@ TEST(BMHandles, FailureHookFailsTheChosenCallsOnly)
 {
     const long live = BMTesting::LiveHandleCount();
     BMTesting::FailNthAllocation(2);
-    GSHandle a = BMAllocateHandle(8, 0, 0);
-    GSHandle b = BMAllocateHandle(8, 0, 0);
-    GSHandle c = BMAllocateHandle(8, 0, 0);
+    HostHandle a = BMAllocateHandle(8, 0, 0);
+    HostHandle b = BMAllocateHandle(8, 0, 0);
+    HostHandle c = BMAllocateHandle(8, 0, 0);
     EXPECT_NE(a, nullptr);
     EXPECT_EQ(b, nullptr);
     EXPECT_NE(c, nullptr);
@@ -69,39 +69,39 @@ TEST(BMHandles, FailureHookFailsTheChosenCallsOnly)
 
 TEST(UniString, ConstructionAppendAndMoveKeepTheTerminator)
 {
-    EXPECT_TRUE(GS::UniString(static_cast<const GS::uchar_t*>(nullptr)).IsEmpty());
-    GS::uchar_t const units[] = {'a', 0, 'b', 0};
-    GS::UniString const terminated(units);
-    GS::UniString const counted(units, 3);
+    EXPECT_TRUE(Base::UniString(static_cast<const Base::uchar_t*>(nullptr)).IsEmpty());
+    Base::uchar_t const units[] = {'a', 0, 'b', 0};
+    Base::UniString const terminated(units);
+    Base::UniString const counted(units, 3);
     EXPECT_EQ(terminated.GetLength(), 1u);
     ASSERT_EQ(counted.GetLength(), 3u);
     EXPECT_EQ(counted[2], 'b');
     EXPECT_EQ(counted.ToUStr()[3], 0);
     EXPECT_NE(terminated, counted);
 
-    GS::UniString s = GS::UniString::FromUTF8("ab");
+    Base::UniString s = Base::UniString::FromUTF8("ab");
     s.Append(s);
-    GS::UniString moved(std::move(s));
+    Base::UniString moved(std::move(s));
     EXPECT_EQ(moved.ToUTF8(), "abab");
     EXPECT_EQ(s.ToUStr()[0], 0); // NOLINT(bugprone-use-after-move): the moved-from state is specified
-    EXPECT_LT(GS::UniString::FromUTF8("a"), GS::UniString::FromUTF8("b"));
+    EXPECT_LT(Base::UniString::FromUTF8("a"), Base::UniString::FromUTF8("b"));
 }
 
 TEST(UniString, Utf8RoundTripAndRepairs)
 {
     std::string const text = "x\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80"; // x e-acute euro emoji
-    GS::UniString const s = GS::UniString::FromUTF8(text);
+    Base::UniString const s = Base::UniString::FromUTF8(text);
     ASSERT_EQ(s.GetLength(), 5u);
     EXPECT_EQ(s[3], 0xD83D);
     EXPECT_EQ(s[4], 0xDE00);
     EXPECT_EQ(s.ToUTF8(), text);
     // Each maximal ill-formed subpart becomes one U+FFFD.
-    GS::UniString const bad = GS::UniString::FromUTF8("a\xE2\x82"
-                                                      "b\xFF");
+    Base::UniString const bad = Base::UniString::FromUTF8("a\xE2\x82"
+                                                          "b\xFF");
     ASSERT_EQ(bad.GetLength(), 4u);
     EXPECT_EQ(bad[1], 0xFFFD);
     EXPECT_EQ(bad[2], 'b');
     EXPECT_EQ(bad[3], 0xFFFD);
-    GS::uchar_t const lone[] = {0xD800, 'z'};
-    EXPECT_EQ(GS::UniString(lone, 2).ToUTF8(), "\xEF\xBF\xBDz");
+    Base::uchar_t const lone[] = {0xD800, 'z'};
+    EXPECT_EQ(Base::UniString(lone, 2).ToUTF8(), "\xEF\xBF\xBDz");
 }

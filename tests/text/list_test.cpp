@@ -71,11 +71,11 @@ TEST_F(ListTest, StoreIsSizedToExactlyCountElements)
     EXPECT_EQ(BMGetHandleSize(list.store), 0);
     for (long i = 0; i < 40; ++i) {
         list.AddData(Tracked(i), -1);
-        ASSERT_EQ(BMGetHandleSize(list.store), GSSize(list.count) * GSSize(sizeof(Tracked)));
+        ASSERT_EQ(BMGetHandleSize(list.store), HostSize(list.count) * HostSize(sizeof(Tracked)));
     }
     for (long i = 0; i < 40; ++i) {
         list.DeleteData(0);
-        ASSERT_EQ(BMGetHandleSize(list.store), GSSize(list.count) * GSSize(sizeof(Tracked)));
+        ASSERT_EQ(BMGetHandleSize(list.store), HostSize(list.count) * HostSize(sizeof(Tracked)));
     }
 }
 
@@ -223,7 +223,7 @@ TEST_F(ListTest, FailedShrinkAndResizeAlsoDropTheStore)
     EXPECT_EQ(list.count, 0);
 
     KF_List<Tracked> other = Abc();
-    BMTesting::FailAllocationsFromSize(GSSize(10 * sizeof(Tracked)));
+    BMTesting::FailAllocationsFromSize(HostSize(10 * sizeof(Tracked)));
     other.SetSize(10, true);
     EXPECT_EQ(other.store, nullptr);
     EXPECT_EQ(other.count, 0);

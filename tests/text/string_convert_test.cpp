@@ -182,7 +182,7 @@ TEST(ConvertWrappers, SystemEncodingIsReadAtEveryCall)
     const char* const roman = "caf\x8E";
     EXPECT_TRUE(KF_String(roman).IsNull()) << "not UTF-8";
     {
-        kftest::ScopedAppEncoding scoped(GS::AppTextEncoding::MacRoman);
+        kftest::ScopedAppEncoding scoped(Base::AppTextEncoding::MacRoman);
         EXPECT_EQ(U(KF_String(roman)), u"caf\u00E9");
         EXPECT_EQ(ToBytes(FromU16(u"\u00E9"), E::Enc_System), std::string("\x8E\0", 2));
         EXPECT_EQ(U(KF_String("x", E::Encoding(57))), u"x") << "unknown values act as the system encoding";

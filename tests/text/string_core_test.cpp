@@ -130,7 +130,7 @@ TEST(StringAccess, OutOfRangeGivesNeutralAnswers)
 
 TEST(StringAccess, CharConversionsFollowTheApplicationEncoding)
 {
-    kftest::ScopedAppEncoding roman(GS::AppTextEncoding::MacRoman);
+    kftest::ScopedAppEncoding roman(Base::AppTextEncoding::MacRoman);
     KF_String s = FromU16(u"\u00E9\u20AC\u4E00");
     EXPECT_EQ(static_cast<unsigned char>(s.CharAt(0)), 0x8E);
     EXPECT_EQ(static_cast<unsigned char>(s.CharAt(1)), 0xDB);

@@ -110,7 +110,7 @@ TEST(TextToString, GuessesWithoutAMark)
     EXPECT_EQ(E::TextToString(s, "caf\xE9!", 5, true, E::Enc_UTF8), E::Enc_None) << "nothing detected";
     EXPECT_EQ(U(s), u"ab") << "the UTF-8 system encoding cannot read it: the target is left alone";
     {
-        kftest::ScopedAppEncoding roman(GS::AppTextEncoding::MacRoman);
+        kftest::ScopedAppEncoding roman(Base::AppTextEncoding::MacRoman);
         EXPECT_EQ(E::TextToString(s, "caf\x8E!", 5, true, E::Enc_UTF8), E::Enc_None);
         EXPECT_EQ(U(s), u"caf\u00E9!");
     }

@@ -1,12 +1,12 @@
 // The check and its results dialog with the framework linked into the test, for what the example
 // add-on cannot reach: a malformed own version line, the call contracts, and every state of the
-// dialog's items (add-on "Beam Tools", see AddonConstants.cpp).
-#include "AddonHost.hpp"
+// dialog's items (add-on "Beam Tools", see AddOnConstants.cpp).
+#include "AddOnHost.hpp"
 #include "DownloadHarness.hpp"
 #include "KF_AddonUpdateState.hpp"
 #include "VersionsParse.hpp"
 
-#include "ACAPI.hpp"
+#include "HostAPI.hpp"
 #include "DG.hpp"
 #include "KF/KF_AddonSettings.hpp"
 #include "KF/KF_AddonUpdate.hpp"
@@ -50,8 +50,9 @@ protected:
         kf::detail::KF_AddonUpdate_State().hasLibrary = library;
         kf::detail::KF_AddonUpdate_State().addonLibName = "BeamLib";
         kf::detail::KF_AddonUpdate_State().statusLib = statusLib;
-        const short id = DGModelessInit(ACAPI_GetOwnResModule(), kf::detail::kUpdateResultDialog,
-                                        ACAPI_GetOwnResModule(), kf::detail::KF_AddonUpdate_ResultUpdate_Handler, 0, 0);
+        const short id =
+            DGModelessInit(HostAPI_GetOwnResModule(), kf::detail::kUpdateResultDialog, HostAPI_GetOwnResModule(),
+                           kf::detail::KF_AddonUpdate_ResultUpdate_Handler, 0, 0);
         DGShowModelessDialog(id);
         kfhost::Dialog* dialog = host_->Host().Dialogs().Find(id);
         if (dialog == nullptr)
@@ -160,7 +161,7 @@ TEST_F(CheckInProcess, OnlyTheFourButtonsAct)
 
 TEST_F(CheckInProcess, AMalformedOwnVersionLineEndsWithTheAlert)
 {
-    Serve("OBT 1.2.1.0 (AC170) 02/09/2013\n");
+    Serve("OBT 1.2.1.0 (HV170) 02/09/2013\n");
     Check(KF_String("OBT 1.2.0.3 15/03/2013"));
     EXPECT_TRUE(host_->Run("expect alert \"" + Text(33) + "\""));
     EXPECT_TRUE(host_->Run("expect no-alert"));
@@ -169,11 +170,11 @@ TEST_F(CheckInProcess, AMalformedOwnVersionLineEndsWithTheAlert)
 
 TEST_F(CheckInProcess, CallsThatDoNothing)
 {
-    Serve("OBT 1.2.1.0 (AC170) 02/09/2013\n");
+    Serve("OBT 1.2.1.0 (HV170) 02/09/2013\n");
     EXPECT_FALSE(KF_AddonUpdate_CheckForUpdate(0, true, KF_String(""), KF_String("")));
     EXPECT_FALSE(KF_AddonUpdate_CheckForUpdate(0, true, KF_String(), KF_String("")));
-    EXPECT_TRUE(KF_AddonUpdate_CheckForUpdate(2, true, KF_String("OBT 1.2.0.3 (AC170) 15/03/2013"), KF_String("")));
-    EXPECT_TRUE(KF_AddonUpdate_AutoUpdate(2, KF_String("OBT 1.2.0.3 (AC170) 15/03/2013"), KF_String("")));
+    EXPECT_TRUE(KF_AddonUpdate_CheckForUpdate(2, true, KF_String("OBT 1.2.0.3 (HV170) 15/03/2013"), KF_String("")));
+    EXPECT_TRUE(KF_AddonUpdate_AutoUpdate(2, KF_String("OBT 1.2.0.3 (HV170) 15/03/2013"), KF_String("")));
     host_->RunLoop(0.3);
     EXPECT_TRUE(server_->RequestTargets().empty());
     EXPECT_TRUE(ReadSettingsFile(host_->FrameworkFolder() / "BeamTools_10.cfg").empty());
@@ -182,17 +183,17 @@ TEST_F(CheckInProcess, CallsThatDoNothing)
 
 TEST_F(CheckInProcess, OnlyTheDateDecidesAndTheLastMatchingLineIsRemembered)
 {
-    Serve("OBT 1.0.0.0 (AC170) 01/01/2014\n"
-          "OBT 1.9.0.0 (AC170) 01/01/2012\n"
+    Serve("OBT 1.0.0.0 (HV170) 01/01/2014\n"
+          "OBT 1.9.0.0 (HV170) 01/01/2012\n"
           "Lib 01-01-2020\n"
-          "OBT 2.0.0.0 (AC170) 01/01/2020\n");
-    Check(KF_String("OBT 1.2.0.3 (AC170) 15/03/2013"));
+          "OBT 2.0.0.0 (HV170) 01/01/2020\n");
+    Check(KF_String("OBT 1.2.0.3 (HV170) 15/03/2013"));
     EXPECT_EQ(kf::detail::KF_AddonUpdate_State().status, 3);
-    EXPECT_EQ(Utf8(kf::detail::KF_AddonUpdate_State().serverAddonVersion), "OBT 1.9.0.0 (AC170) 01/01/2012");
+    EXPECT_EQ(Utf8(kf::detail::KF_AddonUpdate_State().serverAddonVersion), "OBT 1.9.0.0 (HV170) 01/01/2012");
     EXPECT_EQ(Utf8(kf::detail::KF_AddonUpdate_State().serverAddonLibVersion), "???");
 
-    Serve("OBT 1.2.0.3 (AC160) 01/01/2014\n");
-    Check(KF_String("OBT 1.2.0.3 (AC170) 15/03/2013"));
+    Serve("OBT 1.2.0.3 (HV160) 01/01/2014\n");
+    Check(KF_String("OBT 1.2.0.3 (HV170) 15/03/2013"));
     EXPECT_EQ(kf::detail::KF_AddonUpdate_State().status, 2);
     EXPECT_EQ(Utf8(kf::detail::KF_AddonUpdate_State().serverAddonVersion), "???");
 }
@@ -209,7 +210,7 @@ TEST_F(CheckInProcess, ReadVersionsFileReadsTheCopyInTheFrameworkFolder)
     EXPECT_TRUE(KF_AddonUpdate_ReadVersionsFile(messages, addons, libraries));
     EXPECT_EQ(addons.GetCount(), 0);
 
-    kftest::WriteFile(copy, "MESSAGE\nLib 01-01-2013\nOBT 1.2.1.0 (AC170) 02/09/2013 int\n# Grüße\n");
+    kftest::WriteFile(copy, "MESSAGE\nLib 01-01-2013\nOBT 1.2.1.0 (HV170) 02/09/2013 int\n# Grüße\n");
     EXPECT_TRUE(KF_AddonUpdate_ReadVersionsFile(messages, addons, libraries));
     ASSERT_EQ(addons.GetCount(), 1);
     EXPECT_EQ(Utf8(addons[0].text), "Grüße") << "the copy is read as UTF-8";
@@ -224,8 +225,8 @@ TEST_F(CheckInProcess, ReadVersionsFileReadsTheCopyInTheFrameworkFolder)
 
 TEST_F(CheckInProcess, FailuresBeforeTheComparisonEndInTheirOwnOutcome)
 {
-    Serve("OBT 1.2.1.0 (AC170) 02/09/2013\n");
-    const KF_String line("OBT 1.2.0.3 (AC170) 15/03/2013");
+    Serve("OBT 1.2.1.0 (HV170) 02/09/2013\n");
+    const KF_String line("OBT 1.2.0.3 (HV170) 15/03/2013");
     // The copy cannot be made at the opening: the download fails, the dialog goes, one alert.
     host_->Faults().Fail(kfhost::FileOp::Create, "*__updcf__.tmp.*.kftmp", KF_IOERR_ACCESSDENIED, -1);
     Check(line);
@@ -246,8 +247,8 @@ TEST_F(CheckInProcess, FailuresBeforeTheComparisonEndInTheirOwnOutcome)
 
 TEST_F(CheckInProcess, TheIntervalEndsAfterFourteenDaysToTheMinute)
 {
-    Serve("OBT 1.2.1.0 (AC170) 02/09/2013\n");
-    const KF_String line("OBT 1.2.0.3 (AC170) 15/03/2013");
+    Serve("OBT 1.2.1.0 (HV170) 02/09/2013\n");
+    const KF_String line("OBT 1.2.0.3 (HV170) 15/03/2013");
     const KF_String key = KF_String("LastUpdateCheck_170");
     const long fourteenDays = 14L * 24 * 3600;
     for (const auto& [ago, checks] : {std::pair{fourteenDays - 60, false}, {fourteenDays + 2, true}}) {
@@ -265,13 +266,13 @@ TEST_F(CheckInProcess, TheCheckMarkFollowsTheSettingInAllSevenMenus)
     constexpr short kFirst = 32600;
     constexpr short kLast = kFirst + 6;
     for (short menu = kFirst; menu <= kLast; ++menu)
-        ASSERT_EQ(ACAPI_Register_Menu(menu, 0, MenuCode_Tools, 0), NoError) << menu;
+        ASSERT_EQ(HostAPI_Register_Menu(menu, 0, MenuCode_Tools, 0), NoError) << menu;
     auto checked = [](short menu) {
         API_MenuItemRef item{};
         item.menuResID = menu;
         item.itemIndex = 2;
-        GSFlags flags = 0;
-        EXPECT_EQ(ACAPI_Interface(APIIo_GetMenuItemFlagsID, &item, &flags), NoError) << menu;
+        HostFlags flags = 0;
+        EXPECT_EQ(HostAPI_Interface(HostOp_GetMenuItemFlags, &item, &flags), NoError) << menu;
         return (flags & API_MenuItemChecked) != 0;
     };
     KF_AddonSettings_LoadSetSave(KF_AddonSettings_ThisAddon, KF_String("AutoUpdate"), KF_String("1"), true);
@@ -292,7 +293,7 @@ TEST_F(CheckInProcess, ACancelledResultsDialogDoesNotCancelTheNextCheck)
 {
     kfhost::Dialog& earlier = Results(2, false, 1);
     EXPECT_EQ(kf::detail::KF_AddonUpdate_ResultUpdate_Handler(DG_MSG_CLICK, earlier.id, 2, 0, 0), 2);
-    Serve("OBT 1.2.1.0 (AC170) 02/09/2013\n");
-    Check(KF_String("OBT 1.2.0.3 (AC170) 15/03/2013"));
+    Serve("OBT 1.2.1.0 (HV170) 02/09/2013\n");
+    Check(KF_String("OBT 1.2.0.3 (HV170) 15/03/2013"));
     EXPECT_EQ(kf::detail::KF_AddonUpdate_State().status, 3) << "the next check runs to its result";
 }

@@ -119,7 +119,7 @@ protected:
 
 std::string VersionsFile()
 {
-    std::string text = "OBT 1.2.1.0 (AC170) 02/09/2013 ita int\n";
+    std::string text = "OBT 1.2.1.0 (HV170) 02/09/2013 ita int\n";
     while (text.size() < 40000)
         text += "# A long release note that makes the file span several blocks.\n";
     return text;

@@ -1,6 +1,6 @@
 // The update check end to end: the example add-on in the host, its menu, its versions file on a
 // loopback server, its results dialog, alerts and settings.
-#include "AddonHost.hpp"
+#include "AddOnHost.hpp"
 #include "DownloadHarness.hpp"
 
 #include "kfsdk/HostTable.h"
@@ -13,19 +13,19 @@ using namespace kftest;
 
 namespace {
 
-// The example add-on is "OBT 1.2.0.3 (AC170) 15/03/2013" with the library "OrvellaBeamLib".
+// The example add-on is "OBT 1.2.0.3 (HV170) 15/03/2013" with the library "OrvellaBeamLib".
 constexpr char kName[] = "Orvella Beam Tools";
 constexpr char kNewer[] = "* newest releases\n"
                           "MESSAGE 01/01/2013\n# Hello http://example.invalid/\n"
                           "OrvellaBeamLib 15-02-2013\n"
-                          "OBT 1.2.1.0 (AC170) 02/09/2013 ita int\n# Faster.\n";
+                          "OBT 1.2.1.0 (HV170) 02/09/2013 ita int\n# Faster.\n";
 // Lines that match the add-on but are not newer, or are newer but do not match it.
-constexpr char kNothingNewer[] = "OBT 1.9.9.9 (AC170) 14/03/2013\n"
-                                 "OBT 1.2.0.3 (AC170) 15/03/2013\n"
-                                 "OBT 2.0.0.0 (AC170) 01/01/2014\n"
-                                 "OBT 1.3.0.0 (AC160) 01/01/2014\n"
-                                 "obt 1.3.0.0 (AC170) 01/01/2014\n"
-                                 "OBT 1.3.0.0 (AC1700) 01/01/2014\n";
+constexpr char kNothingNewer[] = "OBT 1.9.9.9 (HV170) 14/03/2013\n"
+                                 "OBT 1.2.0.3 (HV170) 15/03/2013\n"
+                                 "OBT 2.0.0.0 (HV170) 01/01/2014\n"
+                                 "OBT 1.3.0.0 (HV160) 01/01/2014\n"
+                                 "obt 1.3.0.0 (HV170) 01/01/2014\n"
+                                 "OBT 1.3.0.0 (HV1700) 01/01/2014\n";
 
 std::string With(std::string text, const std::string& what, const std::string& by)
 {
@@ -39,7 +39,7 @@ long Number(const std::string& text)
     return text.empty() ? 0 : std::stol(text);
 }
 
-class UpdateCheck : public AddonHost {
+class UpdateCheck : public AddOnHost {
 protected:
     bool CheckNowShowsResults()
     {
@@ -135,7 +135,7 @@ TEST_F(UpdateCheck, TheFirstAutomaticCallOnlySwitchesCheckingOn)
     ASSERT_NO_FATAL_FAILURE(Load());
     EXPECT_TRUE(MenuChecked(kAutoCheck)) << "a missing setting counts as on";
     Menu(kAbout);
-    EXPECT_TRUE(AlertShown("OBT 1.2.0.3 (AC170) 15/03/2013"));
+    EXPECT_TRUE(AlertShown("OBT 1.2.0.3 (HV170) 15/03/2013"));
     host_->RunLoop(0.3);
     EXPECT_EQ(OwnSettings()["AutoUpdate"], "1");
     EXPECT_EQ(OwnSettings().count(LastCheckKey()), 0u);
@@ -177,7 +177,7 @@ TEST_F(UpdateCheck, AnAutomaticCheckWithNothingNewerStaysSilent)
         RunUntil([&] { return !server_->RequestTargets().empty() && !std::filesystem::exists(VersionsCopy()); }));
     host_->RunLoop(0.2);
     EXPECT_EQ(ShownResults(), nullptr);
-    EXPECT_TRUE(AlertShown("OBT 1.2.0.3 (AC170) 15/03/2013"));
+    EXPECT_TRUE(AlertShown("OBT 1.2.0.3 (HV170) 15/03/2013"));
     EXPECT_TRUE(NoAlert());
     EXPECT_TRUE(CheckedRecently());
 }
@@ -249,7 +249,7 @@ TEST_F(UpdateCheckFailure, AServerThatNeverAnswersWithinTheLimit)
     WriteOwnSettings({{"AutoUpdate", "1"}});
     ASSERT_NO_FATAL_FAILURE(Load(server_->BaseUrl() + "/test/hang"));
     Menu(kAbout); // an automatic check fails aloud too
-    EXPECT_TRUE(AlertShown("OBT 1.2.0.3 (AC170) 15/03/2013"));
+    EXPECT_TRUE(AlertShown("OBT 1.2.0.3 (HV170) 15/03/2013"));
     host_->ClearTranscript();
     ExpectOneAlert();
     EXPECT_EQ(OpenResults(), nullptr);

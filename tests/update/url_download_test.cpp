@@ -45,7 +45,7 @@ protected:
 
 TEST_F(URLDownload, FetchesAFileWithOpenedThenDataThenDone)
 {
-    std::string const content = "OBT 1.2.1.0 (AC170) 02/09/2013\n# text\n";
+    std::string const content = "OBT 1.2.1.0 (HV170) 02/09/2013\n# text\n";
     ServedFile("update_plugins/versions16.txt", content);
     Recorder& r = NewRecorder();
     ASSERT_TRUE(Start(Url("/update_plugins/versions16.txt"), r));
@@ -102,7 +102,7 @@ TEST_F(URLDownload, AnErrorStatusFailsAndLeavesNoFile)
         EXPECT_EQ(EntriesFor(r.target), 0u) << status;
     }
     // The same page with status 200 is a document like any other; its lines are no entries.
-    std::string const page = "<html>\n<p>The page 01/01/2012 (AC170) is not here.</p>\n</html>\n";
+    std::string const page = "<html>\n<p>The page 01/01/2012 (HV170) is not here.</p>\n</html>\n";
     ServedFile("page.html", page);
     Recorder& r = NewRecorder();
     ASSERT_TRUE(Fetch(Url("/page.html"), r));

@@ -27,11 +27,11 @@ TEST(VersionsFile, ReadsTheThreeKindsOfEntryInFileOrder)
                            "# Hello users\n"
                            "BeamLib 15-02-2012 ignored tokens\n"
                            "# Library text\n"
-                           "XYZ 1.2.0.15 (AC160) 20/01/2012 ita int\n"
+                           "XYZ 1.2.0.15 (HV160) 20/01/2012 ita int\n"
                            "# First line\n"
                            "# Second line\n"
                            "\n"
-                           "ABC 2.0.0.1 (AC170) 05/06/2013\n");
+                           "ABC 2.0.0.1 (HV170) 05/06/2013\n");
     ASSERT_EQ(p.messages.size(), 1u);
     EXPECT_EQ(p.messages[0].firstDate, "20120301");
     EXPECT_EQ(p.messages[0].secondDate, "20120331");
@@ -93,15 +93,15 @@ TEST(VersionsFile, MessageTextIsSplitAtTheFirstPlainHttpAddress)
 
 TEST(VersionsFile, TextBlocksDropLeadingEmptyLinesButKeepLaterOnes)
 {
-    const Parsed p = Parse("A 1.0.0.0 (AC160) 01/02/2012\n"
+    const Parsed p = Parse("A 1.0.0.0 (HV160) 01/02/2012\n"
                            "#\n"
                            "# Hello\n"
-                           "B 1.0.0.0 (AC160) 01/02/2012\n"
+                           "B 1.0.0.0 (HV160) 01/02/2012\n"
                            "# Hello\n"
                            "#\n"
                            "#x\n"
                            "# World\n"
-                           "C 1.0.0.0 (AC160) 01/02/2012\n"
+                           "C 1.0.0.0 (HV160) 01/02/2012\n"
                            "#Tight\n");
     ASSERT_EQ(p.addons.size(), 3u);
     EXPECT_EQ(p.addons[0].text, "Hello");
@@ -111,7 +111,7 @@ TEST(VersionsFile, TextBlocksDropLeadingEmptyLinesButKeepLaterOnes)
 
 TEST(VersionsFile, TextBlockEndsAtTheFirstOtherLineAndIgnoredLinesOwnNoText)
 {
-    const Parsed p = Parse("A 1.0.0.0 (AC160) 01/02/2012\n"
+    const Parsed p = Parse("A 1.0.0.0 (HV160) 01/02/2012\n"
                            "# kept\n"
                            "* a comment ends the block\n"
                            "# orphan after a comment\n"
@@ -129,7 +129,7 @@ TEST(VersionsFile, TextBlockEndsAtTheFirstOtherLineAndIgnoredLinesOwnNoText)
 TEST(VersionsFile, LineEndsOfEveryKindParseAlike)
 {
     std::string const lf =
-        "MESSAGE 01/01/2012\n# a http://x\n\nLib 01-01-2013\n# b\nX 1.2.3.4 (AC170) 02/02/2013 rus\n# c\n# d";
+        "MESSAGE 01/01/2012\n# a http://x\n\nLib 01-01-2013\n# b\nX 1.2.3.4 (HV170) 02/02/2013 rus\n# c\n# d";
     std::string crlf, cr;
     for (char c : lf) {
         crlf += c == '\n' ? std::string("\r\n") : std::string(1, c);
@@ -163,33 +163,33 @@ TEST(VersionsFile, LibraryLinesNeedAWellFormedTenCharacterDate)
 
 TEST(VersionsFile, AddonLinesAcceptedAndRefused)
 {
-    EXPECT_TRUE(IsAddonLine("XYZ 1.2.3.4 (AC160) 01/02/2012"));
-    EXPECT_TRUE(IsAddonLine("XYZ 1.2.3.4.x (AC160) 01/02/2012"));  // parts after the fourth unseen
-    EXPECT_TRUE(IsAddonLine("XYZ 1..2.3 (AC160) 01/02/2012"));     // an empty part passes
-    EXPECT_TRUE(IsAddonLine("XYZ 1.2.3.4 (AC160) 01-02/2012xyz")); // date length not tested
-    EXPECT_TRUE(IsAddonLine("XYZ 1.2.3.4 (AC) 01/02/2012"));
-    EXPECT_TRUE(IsAddonLine("XYZ 1.2.3.4 (AC160) 01/02/2012 ")); // trailing blank: empty last token
+    EXPECT_TRUE(IsAddonLine("XYZ 1.2.3.4 (HV160) 01/02/2012"));
+    EXPECT_TRUE(IsAddonLine("XYZ 1.2.3.4.x (HV160) 01/02/2012"));  // parts after the fourth unseen
+    EXPECT_TRUE(IsAddonLine("XYZ 1..2.3 (HV160) 01/02/2012"));     // an empty part passes
+    EXPECT_TRUE(IsAddonLine("XYZ 1.2.3.4 (HV160) 01-02/2012xyz")); // date length not tested
+    EXPECT_TRUE(IsAddonLine("XYZ 1.2.3.4 (HV) 01/02/2012"));
+    EXPECT_TRUE(IsAddonLine("XYZ 1.2.3.4 (HV160) 01/02/2012 ")); // trailing blank: empty last token
 
-    EXPECT_FALSE(IsAddonLine("XYZ 1.2.3 (AC160) 01/02/2012")); // one part short
-    EXPECT_FALSE(IsAddonLine("XYZ 1.2.3.x (AC160) 01/02/2012"));
-    EXPECT_FALSE(IsAddonLine("XYZ 1.2.3.-4 (AC160) 01/02/2012"));
-    EXPECT_FALSE(IsAddonLine("XYZ 1.2.3.4 (AC16 01/02/2012"));
+    EXPECT_FALSE(IsAddonLine("XYZ 1.2.3 (HV160) 01/02/2012")); // one part short
+    EXPECT_FALSE(IsAddonLine("XYZ 1.2.3.x (HV160) 01/02/2012"));
+    EXPECT_FALSE(IsAddonLine("XYZ 1.2.3.-4 (HV160) 01/02/2012"));
+    EXPECT_FALSE(IsAddonLine("XYZ 1.2.3.4 (HV16 01/02/2012"));
     EXPECT_FALSE(IsAddonLine("XYZ 1.2.3.4 AC160 01/02/2012"));
-    EXPECT_FALSE(IsAddonLine("XYZ 1.2.3.4 (AC1x0) 01/02/2012"));
+    EXPECT_FALSE(IsAddonLine("XYZ 1.2.3.4 (HV1x0) 01/02/2012"));
     EXPECT_FALSE(IsAddonLine("XYZ 1.2.3.4 (ac160) 01/02/2012"));
-    EXPECT_FALSE(IsAddonLine("XYZ 1.2.3.4 (AC160) 1/02/2012"));
-    EXPECT_FALSE(IsAddonLine("XYZ 1.2.3.4 (AC160) 01.02.2012"));
-    EXPECT_FALSE(IsAddonLine("XYZ 1.2.3.4 (AC160)"));
-    EXPECT_FALSE(IsAddonLine(" XYZ 1.2.3.4 (AC160) 01/02/2012")); // must begin in the first column
-    EXPECT_FALSE(IsAddonLine("XYZ\t1.2.3.4\t(AC160)\t01/02/2O12"));
+    EXPECT_FALSE(IsAddonLine("XYZ 1.2.3.4 (HV160) 1/02/2012"));
+    EXPECT_FALSE(IsAddonLine("XYZ 1.2.3.4 (HV160) 01.02.2012"));
+    EXPECT_FALSE(IsAddonLine("XYZ 1.2.3.4 (HV160)"));
+    EXPECT_FALSE(IsAddonLine(" XYZ 1.2.3.4 (HV160) 01/02/2012")); // must begin in the first column
+    EXPECT_FALSE(IsAddonLine("XYZ\t1.2.3.4\t(HV160)\t01/02/2O12"));
 }
 
 TEST(VersionsFile, AddonFieldsKeepTheirQuirks)
 {
-    const Parsed p = Parse("A 1.2.3.4 (AC160) 01/02/2012\n"
-                           "B 70000.1..2 (AC17) 01-02/2012xyz ITA Int xyz\n"
-                           "C 1.2.3.4.5 (AC5) 01/02/2012 jap \n"
-                           "D 1.2.3.4 (AC) 01/02/2012\tfra\t\tRUS\n");
+    const Parsed p = Parse("A 1.2.3.4 (HV160) 01/02/2012\n"
+                           "B 70000.1..2 (HV17) 01-02/2012xyz ITA Int xyz\n"
+                           "C 1.2.3.4.5 (HV5) 01/02/2012 jap \n"
+                           "D 1.2.3.4 (HV) 01/02/2012\tfra\t\tRUS\n");
     ASSERT_EQ(p.addons.size(), 4u);
     EXPECT_EQ(p.addons[0].hostVersion, 16u); // the last digit is dropped
     EXPECT_EQ(p.addons[1].hostVersion, 1u);
@@ -226,14 +226,14 @@ TEST(VersionsFile, ListsAreAppendedToAndABadByteSpoilsOnlyItsLine)
     KF_List<KF_AddonUpdate_Message> messages;
     KF_List<KF_AddonUpdate_Addon> addons;
     KF_List<KF_AddonUpdate_Library> libraries;
-    std::string const text = "MESSAGE\nLib 01-01-2013\nX 1.0.0.0 (AC170) 01/01/2013\n";
+    std::string const text = "MESSAGE\nLib 01-01-2013\nX 1.0.0.0 (HV170) 01/01/2013\n";
     kf::detail::KF_AddonUpdate_ParseVersionsBytes(text.data(), text.size(), messages, addons, libraries);
     kf::detail::KF_AddonUpdate_ParseVersionsBytes(text.data(), text.size(), messages, addons, libraries);
     EXPECT_EQ(messages.GetCount(), 2);
     EXPECT_EQ(addons.GetCount(), 2);
     EXPECT_EQ(libraries.GetCount(), 2);
 
-    std::string const broken = "X 1.0.0.0 (AC170) 01/01/2013\n\xC3\x28\n";
+    std::string const broken = "X 1.0.0.0 (HV170) 01/01/2013\n\xC3\x28\n";
     kf::detail::KF_AddonUpdate_ParseVersionsBytes(broken.data(), broken.size(), messages, addons, libraries);
     EXPECT_EQ(addons.GetCount(), 3);
     kf::detail::KF_AddonUpdate_ParseVersionsBytes(nullptr, 0, messages, addons, libraries);

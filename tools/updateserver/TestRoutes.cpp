@@ -47,7 +47,7 @@ void AddTestRoutes(httplib::Server& server, const std::filesystem::path& root, c
         response.status = std::stoi(request.matches[1]);
         response.set_content("<html>\n<head><title>Error " + std::string(request.matches[1]) +
                                  "</title></head>\n<body>\n<h1>Something went wrong</h1>\n"
-                                 "<p>The page 01/01/2012 (AC170) is not here.</p>\n</body>\n</html>\n",
+                                 "<p>The page 01/01/2012 (HV170) is not here.</p>\n</body>\n</html>\n",
                              "text/html");
     });
 

@@ -2,7 +2,7 @@
 // framework folder, one shared by all of the maker's add-ons and one private to this add-on.
 #pragma once
 
-#include "GSRoot.hpp"
+#include "HostTypes.hpp"
 #include "KF/KF_List.hpp"
 #include "KF/KF_Location.hpp"
 #include "KF/KF_String.hpp"
@@ -22,7 +22,7 @@ struct KF_Setting {
 };
 
 // The store's file in the framework folder; the host's error (location untouched) on failure.
-GSErrCode KF_AddonSettings_GetLocation(KF_AddonSettings_Type type, KF_Location& location);
+HostErrCode KF_AddonSettings_GetLocation(KF_AddonSettings_Type type, KF_Location& location);
 
 // Reads the store from its file (always, unless onlyIfNotLoaded and it is loaded). A missing file
 // loads empty; a file of 100,000 bytes or more, an unreadable or a malformed one gives false.

@@ -25,12 +25,12 @@ struct KF_AddonUpdate_Library {
     KF_AddonUpdate_Library();
 };
 
-// One add-on entry: "CODE a.b.c.d (ACn) DD/MM/YYYY [lang ...]".
+// One add-on entry: "CODE a.b.c.d (HVn) DD/MM/YYYY [lang ...]".
 struct KF_AddonUpdate_Addon {
     KF_String code;
     KF_String versionText;      // "a.b.c.d" as written
     unsigned short version[4];  // the four numbers, each cut to 16 bits; a missing one is 0
-    unsigned short hostVersion; // the digits of "(ACn)" without their last one
+    unsigned short hostVersion; // the digits of "(HVn)" without their last one
     KF_String date;             // "YYYYMMDD"
     KF_String dateText;         // as written
     KF_List<short> languages;   // indices into gKF_Languages_Suffixes, in the order written
@@ -45,7 +45,7 @@ struct KF_AddonUpdate_Addon {
 bool KF_AddonUpdate_ReadVersionsFile(KF_List<KF_AddonUpdate_Message>& messages, KF_List<KF_AddonUpdate_Addon>& addons,
                                      KF_List<KF_AddonUpdate_Library>& libraries);
 
-// Starts a check of addonVersion ("CODE a.b.c.d (ACn) DD/MM/YYYY") against the maker's versions
+// Starts a check of addonVersion ("CODE a.b.c.d (HVn) DD/MM/YYYY") against the maker's versions
 // file. updateMode 2: the add-on takes no part in update checking. A check not asked for by the
 // user is skipped within fourteen days of the last one and shows nothing when nothing is newer.
 // False only for an empty version line or a missing framework folder.

@@ -2,7 +2,7 @@
 // the framework folder telling whether the suite add-on is loaded, and the suite's own command.
 #pragma once
 
-#include "GSRoot.hpp"
+#include "HostTypes.hpp"
 #include "KF/KF_Location.hpp"
 
 // The add-ons of the family, by code; GetMDID gives each one's module identifier.
@@ -43,13 +43,13 @@ public:
     // The suite add-on's module identifier and the command it answers.
     static constexpr UInt32 SuiteDeveloperID = 0x53735736u;
     static constexpr UInt32 SuiteLocalID = 0x1BBAAC53u;
-    static constexpr GSType SuiteCommand = 0x53554954u; // "SUIT"
+    static constexpr HostFourCC SuiteCommand = 0x53554954u; // "SUIT"
     // GetMDID's answer for a code outside the family: eight spaces.
     static constexpr KF_Comm_MDID UnknownMDID = 0x2020202020202020ull;
 
     // This add-on's file of that host version: <settings file name>_<version>.sui.
     static bool AddOnFileLocation(const long& version, KF_Location& location);
-    // The suite's file of that host version: Tavolo_AC<version>.sui.
+    // The suite's file of that host version: Tavolo_HV<version>.sui.
     static bool SuiteFileLocation(const long& version, KF_Location& location);
     // Replaces this add-on's file of the running host version.
     static bool AddOnFileWrite(bool suiteLoaded);

@@ -47,7 +47,7 @@ public:
     ~KF_File();
 
     // Result number of a host file error code (0 for NoError).
-    static std::int32_t MapHostError(GSErrCode err);
+    static std::int32_t MapHostError(HostErrCode err);
 
     std::int32_t Open(const KF_Location& location, const KF_File_OpenMode& mode);
     // Writes text (without its terminating zero bytes) to the open file, after its byte-order

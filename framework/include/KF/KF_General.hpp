@@ -1,7 +1,7 @@
 // Small static services of the host and the operating system for framework add-ons.
 #pragma once
 
-#include "ACAPI.hpp"
+#include "HostAPI.hpp"
 #include "KF/KF_Location.hpp"
 #include "KF/KF_String.hpp"
 

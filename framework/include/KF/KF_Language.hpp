@@ -25,7 +25,7 @@ constexpr short KF_Resource_FrameworkStrings = 32710;
 extern const KF_String gKF_Languages_Suffixes[KF_Language_Count];
 // The current language index; 1 at load.
 extern short gKF_Language;
-// Kept true by the shell while the first-use language question is open.
+// Kept true by the add-on while the first-use language question is open.
 extern bool gKF_AskLanguage;
 
 // True when "Language_str" or the older "Language" is stored.

@@ -1,7 +1,7 @@
 // Library parts and libraries of the host, for framework add-ons that look up their own parts.
 #pragma once
 
-#include "ACAPI.hpp"
+#include "HostAPI.hpp"
 #include "KF/KF_List.hpp"
 #include "KF/KF_Location.hpp"
 #include "KF/KF_String.hpp"
@@ -11,7 +11,7 @@ class KF_LibPart {
 public:
     // The host's answer for a name; APIERR_MISSINGDEF (-7003) when the name is known but its
     // definition is missing. On 0, out.location belongs to the caller.
-    static GSErrCode Search(const KF_String& name, API_LibTypeID type, API_LibPart& out);
+    static HostErrCode Search(const KF_String& name, API_LibTypeID type, API_LibPart& out);
 
     // On true, out.location belongs to the caller.
     static bool LibPart(const KF_Location& partFile, API_LibTypeID type, API_LibPart& out);

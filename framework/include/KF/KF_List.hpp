@@ -15,7 +15,7 @@ public:
     // Callers read the elements through store (element i at byte i * sizeof(T) of *store) and
     // count; a null store means the list lost its block to exhausted memory and ignores AddData.
     long count;
-    GSHandle store;
+    HostHandle store;
 
     KF_List();
     KF_List(const KF_List& other);
@@ -46,22 +46,22 @@ public:
     }
 
 private:
-    static constexpr GSSize kElem = GSSize(sizeof(T));
-    static constexpr GSFlags kAllocFlags = BMFlagClear;
+    static constexpr HostSize kElem = HostSize(sizeof(T));
+    static constexpr HostFlags kAllocFlags = BMFlagClear;
 
-    char* Slot(long index) const { return *store + GSSize(index) * kElem; }
+    char* Slot(long index) const { return *store + HostSize(index) * kElem; }
     void DestroyRange(long from, long to)
     {
         for (long i = from; i < to; ++i) {
             std::launder(reinterpret_cast<T*>(Slot(i)))->~T();
         }
     }
-    static bool SizeFor(long n, GSSize& bytes)
+    static bool SizeFor(long n, HostSize& bytes)
     {
-        if (n < 0 || GSSize(n) > (GSSize(1) << 62) / kElem) {
+        if (n < 0 || HostSize(n) > (HostSize(1) << 62) / kElem) {
             return false;
         }
-        bytes = GSSize(n) * kElem;
+        bytes = HostSize(n) * kElem;
         return true;
     }
     // After a failed reallocation the elements can no longer be reached: release them and the
@@ -85,7 +85,7 @@ KF_List<T>::KF_List(const KF_List& other) : count(0), store(nullptr)
     if (other.store == nullptr) {
         return;
     }
-    GSSize bytes = 0;
+    HostSize bytes = 0;
     if (!SizeFor(other.count, bytes)) {
         return;
     }
@@ -134,13 +134,13 @@ void KF_List<T>::AddData(T value, long position)
     if (position == -1 || position < 0 || position > count) {
         position = count;
     }
-    GSSize bytes = 0;
+    HostSize bytes = 0;
     if (!SizeFor(count + 1, bytes)) {
         return;
     }
-    const GSFlags state = BMhGetState(store);
+    const HostFlags state = BMhGetState(store);
     BMhLock(store);
-    const GSHandle grown = BMReallocHandle(store, bytes, kAllocFlags, 0);
+    const HostHandle grown = BMReallocHandle(store, bytes, kAllocFlags, 0);
     if (grown == nullptr) {
         DropStore(count);
         return;
@@ -153,7 +153,7 @@ void KF_List<T>::AddData(T value, long position)
     } catch (...) {
         // Put the block back as it was so that the size invariant holds.
         std::memmove(Slot(position), Slot(position + 1), size_t(count - position) * sizeof(T));
-        const GSHandle shrunk = BMReallocHandle(store, GSSize(count) * kElem, kAllocFlags, 0);
+        const HostHandle shrunk = BMReallocHandle(store, HostSize(count) * kElem, kAllocFlags, 0);
         if (shrunk == nullptr) {
             DropStore(count);
         } else {
@@ -173,12 +173,12 @@ void KF_List<T>::DeleteData(const long& index)
     if (store == nullptr || at < 0 || at >= count) {
         return;
     }
-    const GSFlags state = BMhGetState(store);
+    const HostFlags state = BMhGetState(store);
     BMhLock(store);
     std::launder(reinterpret_cast<T*>(Slot(at)))->~T();
     std::memmove(Slot(at), Slot(at + 1), size_t(count - at - 1) * sizeof(T));
     --count;
-    const GSHandle shrunk = BMReallocHandle(store, GSSize(count) * kElem, kAllocFlags, 0);
+    const HostHandle shrunk = BMReallocHandle(store, HostSize(count) * kElem, kAllocFlags, 0);
     if (shrunk == nullptr) {
         DropStore(count);
         return;
@@ -193,7 +193,7 @@ bool KF_List<T>::MoveData(long from, long to)
     if (store == nullptr || from < 0 || to < 0 || from == to || from >= count || to >= count) {
         return false;
     }
-    const GSFlags state = BMhGetState(store);
+    const HostFlags state = BMhGetState(store);
     BMhLock(store);
     alignas(T) unsigned char scratch[sizeof(T)];
     std::memcpy(scratch, Slot(from), sizeof(T));
@@ -214,7 +214,7 @@ bool KF_List<T>::Search(bool (*match)(char* element, void* context), long& index
     if (store == nullptr || match == nullptr) {
         return false;
     }
-    const GSFlags state = BMhGetState(store);
+    const HostFlags state = BMhGetState(store);
     BMhLock(store);
     bool found = false;
     for (long i = 0; i < count; ++i) {
@@ -234,7 +234,7 @@ void KF_List<T>::SetSize(long n, bool keep)
     if (n < 0) {
         n = 0;
     }
-    GSSize bytes = 0;
+    HostSize bytes = 0;
     const bool sizeOk = SizeFor(n, bytes);
     long kept = 0;
     if (store != nullptr) {
@@ -247,7 +247,7 @@ void KF_List<T>::SetSize(long n, bool keep)
             count = n;
         }
         kept = count;
-        const GSHandle resized = sizeOk ? BMReallocHandle(store, bytes, kAllocFlags, 0) : nullptr;
+        const HostHandle resized = sizeOk ? BMReallocHandle(store, bytes, kAllocFlags, 0) : nullptr;
         if (resized == nullptr) {
             DropStore(kept);
             return;
@@ -279,7 +279,7 @@ void KF_List<T>::Reset()
     BMhLock(store);
     DestroyRange(0, count);
     count = 0;
-    const GSHandle emptied = BMReallocHandle(store, 0, kAllocFlags, 0);
+    const HostHandle emptied = BMReallocHandle(store, 0, kAllocFlags, 0);
     if (emptied == nullptr) {
         DropStore(0);
         return;

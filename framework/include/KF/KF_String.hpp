@@ -6,7 +6,7 @@
 // GetLength() is 0. Every 8-bit text is read and written in Enc_System unless an encoding is given.
 #pragma once
 
-#include "GSUniString.hpp"
+#include "HostUniString.hpp"
 #include "KF/KF_List.hpp"
 
 #include <cstdint>
@@ -81,7 +81,10 @@ public:
     // True for the null string and for the empty string.
     bool IsNullOrEmpty() const { return length == 0; }
     // The host's string of the same units; the null and the empty string both give an empty one.
-    GS::UniString ToUniString() const { return IsNullOrEmpty() ? GS::UniString() : GS::UniString(buffer, length); }
+    Base::UniString ToUniString() const
+    {
+        return IsNullOrEmpty() ? Base::UniString() : Base::UniString(buffer, length);
+    }
 
     // --- access ----------------------------------------------------------------------------
     unsigned short UCharAt(unsigned int i) const;

@@ -188,7 +188,7 @@ int Main(int argc, char** argv)
     app.add_option("--json", options.json, "write a JSON report to this file");
     std::string versionLine;
     app.add_option("--version-line", versionLine,
-                   "the add-on's own versions-file line (CODE a.b.c.d (ACn) DD/MM/YYYY), so that the update "
+                   "the add-on's own versions-file line (CODE a.b.c.d (HVn) DD/MM/YYYY), so that the update "
                    "check can offer it a newer and an older release");
     app.add_flag("--keep-going", options.keepGoing, "run every check even when the bundle does not load");
     app.add_flag("--list", options.list, "list the checks with the strictness that runs them, and exit");

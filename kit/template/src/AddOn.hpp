@@ -1,7 +1,7 @@
 // What the source files of @NAME@ share: its resource numbers and its handlers.
 #pragma once
 
-#include "ACAPI.hpp"
+#include "HostAPI.hpp"
 
 // One menu per language (32500 + language index, 0 to 6); the host gets the one of the
 // language stored when the add-on registers.
@@ -15,5 +15,5 @@ constexpr short kAddOn_StringsBase = 32530;   // + language index: the add-on's 
 extern const char kAddOn_VersionLine[];
 extern const char kAddOn_Description[];
 
-GSErrCode AddOn_MenuHandler(const API_MenuParams* params);
+HostErrCode AddOn_MenuHandler(const API_MenuParams* params);
 void AddOn_ShowMainDialog();

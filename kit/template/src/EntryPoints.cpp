@@ -5,32 +5,32 @@
 #include "KF/KF_AddonConstants.hpp"
 #include "KF/KF_Language.hpp"
 
-API_AddonType CheckEnvironment(API_EnvirParams* envir)
+API_AddOnType CheckEnvironment(API_EnvirParams* envir)
 {
-    if (envir == nullptr || envir->serverInfo.serverApplication != APIAppl_MainID)
-        return APIAddon_DontRegister;
+    if (envir == nullptr || envir->serverInfo.serverApplication != ServerApp_Main)
+        return AddOnType_DontRegister;
     envir->addOnInfo.name = KF_String(sett_ADDON_NAME).ToUniString();
     envir->addOnInfo.description = KF_String(kAddOn_Description).ToUniString();
-    return APIAddon_Normal;
+    return AddOnType_Normal;
 }
 
-GSErrCode RegisterInterface()
+HostErrCode RegisterInterface()
 {
     // The menu in the stored language ("int" when none is stored yet).
     KF_Language_Read(true);
-    return ACAPI_Register_Menu(static_cast<short>(kAddOn_FirstMenuID + gKF_Language), 0, MenuCode_Tools, 0);
+    return HostAPI_Register_Menu(static_cast<short>(kAddOn_FirstMenuID + gKF_Language), 0, MenuCode_Tools, 0);
 }
 
-GSErrCode Initialize()
+HostErrCode Initialize()
 {
     // A handler for every language's menu, whichever one the host shows.
-    GSErrCode err = NoError;
+    HostErrCode err = NoError;
     for (short language = 0; language < KF_Language_Count; ++language)
-        err |= ACAPI_Install_MenuHandler(static_cast<short>(kAddOn_FirstMenuID + language), AddOn_MenuHandler);
+        err |= HostAPI_Install_MenuHandler(static_cast<short>(kAddOn_FirstMenuID + language), AddOn_MenuHandler);
     return err;
 }
 
-GSErrCode FreeData()
+HostErrCode FreeData()
 {
     return NoError;
 }

@@ -36,7 +36,7 @@ short MainDialog_Handler(short message, short dialID, short item, long long /*us
 void AddOn_ShowMainDialog()
 {
     // Dialogs and strings come from the add-on's own resources.
-    GSResModule const previous = ACAPI_UseOwnResModule();
-    DGModalDialog(ACAPI_GetOwnResModule(), kAddOn_MainDialogID, ACAPI_GetOwnResModule(), MainDialog_Handler, 0);
-    ACAPI_ResetResModule(previous);
+    HostResModule const previous = HostAPI_UseOwnResModule();
+    DGModalDialog(HostAPI_GetOwnResModule(), kAddOn_MainDialogID, HostAPI_GetOwnResModule(), MainDialog_Handler, 0);
+    HostAPI_ResetResModule(previous);
 }

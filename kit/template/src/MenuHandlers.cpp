@@ -4,11 +4,11 @@
 
 #include "KF/KF_Language.hpp"
 
-GSErrCode AddOn_MenuHandler(const API_MenuParams* params)
+HostErrCode AddOn_MenuHandler(const API_MenuParams* params)
 {
     if (params == nullptr)
         return APIERR_BADPARS;
-    ACAPI_KeepInMemory(true);
+    HostAPI_KeepInMemory(true);
 
     static bool asked = false;
     if (!asked) {

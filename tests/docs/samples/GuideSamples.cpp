@@ -65,7 +65,7 @@ bool FindChair(API_LibPart& part)
     return KF_LibPart::LibPart(KF_String("Tavolo Chair"), API_ObjectID, part);
 }
 
-GSErrCode MenuHandler(const API_MenuParams* params)
+HostErrCode MenuHandler(const API_MenuParams* params)
 {
     if (params == nullptr)
         return APIERR_BADPARS;
@@ -95,25 +95,25 @@ GSErrCode MenuHandler(const API_MenuParams* params)
 
 } // namespace
 
-API_AddonType CheckEnvironment(API_EnvirParams* envir)
+API_AddOnType CheckEnvironment(API_EnvirParams* envir)
 {
-    if (envir == nullptr || envir->serverInfo.serverApplication != APIAppl_MainID)
-        return APIAddon_DontRegister;
+    if (envir == nullptr || envir->serverInfo.serverApplication != ServerApp_Main)
+        return AddOnType_DontRegister;
     envir->addOnInfo.name = KF_String(sett_ADDON_NAME).ToUniString();
-    return APIAddon_Normal;
+    return AddOnType_Normal;
 }
 
-GSErrCode RegisterInterface()
+HostErrCode RegisterInterface()
 {
-    return ACAPI_Register_Menu(kGuide_MenuID, 0, MenuCode_Tools, 0);
+    return HostAPI_Register_Menu(kGuide_MenuID, 0, MenuCode_Tools, 0);
 }
 
-GSErrCode Initialize()
+HostErrCode Initialize()
 {
-    return ACAPI_Install_MenuHandler(kGuide_MenuID, MenuHandler);
+    return HostAPI_Install_MenuHandler(kGuide_MenuID, MenuHandler);
 }
 
-GSErrCode FreeData()
+HostErrCode FreeData()
 {
     return NoError;
 }

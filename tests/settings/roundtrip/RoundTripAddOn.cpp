@@ -10,9 +10,9 @@ KF_DEFINE_ADDON_CONSTANTS("Settings Round Trip", "TestAddOn", false, "jap rus", 
 
 namespace {
 
-constexpr GSType kRoundTripCommand = GS::FourCC("SRTP");
+constexpr HostFourCC kRoundTripCommand = Base::FourCC("SRTP");
 
-GSErrCode RoundTrip(GSHandle /*params*/, GSPtr /*resultData*/, bool /*silentMode*/)
+HostErrCode RoundTrip(HostHandle /*params*/, HostPtr /*resultData*/, bool /*silentMode*/)
 {
     if (!KF_AddonSettings_Load(KF_AddonSettings_ThisAddon, false)) {
         return APIERR_GENERAL;
@@ -24,24 +24,24 @@ GSErrCode RoundTrip(GSHandle /*params*/, GSPtr /*resultData*/, bool /*silentMode
 
 } // namespace
 
-API_AddonType CheckEnvironment(API_EnvirParams* envir)
+API_AddOnType CheckEnvironment(API_EnvirParams* envir)
 {
-    envir->addOnInfo.name = GS::UniString::FromUTF8("Settings Round Trip");
-    envir->addOnInfo.description = GS::UniString::FromUTF8("Reads and rewrites its settings store.");
-    return APIAddon_Normal;
+    envir->addOnInfo.name = Base::UniString::FromUTF8("Settings Round Trip");
+    envir->addOnInfo.description = Base::UniString::FromUTF8("Reads and rewrites its settings store.");
+    return AddOnType_Normal;
 }
 
-GSErrCode RegisterInterface()
+HostErrCode RegisterInterface()
 {
-    return ACAPI_Register_SupportedService(kRoundTripCommand, 1);
+    return HostAPI_Register_SupportedService(kRoundTripCommand, 1);
 }
 
-GSErrCode Initialize()
+HostErrCode Initialize()
 {
-    return ACAPI_Install_ModulCommandHandler(kRoundTripCommand, 1, RoundTrip);
+    return HostAPI_Install_ModulCommandHandler(kRoundTripCommand, 1, RoundTrip);
 }
 
-GSErrCode FreeData()
+HostErrCode FreeData()
 {
     return NoError;
 }

@@ -1,6 +1,6 @@
 // An add-on with one deliberate fault, chosen when it is built (PROBE_FAULT_...), so that the
 // validator can be shown to find exactly that fault. Without one it is a well-behaved add-on.
-#include "ACAPI.hpp"
+#include "HostAPI.hpp"
 #include "AddOnLinkage.hpp"
 #include "DG.hpp"
 #include "IO.hpp"
@@ -18,7 +18,7 @@ namespace {
 constexpr short kMenu = 32500;
 constexpr short kStrings = 32530;
 
-GSErrCode MenuHandler(const API_MenuParams* params)
+HostErrCode MenuHandler(const API_MenuParams* params)
 {
     if (params == nullptr || params->menuItemRef.menuResID != kMenu)
         return NoError;
@@ -29,8 +29,8 @@ GSErrCode MenuHandler(const API_MenuParams* params)
         std::this_thread::sleep_for(std::chrono::seconds(1));
 #endif
     // The greeting is text 3 of the current language.
-    DGAlert(-1, GS::UniString(), KF_Resource_GetString(short(kStrings + gKF_Language), 3, true).ToUniString(),
-            GS::UniString(), GS::UniString::FromUTF8("OK"));
+    DGAlert(-1, Base::UniString(), KF_Resource_GetString(short(kStrings + gKF_Language), 3, true).ToUniString(),
+            Base::UniString(), Base::UniString::FromUTF8("OK"));
     return NoError;
 }
 
@@ -40,7 +40,7 @@ void OpenAndForget()
     IO::Location folder;
     if (IO::FileSystem::GetSpecialLocation(IO::FileSystem::FrameworkFolder, &folder) != NoError)
         return;
-    folder.AppendToLocal(IO::Name(GS::UniString::FromUTF8("probe-open.txt")));
+    folder.AppendToLocal(IO::Name(Base::UniString::FromUTF8("probe-open.txt")));
     static IO::File* sFile = nullptr;
     sFile = new IO::File(folder, IO::File::Create);
     sFile->Open(IO::File::WriteEmptyMode);
@@ -49,16 +49,16 @@ void OpenAndForget()
 
 } // namespace
 
-API_AddonType CheckEnvironment(API_EnvirParams* envir)
+API_AddOnType CheckEnvironment(API_EnvirParams* envir)
 {
-    if (envir->serverInfo.serverApplication != APIAppl_MainID)
-        return APIAddon_DontRegister;
-    envir->addOnInfo.name = GS::UniString::FromUTF8(PROBE_NAME);
-    envir->addOnInfo.description = GS::UniString::FromUTF8("A fault for the validator to find");
-    return APIAddon_Normal;
+    if (envir->serverInfo.serverApplication != ServerApp_Main)
+        return AddOnType_DontRegister;
+    envir->addOnInfo.name = Base::UniString::FromUTF8(PROBE_NAME);
+    envir->addOnInfo.description = Base::UniString::FromUTF8("A fault for the validator to find");
+    return AddOnType_Normal;
 }
 
-GSErrCode RegisterInterface()
+HostErrCode RegisterInterface()
 {
     KF_Language_Read(true);
 #if defined(PROBE_FAULT_STORE_REWRITE)
@@ -66,10 +66,10 @@ GSErrCode RegisterInterface()
     if (KF_AddonSettings_Load(KF_AddonSettings_ThisAddon, true))
         KF_AddonSettings_Save(KF_AddonSettings_ThisAddon);
 #endif
-    return ACAPI_Register_Menu(kMenu, 0, MenuCode_Tools, 0);
+    return HostAPI_Register_Menu(kMenu, 0, MenuCode_Tools, 0);
 }
 
-GSErrCode Initialize()
+HostErrCode Initialize()
 {
 #if defined(PROBE_FAULT_LEAK)
     // Taken at every load, given back never.
@@ -78,10 +78,10 @@ GSErrCode Initialize()
 #elif defined(PROBE_FAULT_OPEN_FILE)
     OpenAndForget();
 #endif
-    return ACAPI_Install_MenuHandler(kMenu, MenuHandler);
+    return HostAPI_Install_MenuHandler(kMenu, MenuHandler);
 }
 
-GSErrCode FreeData()
+HostErrCode FreeData()
 {
     return NoError;
 }

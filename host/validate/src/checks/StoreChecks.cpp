@@ -147,7 +147,7 @@ void CheckSurroundings(CheckContext& ctx)
                                      {{other, "garbage of another version\n"}, {kSharedStore, validShared}}});
             }
     }
-    for (const std::string other : {"Tavolo_AC16.sui", "Tavolo_AC18.sui"})
+    for (const std::string other : {"Tavolo_HV16.sui", "Tavolo_HV18.sui"})
         scenarios.push_back({"communication file " + other + " of another host version",
                              {{other, "1\n"}, {kSharedStore, validShared}}});
     scenarios.push_back({"read-only framework folder", {{kSharedStore, validShared}}, true});

@@ -97,7 +97,7 @@ private:
     std::string body_;
 };
 
-// The add-on's own version line with the release year moved by `years`: "CODE a.b.c.d (ACn) DD/MM/YYYY".
+// The add-on's own version line with the release year moved by `years`: "CODE a.b.c.d (HVn) DD/MM/YYYY".
 std::string MovedRelease(const std::string& line, int years)
 {
     const std::size_t slash = line.rfind('/');
@@ -108,7 +108,7 @@ std::string MovedRelease(const std::string& line, int years)
 
 std::string VersionsFile(const std::string& line)
 {
-    return "* versions file served by kfhost validate\r\nZZZ 9.9.9.9 (AC999) 01/01/2030\r\n" + line + "\r\n";
+    return "* versions file served by kfhost validate\r\nZZZ 9.9.9.9 (HV999) 01/01/2030\r\n" + line + "\r\n";
 }
 
 struct Outcome {

@@ -3,7 +3,7 @@
 // an entry point does the planned fault.
 #include "Fault.hpp"
 
-#include "ACAPI.hpp"
+#include "HostAPI.hpp"
 #include "AddOnLinkage.hpp"
 
 #include <cstdint>
@@ -100,7 +100,7 @@ Plan& CurrentPlan()
 
 namespace {
 
-constexpr GSType kCommand = GS::FourCC("FLT ");
+constexpr HostFourCC kCommand = Base::FourCC("FLT ");
 
 void At(std::string_view entry)
 {
@@ -108,13 +108,13 @@ void At(std::string_view entry)
         fault::Do(fault::CurrentPlan().how);
 }
 
-GSErrCode MenuHandler(const API_MenuParams* params)
+HostErrCode MenuHandler(const API_MenuParams* params)
 {
     fault::Do(fault::How(params->menuItemRef.itemIndex < 8 ? params->menuItemRef.itemIndex : 0));
     return NoError;
 }
 
-GSErrCode CommandHandler(GSHandle params, GSPtr, bool)
+HostErrCode CommandHandler(HostHandle params, HostPtr, bool)
 {
     if (params)
         fault::Do(fault::How(**params));
@@ -125,31 +125,31 @@ GSErrCode CommandHandler(GSHandle params, GSPtr, bool)
 
 } // namespace
 
-API_AddonType CheckEnvironment(API_EnvirParams* envir)
+API_AddOnType CheckEnvironment(API_EnvirParams* envir)
 {
-    envir->addOnInfo.name = GS::UniString::FromUTF8(FAULT_NAME);
-    envir->addOnInfo.description = GS::UniString::FromUTF8("crashes, hangs and throws where it is told to");
+    envir->addOnInfo.name = Base::UniString::FromUTF8(FAULT_NAME);
+    envir->addOnInfo.description = Base::UniString::FromUTF8("crashes, hangs and throws where it is told to");
     At("CheckEnvironment");
-    return APIAddon_Normal;
+    return AddOnType_Normal;
 }
 
-GSErrCode RegisterInterface()
+HostErrCode RegisterInterface()
 {
     At("RegisterInterface");
-    if (const GSErrCode err = ACAPI_Register_Menu(32500, 0, MenuCode_Tools, 0); err != NoError)
+    if (const HostErrCode err = HostAPI_Register_Menu(32500, 0, MenuCode_Tools, 0); err != NoError)
         return err;
-    return ACAPI_Register_SupportedService(kCommand, 1);
+    return HostAPI_Register_SupportedService(kCommand, 1);
 }
 
-GSErrCode Initialize()
+HostErrCode Initialize()
 {
     At("Initialize");
-    GSErrCode err = ACAPI_Install_MenuHandler(32500, MenuHandler);
-    err |= ACAPI_Install_ModulCommandHandler(kCommand, 1, CommandHandler);
+    HostErrCode err = HostAPI_Install_MenuHandler(32500, MenuHandler);
+    err |= HostAPI_Install_ModulCommandHandler(kCommand, 1, CommandHandler);
     return err;
 }
 
-GSErrCode FreeData()
+HostErrCode FreeData()
 {
     At("FreeData");
     return NoError;

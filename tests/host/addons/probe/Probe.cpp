@@ -3,11 +3,11 @@
 // linked into in-process host tests.
 #include "Probe.hpp"
 
-#include "ACAPI.hpp"
+#include "HostAPI.hpp"
 #include "AddOnLinkage.hpp"
 #include "DG.hpp"
 #include "FTM.hpp"
-#include "KFHostServices.hpp"
+#include "kfsdk/HostServices.hpp"
 #include "MainLoop.hpp"
 
 #include <cstdio>
@@ -27,30 +27,30 @@ State& Get()
 
 namespace {
 
-constexpr GSType kCommand = GS::FourCC("PRBE");
+constexpr HostFourCC kCommand = Base::FourCC("PRBE");
 constexpr short kStrings = 32610;
 
-GS::UniString U(const char* utf8)
+Base::UniString U(const char* utf8)
 {
-    return GS::UniString::FromUTF8(utf8);
+    return Base::UniString::FromUTF8(utf8);
 }
 
-GS::UniString Hex(GSErrCode code)
+Base::UniString Hex(HostErrCode code)
 {
     return U(kfsdk::HexCode(code).c_str());
 }
 
-void Tell(const GS::UniString& text)
+void Tell(const Base::UniString& text)
 {
-    DGAlert(-1, GS::UniString(), text, GS::UniString(), U("OK"));
+    DGAlert(-1, Base::UniString(), text, Base::UniString(), U("OK"));
 }
 
-GS::UniString Str(short index, short resID = kStrings)
+Base::UniString Str(short index, short resID = kStrings)
 {
-    GS::UniString s;
-    const GSResModule previous = ACAPI_UseOwnResModule();
-    ACAPI_Resource_GetLocUStr(&s, resID, index);
-    ACAPI_ResetResModule(previous);
+    Base::UniString s;
+    const HostResModule previous = HostAPI_UseOwnResModule();
+    HostAPI_Resource_GetLocUStr(&s, resID, index);
+    HostAPI_ResetResModule(previous);
     return s;
 }
 
@@ -76,7 +76,7 @@ short ModalHandler(short message, short dialID, short item, DGUserData, DGMessag
             DGListInsertItem(dialID, 3, DG_LIST_BOTTOM);
             DGListSetTabItemText(dialID, 3, row, 1, Str(short(row + 1)));
             DGListSetTabItemText(dialID, 3, row, 2, U("tab"));
-            DGListSetItemIcon(dialID, 3, row, ACAPI_GetOwnResModule(), short(32757 + row));
+            DGListSetItemIcon(dialID, 3, row, HostAPI_GetOwnResModule(), short(32757 + row));
         }
         DGEnableDraw(dialID, 3);
         DGListSelectItem(dialID, 3, 1);
@@ -93,9 +93,9 @@ short ModalHandler(short message, short dialID, short item, DGUserData, DGMessag
                 DGShowItem(dialID, 5);
         }
         if (item == 7) {
-            const GSResModule previous = ACAPI_UseOwnResModule();
-            DGModalDialog(ACAPI_GetOwnResModule(), 32602, ACAPI_GetOwnResModule(), NestedHandler, 0);
-            ACAPI_ResetResModule(previous);
+            const HostResModule previous = HostAPI_UseOwnResModule();
+            DGModalDialog(HostAPI_GetOwnResModule(), 32602, HostAPI_GetOwnResModule(), NestedHandler, 0);
+            HostAPI_ResetResModule(previous);
         }
         return 0;
     case DG_MSG_CHANGE:
@@ -119,7 +119,7 @@ short ModelessHandler(short message, short dialID, short item, DGUserData, DGMes
 {
     switch (message) {
     case DG_MSG_INIT:
-        ACAPI_RegisterModelessWindow(dialID, nullptr, 7);
+        HostAPI_RegisterModelessWindow(dialID, nullptr, 7);
         return 0;
     case DG_MSG_CLICK:
         if (item == 1) {
@@ -128,7 +128,7 @@ short ModelessHandler(short message, short dialID, short item, DGUserData, DGMes
         }
         return 0;
     case DG_MSG_CLOSE:
-        ACAPI_UnregisterModelessWindow(dialID);
+        HostAPI_UnregisterModelessWindow(dialID);
         probe::Get().modelessID = 0;
         return 1;
     default:
@@ -145,7 +145,7 @@ void TimerProc(MainLoop::TimerID, void* userData)
 void WriteProbeFile()
 {
     IO::Location folder;
-    GSErrCode err = IO::FileSystem::GetSpecialLocation(IO::FileSystem::FrameworkFolder, &folder);
+    HostErrCode err = IO::FileSystem::GetSpecialLocation(IO::FileSystem::FrameworkFolder, &folder);
     if (err == NoError) {
         folder.AppendToLocal(IO::Name(U("probe.txt")));
         IO::File file(folder, IO::File::Create);
@@ -155,7 +155,7 @@ void WriteProbeFile()
         if (err == NoError)
             err = file.WriteBin("hello", 5);
         if (file.IsOpen()) {
-            const GSErrCode closeErr = file.Close();
+            const HostErrCode closeErr = file.Close();
             if (err == NoError)
                 err = closeErr;
         }
@@ -170,13 +170,13 @@ void CallPeer()
     API_ModulID peer;
     peer.developerID = UInt32(std::strtoul(ids.c_str(), &end, 0));
     peer.localID = UInt32(std::strtoul(end, nullptr, 0));
-    Tell(U("test: ") + Hex(ACAPI_Command_Test(&peer, kCommand, 1)));
+    Tell(U("test: ") + Hex(HostAPI_Command_Test(&peer, kCommand, 1)));
     char result[16] = {};
-    const GSErrCode err = ACAPI_Command_Call(&peer, kCommand, 1, nullptr, result, true);
+    const HostErrCode err = HostAPI_Command_Call(&peer, kCommand, 1, nullptr, result, true);
     Tell(U("call: ") + Hex(err) + U(" ") + U(result));
 }
 
-GSErrCode MenuHandler(const API_MenuParams* params)
+HostErrCode MenuHandler(const API_MenuParams* params)
 {
     probe::State& state = probe::Get();
     if (params->menuItemRef.menuResID == 32501) {
@@ -185,16 +185,17 @@ GSErrCode MenuHandler(const API_MenuParams* params)
     }
     switch (params->menuItemRef.itemIndex) {
     case 1: {
-        const GSResModule previous = ACAPI_UseOwnResModule();
-        state.lastModalResult = DGModalDialog(ACAPI_GetOwnResModule(), 32600, ACAPI_GetOwnResModule(), ModalHandler, 0);
-        ACAPI_ResetResModule(previous);
+        const HostResModule previous = HostAPI_UseOwnResModule();
+        state.lastModalResult =
+            DGModalDialog(HostAPI_GetOwnResModule(), 32600, HostAPI_GetOwnResModule(), ModalHandler, 0);
+        HostAPI_ResetResModule(previous);
         break;
     }
     case 2: {
-        const GSResModule previous = ACAPI_UseOwnResModule();
+        const HostResModule previous = HostAPI_UseOwnResModule();
         state.modelessID =
-            DGModelessInit(ACAPI_GetOwnResModule(), 32601, ACAPI_GetOwnResModule(), ModelessHandler, 0, 1);
-        ACAPI_ResetResModule(previous);
+            DGModelessInit(HostAPI_GetOwnResModule(), 32601, HostAPI_GetOwnResModule(), ModelessHandler, 0, 1);
+        HostAPI_ResetResModule(previous);
         DGShowModelessDialog(state.modelessID);
         break;
     }
@@ -205,7 +206,7 @@ GSErrCode MenuHandler(const API_MenuParams* params)
         DG::FolderDialog dialog;
         dialog.SetTitle(U("Pick a folder"));
         if (dialog.Invoke()) {
-            GS::UniString path;
+            Base::UniString path;
             dialog.GetFolder().ToPath(&path);
             state.lastChoice = path.ToUTF8();
             Tell(U("folder: ") + path);
@@ -217,13 +218,13 @@ GSErrCode MenuHandler(const API_MenuParams* params)
     }
     case 5: {
         FTM::FileTypeManager manager("Module");
-        const FTM::FileType type("Text file", "txt", GS::FourCC("GSAC"), GS::FourCC("TEXT"), 145);
+        const FTM::FileType type("Text file", "txt", Base::FourCC("HOST"), Base::FourCC("TEXT"), 145);
         const FTM::TypeID id = manager.AddType(type, FTM::RootGroup);
         DG::FileDialog dialog(DG::FileDialog::OpenFile);
         dialog.AddFilter(id);
         dialog.SetTitle(U("Pick a file"));
         if (dialog.Invoke()) {
-            GS::UniString path;
+            Base::UniString path;
             dialog.GetSelectedFile(0).ToPath(&path);
             state.lastChoice = path.ToUTF8();
             Tell(U("file: ") + path);
@@ -241,8 +242,8 @@ GSErrCode MenuHandler(const API_MenuParams* params)
         break;
     case 8: {
         IO::Location own;
-        GS::UniString path;
-        ACAPI_GetOwnLocation(&own);
+        Base::UniString path;
+        HostAPI_GetOwnLocation(&own);
         own.ToPath(&path);
         const std::string target = path.ToUTF8();
         const char* argv[] = {"xdg-open", target.c_str(), nullptr};
@@ -250,8 +251,8 @@ GSErrCode MenuHandler(const API_MenuParams* params)
         break;
     }
     case 9: {
-        GS::UniString s;
-        const bool without = ACAPI_Resource_GetLocUStr(&s, kStrings, 5);
+        Base::UniString s;
+        const bool without = HostAPI_Resource_GetLocUStr(&s, kStrings, 5);
         const bool with = !Str(5).IsEmpty();
         Tell(U(without ? "without: found" : "without: missing") + U(with ? ", with: found" : ", with: missing"));
         break;
@@ -265,7 +266,7 @@ GSErrCode MenuHandler(const API_MenuParams* params)
     return NoError;
 }
 
-GSErrCode CommandHandler(GSHandle, GSPtr resultData, bool)
+HostErrCode CommandHandler(HostHandle, HostPtr resultData, bool)
 {
     ++probe::Get().commandCalls;
     if (resultData)
@@ -275,38 +276,38 @@ GSErrCode CommandHandler(GSHandle, GSPtr resultData, bool)
 
 } // namespace
 
-API_AddonType CheckEnvironment(API_EnvirParams* envir)
+API_AddOnType CheckEnvironment(API_EnvirParams* envir)
 {
     API_ServerApplicationInfo info;
-    ACAPI_GetReleaseNumber(&info);
+    HostAPI_GetReleaseNumber(&info);
     probe::Get().release = info.mainVersion;
-    if (envir->serverInfo.serverApplication != APIAppl_MainID)
-        return APIAddon_DontRegister;
+    if (envir->serverInfo.serverApplication != ServerApp_Main)
+        return AddOnType_DontRegister;
     const probe::State& state = probe::Get();
     envir->addOnInfo.name = U(state.name.empty() ? PROBE_NAME : state.name.c_str());
     envir->addOnInfo.description =
         U(state.description.empty() ? "Exercises the host interface" : state.description.c_str());
-    return APIAddon_Normal;
+    return AddOnType_Normal;
 }
 
-GSErrCode RegisterInterface()
+HostErrCode RegisterInterface()
 {
-    if (const GSErrCode err = ACAPI_Register_Menu(32500, 0, MenuCode_Tools, 0); err != NoError)
+    if (const HostErrCode err = HostAPI_Register_Menu(32500, 0, MenuCode_Tools, 0); err != NoError)
         return err;
-    return ACAPI_Register_SupportedService(kCommand, 1);
+    return HostAPI_Register_SupportedService(kCommand, 1);
 }
 
-GSErrCode Initialize()
+HostErrCode Initialize()
 {
-    GSErrCode err = ACAPI_Install_MenuHandler(32500, MenuHandler);
-    err |= ACAPI_Install_MenuHandler(32501, MenuHandler);
+    HostErrCode err = HostAPI_Install_MenuHandler(32500, MenuHandler);
+    err |= HostAPI_Install_MenuHandler(32501, MenuHandler);
     if (err != NoError)
         return err;
     ++probe::Get().initialized;
-    return ACAPI_Install_ModulCommandHandler(kCommand, 1, CommandHandler);
+    return HostAPI_Install_ModulCommandHandler(kCommand, 1, CommandHandler);
 }
 
-GSErrCode FreeData()
+HostErrCode FreeData()
 {
     ++probe::Get().freed;
     return NoError;

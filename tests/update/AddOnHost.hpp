@@ -1,0 +1,69 @@
+// The example add-on in an in-process host, its update server on loopback, and the files it keeps
+// in the framework folder.
+#pragma once
+
+#include "UpdateServer.hpp"
+#include "kftest/InProcessHost.hpp"
+#include "kftest/SettingsFiles.hpp"
+
+#include <gtest/gtest.h>
+
+#include <ctime>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+
+namespace kftest {
+
+std::string ToUtf8(const std::u16string& text);
+
+// The example's framework strings by index in a language (1: international).
+std::string ExampleText(const kfhost::ResourceModule& resources, int index, int language = 1);
+std::string ItemText(const kfhost::Dialog& dialog, short item);
+bool Visible(const kfhost::Dialog& dialog, short item);
+bool Enabled(const kfhost::Dialog& dialog, short item);
+
+class AddOnHost : public ::testing::Test {
+protected:
+    static constexpr short kMenu = 32601;
+    static constexpr short kCheckNow = 1;
+    static constexpr short kAutoCheck = 2;
+    static constexpr short kAbout = 3;
+
+    AddOnHost();
+    ~AddOnHost() override;
+
+    // Loads the example bundle; updateServer empty: the loopback server.
+    void Load(const std::string& updateServer = {});
+    void ServeVersions(const std::string& text);
+    void WriteOwnSettings(const SettingsEntries& entries);
+    std::map<std::string, std::string> OwnSettings() const;
+    std::filesystem::path VersionsCopy() const;
+
+    std::int32_t Menu(short item) { return host_->Host().MenuCommand(kMenu, item); }
+    bool MenuChecked(short item);
+    bool RunUntil(const std::function<bool()>& pred, double seconds = 5.0) { return host_->RunUntil(pred, seconds); }
+    // The results dialog when it is open and shown.
+    kfhost::Dialog* ShownResults();
+    // The results dialog while open, shown or not.
+    kfhost::Dialog* OpenResults();
+    std::string Text(int index, int language = 1) const { return ExampleText(resources_, index, language); }
+    bool AlertShown(const std::string& text);
+    bool NoAlert();
+
+    static std::string LastCheckKey() { return "LastUpdateCheck_170"; }
+    static std::string DaysAgo(double days)
+    {
+        return std::to_string(static_cast<long>(std::time(nullptr)) - static_cast<long>(days * 86400.0));
+    }
+
+    kftest::TempFolder served_;
+    kftest::TempFolder framework_;
+    std::unique_ptr<kfupd::UpdateServer> server_;
+    std::unique_ptr<kftest::InProcessHost> host_;
+    kfhost::ResourceModule resources_;
+};
+
+} // namespace kftest
