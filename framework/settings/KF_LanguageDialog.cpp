@@ -72,8 +72,12 @@ short Accept(short dialID, const LanguageDialogRecord& record)
     const short row = DGListGetSelected(dialID, kLanguageList, 0);
     const short* chosen = sLanguageRows.Get(row - 1);
     if (chosen == nullptr || *chosen == record.languageAtOpening) {
-        // No row or the same language: nothing is written, and a preview is undone.
+        // No row or the same language: a preview is undone. The choice is still stored when none
+        // was, so that a user who accepts the preselected language is not asked on every run.
         gKF_Language = record.languageAtOpening;
+        if (chosen != nullptr && (gKF_AskLanguage || !KF_Language_Exists())) {
+            KF_Language_Write();
+        }
         return kAcceptItem;
     }
     gKF_Language = *chosen;

@@ -23,6 +23,20 @@ TEST(FirstUse, AsksBeforeTheMainDialogOnceAndStoresTheChoice)
     EXPECT_EQ(Count(again.transcript, kQuestion), 0);
 }
 
+TEST(FirstUse, AcceptingThePreselectedEnglishStoresItAndIsNotAskedAgain)
+{
+    Workspace w;
+    const HostRun run = w.Run(
+        {kForge}, w.WriteScript({"menu 32501 1", "expect dialog 32734", "click 1", "expect dialog 32500", "click 2"}));
+    EXPECT_EQ(run.status, 0) << run.transcript;
+    EXPECT_EQ(Count(run.transcript, kQuestion), 1) << run.transcript;
+    EXPECT_EQ(StoredLanguage(w), "int");
+
+    const HostRun again = w.Run({kForge}, w.WriteScript({"menu 32501 1", "expect dialog 32500", "click 2"}));
+    EXPECT_EQ(again.status, 0) << again.transcript;
+    EXPECT_EQ(Count(again.transcript, kQuestion), 0) << again.transcript;
+}
+
 TEST(FirstUse, CancelledQuestionKeepsEnglishStoresNothingAndIsNotRepeated)
 {
     Workspace w;
