@@ -1,6 +1,6 @@
 // Loading: the stale communication file goes at the environment check, whatever the host; only
 // the main application gets a registered add-on.
-#include "ShellHarness.hpp"
+#include "AddOnHarness.hpp"
 
 #include <gtest/gtest.h>
 

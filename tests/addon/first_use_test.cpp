@@ -1,5 +1,5 @@
 // The first-use language question: asked once per run of the host, only when none is stored.
-#include "ShellHarness.hpp"
+#include "AddOnHarness.hpp"
 
 #include <gtest/gtest.h>
 

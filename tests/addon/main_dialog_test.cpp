@@ -1,6 +1,6 @@
 // The main dialog's texts in every language, the language button, and the fall-backs for
 // missing strings.
-#include "ShellHarness.hpp"
+#include "AddOnHarness.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // The add-on's string lists as the host reads them: every string that the add-on or the framework
 // asks for exists in all seven languages, and each language has its own texts.
-#include "ShellHarness.hpp"
+#include "AddOnHarness.hpp"
 
 #include <gtest/gtest.h>
 

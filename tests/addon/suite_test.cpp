@@ -1,6 +1,6 @@
 // Two add-ons in one host: the family learns whether the suite is loaded from its "SUIT"
 // command, else from the suite's file.
-#include "ShellHarness.hpp"
+#include "AddOnHarness.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "ShellHarness.hpp"
+#include "AddOnHarness.hpp"
 
 #include "kfhost/Resources.hpp"
 #include "kfhost/Text.hpp"
