@@ -55,10 +55,12 @@ int Send(URLDownloadParams* params, KF_URL_Message message, double progress)
     return answer;
 }
 
-void CloseFile(URLDownloadParams* params)
+// False when the close fails: it may be where the system reports that bytes did not reach the disk.
+bool CloseFile(URLDownloadParams* params)
 {
     if (params->file != nullptr && params->file->file != nullptr && params->file->file->IsOpen())
-        params->file->file->Close();
+        return params->file->file->Close() == NoError;
+    return true;
 }
 
 // Only the file this download created goes; the target is never touched by a failure.
@@ -93,7 +95,8 @@ void Discard(kf::detail::KF_CurlTransfer* transfer)
 // followed).
 bool MoveIntoPlace(URLDownloadParams* params)
 {
-    CloseFile(params);
+    if (!CloseFile(params))
+        return false;
     if (IO::FileSystem::MoveOver(static_cast<IO::Location>(params->partPath),
                                  static_cast<IO::Location>(KF_Location(params->targetPath))) != NoError)
         return false;
@@ -180,9 +183,11 @@ std::size_t Received(char* data, std::size_t size, std::size_t count, void* user
         return 0; // libcurl ends the transfer with a write error
     for (std::size_t done = 0; done < total; done += kBlockSize) {
         std::size_t const block = total - done < kBlockSize ? total - done : kBlockSize;
-        // A failed write is not reported: the download goes on.
-        if (params->file->file != nullptr && params->file->file->WriteBin(data + done, block) != NoError)
-            params->file->file->ResetErrorStatus();
+        // A document with a hole is no document: a refused write ends the download as failed.
+        UInt64 written = 0;
+        if (params->file->file == nullptr || params->file->file->WriteBin(data + done, block, &written) != NoError ||
+            written != block)
+            return 0;
         ++params->pendingBlocks;
     }
     return total;
