@@ -245,19 +245,37 @@ TEST_F(CheckInProcess, FailuresBeforeTheComparisonEndInTheirOwnOutcome)
     EXPECT_TRUE(host_->Run("expect no-alert"));
 }
 
-TEST_F(CheckInProcess, TheIntervalEndsAfterFourteenDaysToTheMinute)
+// An automatic check waits fourteen days after the last one. A stored time later than now (a clock
+// that was once wrong) or one that does not read as a number is due at once, and replaced.
+TEST_F(CheckInProcess, TheIntervalEndsAfterFourteenDaysAndAnUnbelievableLastCheckIsDue)
 {
     Serve("OBT 1.2.1.0 (HV170) 02/09/2013\n");
     const KF_String line("OBT 1.2.0.3 (HV170) 15/03/2013");
     const KF_String key = KF_String("LastUpdateCheck_170");
+    const long now = long(std::time(nullptr));
     const long fourteenDays = 14L * 24 * 3600;
-    for (const auto& [ago, checks] : {std::pair{fourteenDays - 60, false}, {fourteenDays + 2, true}}) {
+    const std::pair<std::string, bool> cases[] = {
+        {std::to_string(now - fourteenDays + 60), false},
+        {std::to_string(now - fourteenDays - 2), true},
+        {std::to_string(now + 3600), true},
+        {"2145916800", true}, // 2038
+        {"4102444800", true}, // 2100
+        {"abc", true},
+        {"", true},
+        {"12abc", true},
+        {"99999999999999999999999", true},
+    };
+    for (const auto& [stored, checks] : cases) {
         std::size_t const requests = server_->RequestTargets().size();
-        KF_AddonSettings_LoadSetSave(KF_AddonSettings_ThisAddon, key,
-                                     KF_String::LongToString(long(std::time(nullptr)) - ago, 0), true);
+        KF_AddonSettings_LoadSetSave(KF_AddonSettings_ThisAddon, key, KF_String(stored.c_str()), true);
         EXPECT_TRUE(KF_AddonUpdate_CheckForUpdate(0, false, line, KF_String("")));
         host_->RunLoop(1.0);
-        EXPECT_EQ(server_->RequestTargets().size(), requests + (checks ? 1 : 0)) << ago;
+        EXPECT_EQ(server_->RequestTargets().size(), requests + (checks ? 1 : 0)) << stored;
+        const std::string after = Utf8(KF_AddonSettings_Get(KF_AddonSettings_ThisAddon, key, true));
+        if (checks)
+            EXPECT_LE(std::labs(std::atol(after.c_str()) - long(std::time(nullptr))), 60) << stored << " -> " << after;
+        else
+            EXPECT_EQ(after, stored);
     }
 }
 
