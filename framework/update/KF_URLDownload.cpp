@@ -193,6 +193,16 @@ std::size_t Received(char* data, std::size_t size, std::size_t count, void* user
     return total;
 }
 
+// Proxies come from the environment as for any command-line tool (http_proxy, https_proxy,
+// all_proxy, no_proxy); libcurl reads them. A loopback server is on this machine, so it is reached
+// directly unless no_proxy is set: then that list alone decides.
+const char* LoopbackBypass()
+{
+    if (std::getenv("no_proxy") != nullptr || std::getenv("NO_PROXY") != nullptr)
+        return nullptr;
+    return "localhost,127.0.0.0/8,::1";
+}
+
 CURL* MakeRequest(URLDownloadParams* params)
 {
     CURL* easy = curl_easy_init();
@@ -217,7 +227,8 @@ CURL* MakeRequest(URLDownloadParams* params)
                     curl_easy_setopt(easy, CURLOPT_PREREQDATA, params) == CURLE_OK &&
                     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, Received) == CURLE_OK &&
                     curl_easy_setopt(easy, CURLOPT_WRITEDATA, params) == CURLE_OK;
-    if (!ok) {
+    const char* bypass = LoopbackBypass();
+    if (!ok || (bypass != nullptr && curl_easy_setopt(easy, CURLOPT_NOPROXY, bypass) != CURLE_OK)) {
         curl_easy_cleanup(easy);
         return nullptr;
     }

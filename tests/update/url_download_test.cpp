@@ -201,9 +201,9 @@ TEST_F(URLDownload, AConnectionThatIsRefusedFailsWithoutOpening)
 
 TEST_F(URLDownload, AResetInTheMiddleOfTheBodyFails)
 {
-    ResettingServer resetting(100000, 20000);
+    auto resetting = ResettingServer(100000, 20000);
     Recorder& r = NewRecorder();
-    ASSERT_TRUE(Fetch("http://127.0.0.1:" + std::to_string(resetting.Port()) + "/reset", r));
+    ASSERT_TRUE(Fetch(resetting->Url("/reset"), r));
     EXPECT_EQ(r.Story(), "Opened Data Failed");
     EXPECT_EQ(r.events.back().progress, 0.0);
     EXPECT_EQ(EntriesFor(r.target), 0u) << "what arrived is removed";
