@@ -10,7 +10,11 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <csignal>
+#include <cstdlib>
 #include <future>
+#include <random>
+#include <thread>
 
 namespace fs = std::filesystem;
 using namespace kftest;
@@ -108,7 +112,7 @@ TEST_F(HostedStores, AStoreThatFailsToLoadIsKeptBesideTheNewOne)
 // a save; entries the format cannot hold exactly leave their neighbours intact.
 TEST_F(HostedStores, EveryByteSurvivesALoadAndASave)
 {
-    for (std::string const plain :
+    for (const std::string& plain :
          {std::string("$\xff\xfeName: v\n$next: 1\n"), std::string("$Ke\0y: pre\0cious\n$next: 1\n", 26),
           std::string("$k: \xff\xfe\xc3\n$next: 1\n"), std::string("$k: a\n#\n#b\n$c: \r\n#\r\n"),
           std::string("$k: caf\xc3\xa9 \xe6\x97\xa5\n")}) {
@@ -213,4 +217,52 @@ TEST_F(HostedStores, TwoWritersAndAReaderNeverMeetAHalfFile)
     for (const auto& entry : fs::directory_iterator(host.FrameworkFolder()))
         leftovers += entry.path().filename().string().find("kftmp") != std::string::npos ? 1 : 0;
     EXPECT_EQ(leftovers, 0u);
+}
+
+// kill -9 at random moments of a writer's saves: the store is whole after every kill, and the next
+// save removes every temporary file a killed writer left. One writer is killed while stopped in the
+// middle of a save, so that at least one file is left. KF_TEST_KILLS sets the number of kills.
+TEST_F(HostedStores, KilledWritersLeaveAWholeStoreAndTheNextSaveTidiesUp)
+{
+    const char* runs = std::getenv("KF_TEST_KILLS");
+    const int kills = runs != nullptr ? std::atoi(runs) : 30;
+    std::string const big(20000, 'v');
+    ASSERT_TRUE(KF_AddonSettings_LoadSetSave(kShared, S("who"), S("start"), true));
+    auto temporaries = [&] {
+        std::size_t count = 0;
+        for (const auto& entry : fs::directory_iterator(host.FrameworkFolder()))
+            count += entry.path().extension() == ".kftmp" ? 1 : 0;
+        return count;
+    };
+    std::mt19937 random(7);
+    int killsThatLeftAFile = 0;
+    for (int k = 0; k <= kills; ++k) {
+        const bool stopInSave = k == kills;
+        const pid_t writer = ::fork();
+        ASSERT_GE(writer, 0);
+        if (writer == 0) {
+            if (stopInSave)
+                host.Faults().Before(kfhost::FileOp::Write, "*Quadrelle.cfg.*.kftmp", [] { ::raise(SIGSTOP); });
+            for (int i = 0;; ++i)
+                KF_AddonSettings_LoadSetSave(kShared, S("who"), S(std::to_string(k) + " " + std::to_string(i) + big),
+                                             true);
+        }
+        if (stopInSave)
+            ASSERT_EQ(::waitpid(writer, nullptr, WUNTRACED), writer);
+        else
+            std::this_thread::sleep_for(std::chrono::microseconds(2000 + random() % 20000));
+        ::kill(writer, SIGKILL);
+        ::waitpid(writer, nullptr, 0);
+        std::string const plain = Plain(SharedFile());
+        EXPECT_TRUE(plain.rfind("$who: ", 0) == 0 && plain.back() == '\n') << "after kill " << k;
+        // The next writer (the next child) tidies up what this one left.
+        killsThatLeftAFile += temporaries() > 0 ? 1 : 0;
+    }
+    std::size_t const left = temporaries();
+    EXPECT_GE(left, 1u);
+    RecordProperty("kills_that_left_a_file", killsThatLeftAFile);
+    Forget();
+    ASSERT_TRUE(KF_AddonSettings_LoadSetSave(kShared, S("who"), S("after"), true));
+    EXPECT_EQ(temporaries(), 0u) << left << " were left by " << kills + 1 << " kills";
+    EXPECT_EQ(Plain(SharedFile()), "$who: after\n");
 }

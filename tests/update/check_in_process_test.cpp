@@ -13,6 +13,10 @@
 #include "KF/KF_Language.hpp"
 #include "kfsdk/HostTable.h"
 
+#include <sys/wait.h>
+
+#include <csignal>
+
 using namespace kftest;
 
 namespace {
@@ -314,4 +318,40 @@ TEST_F(CheckInProcess, ACancelledResultsDialogDoesNotCancelTheNextCheck)
     Serve("OBT 1.2.1.0 (HV170) 02/09/2013\n");
     Check(KF_String("OBT 1.2.0.3 (HV170) 15/03/2013"));
     EXPECT_EQ(kf::detail::KF_AddonUpdate_State().status, 3) << "the next check runs to its result";
+}
+
+// A check killed in the middle of its download leaves its partial copy; the next check's download
+// removes it, and only what processes that no longer run left.
+TEST_F(CheckInProcess, TheNextCheckRemovesWhatAKilledDownloadLeft)
+{
+    Serve("OBT 1.2.1.0 (HV170) 02/09/2013\n" + std::string(2000, '*'));
+    std::filesystem::path const copy = host_->FrameworkFolder() / "__updcf__.tmp";
+    auto partials = [&] {
+        std::size_t count = 0;
+        for (const auto& entry : std::filesystem::directory_iterator(copy.parent_path()))
+            count += entry.path().filename().string().rfind("__updcf__.tmp.", 0) == 0 ? 1 : 0;
+        return count;
+    };
+    const pid_t killed = ::fork();
+    ASSERT_GE(killed, 0);
+    if (killed == 0) {
+        auto dies = [](KF_URL_Message message, double, void*) {
+            if (message == KF_URL_Data)
+                ::raise(SIGKILL);
+            return 0;
+        };
+        KF_General::URLDownload(KF_String((server_->BaseUrl() + "/test/slow/update_plugins/versions16.txt").c_str()),
+                                KF_Location(KF_String(copy.c_str())), dies, nullptr);
+        host_->RunLoop(10.0);
+        ::_exit(1);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(killed, &status, 0), killed);
+    ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
+    ASSERT_EQ(partials(), 1u);
+
+    Check(KF_String("OBT 1.2.0.3 (HV170) 15/03/2013"));
+    EXPECT_EQ(kf::detail::KF_AddonUpdate_State().status, 3);
+    EXPECT_EQ(partials(), 0u);
+    EXPECT_FALSE(std::filesystem::exists(copy));
 }
