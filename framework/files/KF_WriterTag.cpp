@@ -130,8 +130,8 @@ std::string KF_Writer_NewTag()
         std::random_device{}() ^
         static_cast<std::uint32_t>(std::chrono::steady_clock::now().time_since_epoch().count())};
     const KF_WriterID self = KF_Writer_This();
-    return std::to_string(self.pid) + "-" + std::to_string(self.start) + "-" + Hex(self.boot) + "-" +
-           Hex(self.place) + "-" + Hex(generator());
+    return std::to_string(self.pid) + "-" + std::to_string(self.start) + "-" + Hex(self.boot) + "-" + Hex(self.place) +
+           "-" + Hex(generator());
 }
 
 bool KF_Writer_Parse(std::string_view tag, KF_WriterID& writer)

@@ -119,11 +119,11 @@ TEST_F(TemporaryFiles, WhatWritersThatNoLongerRunLeftGoesWithTheNextWriteOfTheTa
     elsewhere.pid = reused.pid = 999999;
     const std::vector<std::string> gone = {"f." + Tag(reused) + ".kftmp", "f." + Tag(earlierBoot) + ".kftmp"};
     const std::vector<std::string> kept = {
-        "f." + Tag(self) + ".kftmp",              // a live writer: this process
-        "f." + Tag(elsewhere) + ".kftmp",         // a writer of another machine may still run
-        "f.0123456789ab.kftmp",                   // not a tag of ours
-        "f." + Tag(reused, 1) + "-x.kftmp",       // nor this
-        "ff." + Tag(reused) + ".kftmp",           // another target
+        "f." + Tag(self) + ".kftmp",        // a live writer: this process
+        "f." + Tag(elsewhere) + ".kftmp",   // a writer of another machine may still run
+        "f.0123456789ab.kftmp",             // not a tag of ours
+        "f." + Tag(reused, 1) + "-x.kftmp", // nor this
+        "ff." + Tag(reused) + ".kftmp",     // another target
     };
     for (const std::string& name : gone)
         kftest::WriteFile(Folder() / name, "left");
