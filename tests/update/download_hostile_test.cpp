@@ -62,12 +62,15 @@ TEST_F(HostileServer, InterimResponsesAreSkippedAndOnlyAFinalOneCounts)
     const Case cases[] = {
         {"100 then 200", "HTTP/1.1 100 Continue\r\n\r\n" + ok, "Opened Data Done"},
         {"103 then 200", "HTTP/1.1 103 Early Hints\r\nLink: </x>\r\n\r\n" + ok, "Opened Data Done"},
-        {"many 1xx then 200", std::string() + [] {
-             std::string many;
-             for (int i = 0; i < 50; ++i)
-                 many += "HTTP/1.1 102 Processing\r\n\r\n";
-             return many;
-         }() + ok,
+        {"many 1xx then 200",
+         std::string() +
+             [] {
+                 std::string many;
+                 for (int i = 0; i < 50; ++i)
+                     many += "HTTP/1.1 102 Processing\r\n\r\n";
+                 return many;
+             }() +
+             ok,
          "Opened Data Done"},
         {"1xx alone", "HTTP/1.1 100 Continue\r\n\r\n", "Opened Failed"},
         {"101 without an upgrade", "HTTP/1.1 101 Switching Protocols\r\nUpgrade: h2c\r\n\r\n" + body, "Opened Failed"},
@@ -77,7 +80,8 @@ TEST_F(HostileServer, InterimResponsesAreSkippedAndOnlyAFinalOneCounts)
     };
     for (const Case& c : cases) {
         const Outcome o = Answered(c.raw);
-        EXPECT_EQ(o.story.substr(o.story.rfind(' ') + 1), std::string(c.story).substr(std::string(c.story).rfind(' ') + 1))
+        EXPECT_EQ(o.story.substr(o.story.rfind(' ') + 1),
+                  std::string(c.story).substr(std::string(c.story).rfind(' ') + 1))
             << c.what << ": " << o.story;
         if (std::string(c.story).find("Done") != std::string::npos) {
             EXPECT_EQ(o.content, body) << c.what;
@@ -103,8 +107,8 @@ TEST_F(HostileServer, ALengthThatLiesOrBrokenChunksAreNoDocument)
         {"a negative length", Head("200 OK", "Content-Length: -1\r\n") + body, false},
         {"a length too large for any number", Head("200 OK", "Content-Length: 99999999999999999999999\r\n") + body,
          false},
-        {"chunk size not hexadecimal", Head("200 OK", "Transfer-Encoding: chunked\r\n") + "zz\r\n" + body + "\r\n0\r\n\r\n",
-         false},
+        {"chunk size not hexadecimal",
+         Head("200 OK", "Transfer-Encoding: chunked\r\n") + "zz\r\n" + body + "\r\n0\r\n\r\n", false},
         {"no last chunk", Head("200 OK", "Transfer-Encoding: chunked\r\n") + "1f\r\n" + body + "\r\n", false},
         {"chunk longer than its data",
          Head("200 OK", "Transfer-Encoding: chunked\r\n") + "ff\r\n" + body + "\r\n0\r\n\r\n", false},
