@@ -58,8 +58,8 @@ TEST_F(OddFolder, AFolderNamedWithBytesThatAreNotUtf8HoldsTheStores)
     ASSERT_TRUE(KF_AddonSettings_Load(kShared, false));
     EXPECT_EQ(Utf8(KF_AddonSettings_Get(kShared, S("k"), false)), "v");
     EXPECT_TRUE(KF_Comm::AddOnFileRead());
-    EXPECT_EQ(FilesUnder(scratch.Path()), (std::vector<std::string>{"caf\xe9 \xff\xfe/fw/Quadrelle.cfg",
-                                                                     "caf\xe9 \xff\xfe/fw/TestAddOn_17.sui"}));
+    EXPECT_EQ(FilesUnder(scratch.Path()),
+              (std::vector<std::string>{"caf\xe9 \xff\xfe/fw/Quadrelle.cfg", "caf\xe9 \xff\xfe/fw/TestAddOn_17.sui"}));
 }
 
 // Folders whose paths leave room for the store's name but not for its temporary file's, or for

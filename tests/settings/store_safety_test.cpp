@@ -6,6 +6,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -46,29 +47,45 @@ std::string Plain(const fs::path& file)
 
 } // namespace
 
-TEST_F(HostedStores, SpecialFilesAreRefusedAtOnceAndNeverWritten)
+// A FIFO or a device at the store's name is unreadable, not an empty store: the load fails at once,
+// and the first save keeps it aside before the store becomes a file of its own.
+TEST_F(HostedStores, SpecialFilesAreUnreadableKeptAsideAndNeverWritten)
 {
     fs::path const fifo = host.TempDir() / "planted.fifo";
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-    for (bool viaLink : {false, true}) {
+    enum Kind { kFifo, kLinkToFifo, kLinkToDevice, kDevice };
+    for (Kind kind : {kFifo, kLinkToFifo, kLinkToDevice, kDevice}) {
         Forget();
         fs::remove(SharedFile());
-        if (viaLink)
-            fs::create_symlink(fifo, SharedFile());
-        else
+        fs::remove(SharedFile().string() + ".unreadable");
+        if (kind == kFifo)
             ASSERT_EQ(::mkfifo(SharedFile().c_str(), 0600), 0);
-        bool read = true;
-        EXPECT_TRUE(EndsPromptly([&] { read = KF_Language_Read(true); }, SharedFile())) << viaLink;
-        EXPECT_FALSE(read) << "nothing can be read from it";
+        else if (kind == kLinkToFifo)
+            fs::create_symlink(fifo, SharedFile());
+        else if (kind == kLinkToDevice)
+            fs::create_symlink("/dev/null", SharedFile());
+        else if (::mknod(SharedFile().c_str(), S_IFCHR | 0600, ::makedev(1, 3)) != 0)
+            continue; // making a device needs privileges
+        const fs::file_type type = fs::symlink_status(SharedFile()).type();
+        bool loaded = true;
+        EXPECT_TRUE(EndsPromptly([&] { loaded = KF_AddonSettings_Load(kShared, false); }, SharedFile())) << kind;
+        EXPECT_FALSE(loaded) << kind << ": an empty store would load";
         bool saved = false;
         EXPECT_TRUE(
             EndsPromptly([&] { saved = KF_AddonSettings_LoadSetSave(kShared, S("k"), S("v"), true); }, SharedFile()));
-        EXPECT_TRUE(saved);
-        EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(SharedFile()))) << "the store is a file of its own now";
-        EXPECT_EQ(Plain(SharedFile()), "$k: v\n");
+        EXPECT_TRUE(saved) << kind;
+        EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(SharedFile()))) << kind;
+        EXPECT_EQ(Plain(SharedFile()), "$k: v\n") << kind;
+        EXPECT_EQ(fs::symlink_status(SharedFile().string() + ".unreadable").type(), type) << kind << ": kept aside";
         EXPECT_TRUE(fs::is_fifo(fs::status(fifo)));
-        fs::remove(SharedFile().string() + ".unreadable");
     }
+    // An empty file is an empty store, and nothing is kept aside.
+    Forget();
+    kftest::WriteFile(SharedFile(), "");
+    fs::remove(SharedFile().string() + ".unreadable");
+    EXPECT_TRUE(KF_AddonSettings_Load(kShared, false));
+    EXPECT_TRUE(KF_AddonSettings_LoadSetSave(kShared, S("k"), S("v"), true));
+    EXPECT_FALSE(fs::exists(fs::symlink_status(SharedFile().string() + ".unreadable")));
 }
 
 // A store that the reader refuses is kept aside, byte for byte, before the first save replaces it.

@@ -355,3 +355,34 @@ TEST_F(CheckInProcess, TheNextCheckRemovesWhatAKilledDownloadLeft)
     EXPECT_EQ(partials(), 0u);
     EXPECT_FALSE(std::filesystem::exists(copy));
 }
+
+// The versions file may hold exactly 4 MiB, downloaded or read from the copy; one byte more fails.
+TEST_F(CheckInProcess, AVersionsFileOfExactlyFourMiBIsReadAndOneByteMoreIsNot)
+{
+    constexpr std::size_t kLimit = 4u << 20;
+    auto sized = [](std::size_t size) {
+        std::string text = "OBT 1.2.1.0 (HV170) 02/09/2013\n*";
+        text += std::string(size - text.size() - 1, '*') + "\n";
+        return text;
+    };
+    const KF_String line("OBT 1.2.0.3 (HV170) 15/03/2013");
+    Serve(sized(kLimit));
+    Check(line);
+    EXPECT_EQ(kf::detail::KF_AddonUpdate_State().status, 3);
+    EXPECT_TRUE(host_->Run("expect no-alert"));
+
+    Serve(sized(kLimit + 1));
+    Check(line);
+    EXPECT_EQ(kf::detail::KF_AddonUpdate_State().status, 1) << "no result";
+    EXPECT_TRUE(host_->Run("expect alert \"" + Text(33) + "\""));
+
+    std::filesystem::path const copy = host_->FrameworkFolder() / "__updcf__.tmp";
+    for (const std::size_t size : {kLimit, kLimit + 1}) {
+        kftest::WriteFile(copy, sized(size));
+        KF_List<KF_AddonUpdate_Message> messages;
+        KF_List<KF_AddonUpdate_Addon> addons;
+        KF_List<KF_AddonUpdate_Library> libraries;
+        EXPECT_EQ(KF_AddonUpdate_ReadVersionsFile(messages, addons, libraries), size == kLimit) << size;
+        EXPECT_EQ(addons.GetCount(), size == kLimit ? 1 : 0) << size;
+    }
+}

@@ -91,6 +91,15 @@ TEST_F(URLDownload, FollowsARedirectChainWithoutTellingTheClient)
     const std::vector<std::string> seen = server_->RequestTargets();
     ASSERT_EQ(seen.size(), 6u);
     EXPECT_EQ(seen.back(), "/files/final.txt");
+
+    // Twenty redirections are followed, and the twenty-first is not.
+    Recorder& twenty = NewRecorder();
+    ASSERT_TRUE(Fetch(Url("/test/redirect/19?to=/files/final.txt"), twenty, "twenty.txt"));
+    EXPECT_EQ(twenty.Story(), "Opened Data Done");
+    Recorder& more = NewRecorder();
+    ASSERT_TRUE(Fetch(Url("/test/redirect/20?to=/files/final.txt"), more, "more.txt"));
+    EXPECT_EQ(more.Story(), "Opened Failed");
+    EXPECT_EQ(EntriesFor(more.target), 0u);
 }
 
 TEST_F(URLDownload, AnErrorStatusFailsAndLeavesNoFile)
