@@ -2,6 +2,7 @@
 #include "kftest/SettingsFiles.hpp"
 #include "kftest/Text.hpp"
 #include "kftest/InProcessHost.hpp"
+#include "kftest/Processes.hpp"
 #include "KF/KF_Comm.hpp"
 
 #include <gtest/gtest.h>
@@ -184,36 +185,18 @@ TEST_F(Comm, AHostileWriterBesideAReaderNeverMakesItSayTrue)
 TEST_F(Comm, TwoProcessesWritingAtOnceNeverLeaveAHalfFile)
 {
     Release(17);
-    constexpr int kWrites = 400;
-    pid_t writers[2];
-    for (int w = 0; w < 2; ++w) {
-        writers[w] = ::fork();
-        ASSERT_GE(writers[w], 0);
-        if (writers[w] == 0) {
-            bool ok = true;
-            for (int i = 0; i < kWrites; ++i)
-                ok = KF_Comm::AddOnFileWrite((i + w) % 2 == 0) && ok;
-            ::_exit(ok ? 0 : 1);
-        }
-    }
     const std::set<std::string> whole = {Scrambled("$Tavolo Loaded: TRUE\n"), Scrambled("$Tavolo Loaded: FALSE\n")};
     int reads = 0;
     int torn = 0;
-    int statuses[2] = {-1, -1};
-    for (bool running = true; running;) {
-        running = false;
-        for (int w = 0; w < 2; ++w)
-            if (statuses[w] == -1 && ::waitpid(writers[w], &statuses[w], WNOHANG) == 0) {
-                statuses[w] = -1;
-                running = true;
+    EXPECT_TRUE(kftest::WhileProcessesWrite(
+        2, 400, [](int w, int i) { return KF_Comm::AddOnFileWrite((i + w) % 2 == 0); },
+        [&] {
+            if (fs::exists(File("TestAddOn_17.sui"))) {
+                ++reads;
+                torn += whole.count(kftest::ReadFile(File("TestAddOn_17.sui"))) == 1 ? 0 : 1;
             }
-        if (fs::exists(File("TestAddOn_17.sui"))) {
-            ++reads;
-            torn += whole.count(kftest::ReadFile(File("TestAddOn_17.sui"))) == 1 ? 0 : 1;
-        }
-    }
-    for (int status : statuses)
-        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "every write of both succeeded";
+        }))
+        << "every write of both succeeded";
     EXPECT_GT(reads, 0);
     EXPECT_EQ(torn, 0) << "of " << reads << " reads";
     EXPECT_EQ(Names(), (NameSet{"TestAddOn_17.sui"}));

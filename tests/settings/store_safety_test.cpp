@@ -3,6 +3,7 @@
 #include "SettingsTestSupport.hpp"
 
 #include "KF/KF_Language.hpp"
+#include "kftest/Processes.hpp"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -193,41 +194,24 @@ TEST_F(HostedStores, PlantedEntriesBesideTheStoreAreNeitherFollowedNorRemoved)
     EXPECT_EQ(entries, 1u);
 }
 
-// Two processes save the same store while a third reads it: every read finds a whole file.
+// Two processes save the same store while a third reads it: every save succeeds, every read finds
+// a whole file, and nothing is left beside the store.
 TEST_F(HostedStores, TwoWritersAndAReaderNeverMeetAHalfFile)
 {
-    constexpr int kSaves = 1500;
     ASSERT_TRUE(KF_AddonSettings_LoadSetSave(kShared, S("who"), S("start"), true));
-    pid_t writers[2];
-    for (int w = 0; w < 2; ++w) {
-        writers[w] = ::fork();
-        ASSERT_GE(writers[w], 0);
-        if (writers[w] == 0) {
-            bool ok = true;
-            for (int i = 0; i < kSaves; ++i)
-                ok = KF_AddonSettings_LoadSetSave(
-                         kShared, S("who"), S(std::string(w == 0 ? "first " : "second ") + std::to_string(i)), true) &&
-                     ok;
-            ::_exit(ok ? 0 : 1);
-        }
-    }
     int reads = 0;
     int bad = 0;
-    auto writing = [&] {
-        for (pid_t pid : writers)
-            if (::waitpid(pid, nullptr, WNOHANG) == 0)
-                return true;
-        return false;
-    };
-    int statuses[2] = {0, 0};
-    while (writing()) {
-        std::string const plain = Plain(SharedFile());
-        ++reads;
-        bad += plain.rfind("$who: ", 0) == 0 && plain.back() == '\n' ? 0 : 1;
-    }
-    // waitpid above may have reaped them; collect what is left.
-    for (int w = 0; w < 2; ++w)
-        ::waitpid(writers[w], &statuses[w], 0);
+    EXPECT_TRUE(kftest::WhileProcessesWrite(
+        2, 1500,
+        [](int w, int i) {
+            return KF_AddonSettings_LoadSetSave(kShared, S("who"),
+                                                S((w == 0 ? "first " : "second ") + std::to_string(i)), true);
+        },
+        [&] {
+            std::string const plain = Plain(SharedFile());
+            ++reads;
+            bad += plain.rfind("$who: ", 0) == 0 && plain.back() == '\n' ? 0 : 1;
+        }));
     EXPECT_GT(reads, 100);
     EXPECT_EQ(bad, 0) << "of " << reads << " reads";
     std::size_t leftovers = 0;
