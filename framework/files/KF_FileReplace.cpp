@@ -1,8 +1,9 @@
 // Bounded whole-file reading and atomic replacement for the framework's own small files.
 #include "KF_FileDetail.hpp"
 
-#include <chrono>
-#include <random>
+#include "KF_WriterTag.hpp"
+
+#include <vector>
 
 namespace kf::detail {
 
@@ -52,20 +53,63 @@ namespace {
 // Attempts at a fresh name before giving up: a clash means another writer, or a planted entry.
 constexpr int kNameAttempts = 16;
 
-// Eight hexadecimal digits that differ between processes and between calls.
-std::string UniqueTag()
+constexpr char kTemporaryEnding[] = ".kftmp";
+
+// The entry's name when it is a temporary file of the target base, made by KF_Writer_NewTag: the
+// tag between "<base>." and ".kftmp"; empty otherwise.
+std::string TagOf(const Base::UniString& name, const Base::UniString& base)
 {
-    static std::mt19937_64 generator{
-        std::random_device{}() ^
-        static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count())};
-    static const char digits[] = "0123456789abcdef";
-    std::uint64_t bits = generator();
-    std::string tag(12, '0');
-    for (char& c : tag) {
-        c = digits[bits & 0xF];
-        bits >>= 4;
+    const std::size_t ending = sizeof kTemporaryEnding - 1;
+    const std::size_t length = name.GetLength();
+    if (length <= base.GetLength() + 1 + ending || name.GetAt(base.GetLength()) != '.')
+        return {};
+    for (std::size_t i = 0; i < base.GetLength(); ++i)
+        if (name.GetAt(i) != base.GetAt(i))
+            return {};
+    for (std::size_t i = 0; i < ending; ++i)
+        if (name.GetAt(length - ending + i) != static_cast<unsigned char>(kTemporaryEnding[i]))
+            return {};
+    std::string tag;
+    for (std::size_t i = base.GetLength() + 1; i < length - ending; ++i) {
+        if (name.GetAt(i) > 0x7F)
+            return {};
+        tag += static_cast<char>(name.GetAt(i));
     }
     return tag;
+}
+
+struct StaleSearch {
+    Base::UniString base;
+    std::vector<IO::Name> stale;
+};
+
+bool NoteStale(const IO::Folder&, const IO::Name& entry, bool isFolder, void* userData)
+{
+    auto* search = static_cast<StaleSearch*>(userData);
+    KF_WriterID writer;
+    if (!isFolder && KF_Writer_Parse(TagOf(entry.ToUniString(), search->base), writer) && KF_Writer_IsGone(writer))
+        search->stale.push_back(entry);
+    return true;
+}
+
+// Removes the temporary files of location that processes which no longer run left behind (a
+// kill, a crash, a power cut). Another process's file is never touched while it may still write.
+void RemoveStaleBeside(const KF_Location& location)
+{
+    IO::Location parent = static_cast<IO::Location>(location);
+    IO::Name name;
+    if (parent.MoveLastLocalName(&name) != NoError)
+        return;
+    IO::Folder folder(parent, IO::Folder::Fail);
+    StaleSearch search{name.ToUniString(), {}};
+    if (folder.GetStatus() != NoError || folder.Enumerate(NoteStale, &search) != NoError)
+        return;
+    for (const IO::Name& entry : search.stale) {
+        // Only a file: a folder that took the name since is left alone.
+        IO::Folder::EntryType type = IO::Folder::UnknownEntry;
+        if (folder.GetType(entry, &type) == NoError && type == IO::Folder::File)
+            folder.Delete(entry);
+    }
 }
 
 // Writes the temporary file; unlike WriteBin, a failing close counts, as it may be where the
@@ -88,10 +132,11 @@ std::int32_t WriteAndClose(KF_File& writer, const char* data, std::size_t length
 
 std::int32_t KF_File_CreateBeside(const KF_Location& location, KF_File& file, KF_Location& created)
 {
+    RemoveStaleBeside(location);
     std::int32_t result = KF_File_Failed;
     for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
         // Same folder, so that the final move never crosses file systems.
-        const KF_Location candidate(location.path + "." + UniqueTag().c_str() + ".kftmp");
+        const KF_Location candidate(location.path + "." + KF_Writer_NewTag().c_str() + kTemporaryEnding);
         delete file.file;
         file.file = new IO::File(static_cast<IO::Location>(candidate), IO::File::LeaveToOpen);
         const HostErrCode err = file.file->Open(IO::File::CreateNewMode);

@@ -9,6 +9,7 @@
 #include "KF/KF_General.hpp"
 #include "KF_FileDetail.hpp"
 
+#include <charconv>
 #include <ctime>
 #include <string>
 
@@ -35,6 +36,30 @@ constexpr double kCheckInterval = 1209600.0; // fourteen days, in seconds
 KF_String LastCheckKey()
 {
     return KF_String("LastUpdateCheck_") + KF_String::LongToString(17, 0) + "0";
+}
+
+// The seconds of a stored time: decimal digits with an optional "-", nothing else, no overflow.
+bool ParseStoredTime(const KF_String& text, long& seconds)
+{
+    const KF_CString bytes = text.ToCStr(KF_String::Enc_UTF8);
+    if (bytes.bytes == nullptr)
+        return false;
+    const char* const end = bytes.bytes + std::char_traits<char>::length(bytes.bytes);
+    const auto [stop, error] = std::from_chars(bytes.bytes, end, seconds);
+    return error == std::errc() && stop == end;
+}
+
+// Due when no check is stored, fourteen days after the last one, and also when the stored time
+// does not parse or lies ahead (a clock that was once wrong): otherwise no automatic check would
+// come until that date.
+bool CheckIsDue(const KF_String& key)
+{
+    KF_String stored;
+    long last = 0;
+    if (!KF_AddonSettings_Get(KF_AddonSettings_ThisAddon, key, &stored, true) || !ParseStoredTime(stored, last))
+        return true;
+    const std::time_t now = std::time(nullptr);
+    return last <= 0 || last > now || std::difftime(now, static_cast<std::time_t>(last)) >= kCheckInterval;
 }
 
 // The versions file as text for the comparison; false when it cannot be read or is too large.
@@ -118,12 +143,8 @@ bool KF_AddonUpdate_CheckForUpdate(long updateMode, bool byUser, const KF_String
     KF_AddonSettings_Load(KF_AddonSettings_ThisAddon, false);
 
     // The user's own request is never held back by the interval.
-    if (!byUser) {
-        long last = 0;
-        KF_AddonSettings_GetLong(KF_AddonSettings_ThisAddon, key, &last, true);
-        if (last != 0 && std::difftime(std::time(nullptr), static_cast<std::time_t>(last)) < kCheckInterval)
-            return true;
-    }
+    if (!byUser && !CheckIsDue(key))
+        return true;
 
     sCheck.currentAddonVersion = addonVersion;
     if (addonVersion.IsNullOrEmpty())

@@ -8,8 +8,10 @@
 
 #include "kfsdk/HostServices.hpp"
 
+#include <algorithm>
 #include <cstdlib>
 #include <string>
+#include <string_view>
 
 namespace {
 
@@ -36,6 +38,9 @@ struct URLDownloadParams : kf::detail::KF_CurlTransfer {
     bool paused = false;     // data held back by libcurl until the file exists
     long pendingBlocks = 0;  // blocks written whose KF_URL_Data is still to come
     bool inCallback = false; // the client runs; a nested loop must not re-enter it
+    // Of the last response head: a Content-Length that is no number, or two that differ.
+    bool lengthLies = false;
+    std::string length;
 };
 
 // The host may shorten the limit (tests do); the product keeps 60 seconds.
@@ -55,10 +60,12 @@ int Send(URLDownloadParams* params, KF_URL_Message message, double progress)
     return answer;
 }
 
-void CloseFile(URLDownloadParams* params)
+// False when the close fails: it may be where the system reports that bytes did not reach the disk.
+bool CloseFile(URLDownloadParams* params)
 {
     if (params->file != nullptr && params->file->file != nullptr && params->file->file->IsOpen())
-        params->file->file->Close();
+        return params->file->file->Close() == NoError;
+    return true;
 }
 
 // Only the file this download created goes; the target is never touched by a failure.
@@ -93,7 +100,8 @@ void Discard(kf::detail::KF_CurlTransfer* transfer)
 // followed).
 bool MoveIntoPlace(URLDownloadParams* params)
 {
-    CloseFile(params);
+    if (!CloseFile(params))
+        return false;
     if (IO::FileSystem::MoveOver(static_cast<IO::Location>(params->partPath),
                                  static_cast<IO::Location>(KF_Location(params->targetPath))) != NoError)
         return false;
@@ -128,6 +136,18 @@ bool CreateTarget(URLDownloadParams* params)
     return true;
 }
 
+// The final answer is a whole document: a status of 200 to 299 other than "no content" (204, 205)
+// and "part of a document" (206, never asked for), with an announced length that is one number.
+// libcurl takes a malformed length for what it can read of it, and ends a response that has no
+// document (101, 204, 304, a redirection without a place) as a success.
+bool IsDocument(URLDownloadParams* params)
+{
+    long status = 0;
+    if (curl_easy_getinfo(params->easy, CURLINFO_RESPONSE_CODE, &status) != CURLE_OK)
+        return false;
+    return status >= 200 && status <= 299 && status != 204 && status != 205 && status != 206 && !params->lengthLies;
+}
+
 void Pump(kf::detail::KF_CurlTransfer* transfer)
 {
     auto* params = static_cast<URLDownloadParams*>(transfer);
@@ -152,7 +172,7 @@ void Pump(kf::detail::KF_CurlTransfer* transfer)
         Send(params, KF_URL_Data, 0.5);
     }
     if (params->finished && !params->inCallback) {
-        if (params->result == CURLE_OK)
+        if (params->result == CURLE_OK && IsDocument(params))
             Finish(params, KF_URL_Done, 101);
         else
             Finish(params, KF_URL_Failed, -1);
@@ -180,12 +200,54 @@ std::size_t Received(char* data, std::size_t size, std::size_t count, void* user
         return 0; // libcurl ends the transfer with a write error
     for (std::size_t done = 0; done < total; done += kBlockSize) {
         std::size_t const block = total - done < kBlockSize ? total - done : kBlockSize;
-        // A failed write is not reported: the download goes on.
-        if (params->file->file != nullptr && params->file->file->WriteBin(data + done, block) != NoError)
-            params->file->file->ResetErrorStatus();
+        // A document with a hole is no document: a refused write ends the download as failed.
+        UInt64 written = 0;
+        if (params->file->file == nullptr || params->file->file->WriteBin(data + done, block, &written) != NoError ||
+            written != block)
+            return 0;
         ++params->pendingBlocks;
     }
     return total;
+}
+
+// Proxies come from the environment as for any command-line tool (http_proxy, https_proxy,
+// all_proxy, no_proxy); libcurl reads them. A loopback server is on this machine, so it is reached
+// directly unless no_proxy is set: then that list alone decides.
+const char* LoopbackBypass()
+{
+    if (std::getenv("no_proxy") != nullptr || std::getenv("NO_PROXY") != nullptr)
+        return nullptr;
+    return "localhost,127.0.0.0/8,::1";
+}
+
+// Each line of each response head (interim and redirecting ones too): notes whether the last one
+// announces its length truthfully.
+std::size_t HeaderLine(char* data, std::size_t size, std::size_t count, void* userData)
+{
+    auto* params = static_cast<URLDownloadParams*>(userData);
+    const std::string_view line(data, size * count);
+    if (line.substr(0, 5) == "HTTP/") {
+        params->lengthLies = false;
+        params->length.clear();
+        return line.size();
+    }
+    constexpr std::string_view kName = "content-length:";
+    if (line.size() < kName.size() || !std::equal(kName.begin(), kName.end(), line.begin(), [](char a, char b) {
+            return a == (b >= 'A' && b <= 'Z' ? char(b - 'A' + 'a') : b);
+        }))
+        return line.size();
+    std::string_view value = line.substr(kName.size());
+    while (!value.empty() && (value.front() == ' ' || value.front() == '\t'))
+        value.remove_prefix(1);
+    while (!value.empty() &&
+           (value.back() == ' ' || value.back() == '\t' || value.back() == '\r' || value.back() == '\n'))
+        value.remove_suffix(1);
+    const bool number = !value.empty() && value.size() <= 18 &&
+                        std::all_of(value.begin(), value.end(), [](char c) { return c >= '0' && c <= '9'; });
+    if (!number || (!params->length.empty() && params->length != value))
+        params->lengthLies = true;
+    params->length = value;
+    return line.size();
 }
 
 CURL* MakeRequest(URLDownloadParams* params)
@@ -211,8 +273,11 @@ CURL* MakeRequest(URLDownloadParams* params)
                     curl_easy_setopt(easy, CURLOPT_PREREQFUNCTION, Connected) == CURLE_OK &&
                     curl_easy_setopt(easy, CURLOPT_PREREQDATA, params) == CURLE_OK &&
                     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, Received) == CURLE_OK &&
-                    curl_easy_setopt(easy, CURLOPT_WRITEDATA, params) == CURLE_OK;
-    if (!ok) {
+                    curl_easy_setopt(easy, CURLOPT_WRITEDATA, params) == CURLE_OK &&
+                    curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, HeaderLine) == CURLE_OK &&
+                    curl_easy_setopt(easy, CURLOPT_HEADERDATA, params) == CURLE_OK;
+    const char* bypass = LoopbackBypass();
+    if (!ok || (bypass != nullptr && curl_easy_setopt(easy, CURLOPT_NOPROXY, bypass) != CURLE_OK)) {
         curl_easy_cleanup(easy);
         return nullptr;
     }

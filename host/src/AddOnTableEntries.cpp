@@ -26,7 +26,7 @@ void Emit(const KF_StringOut* out, std::u16string_view text)
 
 std::string PathOf(const KF_UChar* units, std::int32_t length)
 {
-    return ToUTF8(Text(units, length));
+    return PathBytes(Text(units, length));
 }
 
 namespace {
@@ -54,7 +54,7 @@ KF_Err GetOwnLocation(KF_HostContext* c, const KF_StringOut* out)
     const AddOn& self = Self(c);
     if (self.bundlePath.empty())
         return KF_APIERR_GENERAL;
-    Emit(out, FromUTF8(self.bundlePath.string()));
+    Emit(out, PathText(self.bundlePath.string()));
     return KF_NOERROR;
 }
 

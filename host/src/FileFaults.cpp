@@ -44,7 +44,13 @@ std::string_view FileOpName(FileOp op)
 void FileFaults::Fail(FileOp op, std::string pattern, std::int32_t code, int count, std::string origin)
 {
     if (count != 0)
-        rules_.push_back(Rule{op, std::move(pattern), code, count, std::move(origin)});
+        rules_.push_back(Rule{op, std::move(pattern), code, count, std::move(origin), false, {}});
+}
+
+void FileFaults::Before(FileOp op, std::string pattern, std::function<void()> action, int count)
+{
+    if (count != 0)
+        rules_.push_back(Rule{op, std::move(pattern), 0, count, "before", false, std::move(action)});
 }
 
 std::vector<std::string> FileFaults::Unused() const
@@ -59,16 +65,23 @@ std::vector<std::string> FileFaults::Unused() const
 std::optional<std::int32_t> FileFaults::Check(FileOp op, std::string_view path)
 {
     const std::string p(path);
-    for (auto it = rules_.begin(); it != rules_.end(); ++it) {
-        if (it->op != FileOp::Any && it->op != op)
+    // By index: an action may add or clear rules.
+    for (std::size_t i = 0; i < rules_.size();) {
+        Rule& rule = rules_[i];
+        if ((rule.op != FileOp::Any && rule.op != op) || ::fnmatch(rule.pattern.c_str(), p.c_str(), 0) != 0) {
+            ++i;
             continue;
-        if (::fnmatch(it->pattern.c_str(), p.c_str(), 0) != 0)
-            continue;
-        const std::int32_t code = it->code;
-        it->used = true;
-        if (it->remaining > 0 && --it->remaining == 0)
-            rules_.erase(it);
-        return code;
+        }
+        const std::int32_t code = rule.code;
+        const std::function<void()> action = rule.action;
+        rule.used = true;
+        if (rule.remaining > 0 && --rule.remaining == 0)
+            rules_.erase(rules_.begin() + static_cast<std::ptrdiff_t>(i));
+        else
+            ++i;
+        if (!action)
+            return code;
+        action();
     }
     return std::nullopt;
 }

@@ -94,7 +94,7 @@ KF_Err GetSpecialLocation(KF_HostContext* c, std::int32_t folderID, const KF_Str
     }
     if (folder.empty())
         return KF_IOERR_ERROR;
-    Emit(out, FromUTF8(folder.lexically_normal().string()));
+    Emit(out, PathText(folder.lexically_normal().string()));
     return KF_NOERROR;
 }
 
@@ -167,7 +167,7 @@ KF_Err Enumerate(KF_HostContext* c, const KF_UChar* units, std::int32_t length, 
         struct stat st {};
         const std::string full = (path.back() == '/' ? path : path + "/") + name;
         const bool isFolder = ::stat(full.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
-        const std::u16string text = FromUTF8(name);
+        const std::u16string text = PathText(name);
         if (!CallAddOn(Self(c), HostOf(c), "folder enumeration", std::int32_t(0), [&] {
                 return proc(userData, reinterpret_cast<const KF_UChar*>(text.data()), std::int32_t(text.size()),
                             isFolder ? 1 : 0);

@@ -98,8 +98,11 @@ TEST_F(WholeFiles, ReplacementIsAllOrNothing)
         EXPECT_EQ(Entries(), 1u) << "the temporary file is removed: " << kfhost::FileOpName(c.op);
         host.Faults().Clear();
     }
-    // One name that cannot be had does not stop the save.
-    host.Faults().Fail(FileOp::Open, "*/f.*.kftmp", IO::FileNotFound, 1);
+    // Fifteen names that cannot be had do not stop the save; sixteen do.
+    host.Faults().Fail(FileOp::Open, "*/f.*.kftmp", IO::FileNotFound, 16);
+    EXPECT_EQ(kf::detail::KF_File_ReplaceWhole(At("f"), "fourth", 6), 3);
+    host.Faults().Clear();
+    host.Faults().Fail(FileOp::Open, "*/f.*.kftmp", IO::FileNotFound, 15);
     EXPECT_EQ(kf::detail::KF_File_ReplaceWhole(At("f"), "fourth", 6), 0);
     EXPECT_EQ(kftest::ReadFile(Path("f")), "fourth");
     EXPECT_EQ(Entries(), 1u);

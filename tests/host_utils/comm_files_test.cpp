@@ -2,10 +2,17 @@
 #include "kftest/SettingsFiles.hpp"
 #include "kftest/Text.hpp"
 #include "kftest/InProcessHost.hpp"
+#include "kftest/Processes.hpp"
 #include "KF/KF_Comm.hpp"
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <fstream>
 #include <set>
 
 namespace fs = std::filesystem;
@@ -131,4 +138,66 @@ TEST(CommModuleIds, TwentySixDistinctFamilyRowsAndSpacesOutside)
     }
     EXPECT_EQ(ids.size(), 26u);
     EXPECT_EQ(ids.count(KF_Comm::UnknownMDID), 0u);
+}
+
+// Another process rewrites the file in place, byte by byte, with everything but a whole message
+// saying TRUE (truncations of it, garbage, a large file, a FIFO or a device in its place) while
+// this one reads: every read answers at once and never says TRUE.
+TEST_F(Comm, AHostileWriterBesideAReaderNeverMakesItSayTrue)
+{
+    Release(17);
+    const fs::path file = File("TestAddOn_17.sui");
+    std::string const message = Scrambled("$Tavolo Loaded: TRUE\n");
+    std::vector<std::string> contents = {Scrambled("$Tavolo Loaded: FALSE\n"), std::string(300000, '\x42'),
+                                         std::string("\0\xff\xfe", 3), ""};
+    for (std::size_t cut = 1; cut < message.size(); cut += 3)
+        contents.push_back(message.substr(0, cut));
+    const pid_t writer = ::fork();
+    ASSERT_GE(writer, 0);
+    if (writer == 0) {
+        for (int round = 0;; ++round) {
+            for (const std::string& content : contents) {
+                std::ofstream out(file, std::ios::binary | std::ios::trunc);
+                for (std::size_t at = 0; at < content.size(); at += 7) {
+                    out.write(content.data() + at, std::streamsize(std::min<std::size_t>(7, content.size() - at)));
+                    out.flush();
+                }
+            }
+            const fs::path odd = folder.Path() / "odd";
+            fs::remove(odd);
+            if (round % 2 == 0)
+                ::mkfifo(odd.c_str(), 0600);
+            else
+                fs::create_symlink("/dev/zero", odd);
+            fs::rename(odd, file);
+        }
+    }
+    int trues = 0;
+    for (int read = 0; read < 3000; ++read)
+        trues += KF_Comm::AddOnFileRead() ? 1 : 0;
+    ::kill(writer, SIGKILL);
+    ::waitpid(writer, nullptr, 0);
+    EXPECT_EQ(trues, 0);
+}
+
+// Two processes of one add-on write the file of one release at once while a third reads it: every
+// write succeeds, every read finds a whole message, and nothing is left beside the file.
+TEST_F(Comm, TwoProcessesWritingAtOnceNeverLeaveAHalfFile)
+{
+    Release(17);
+    const std::set<std::string> whole = {Scrambled("$Tavolo Loaded: TRUE\n"), Scrambled("$Tavolo Loaded: FALSE\n")};
+    int reads = 0;
+    int torn = 0;
+    EXPECT_TRUE(kftest::WhileProcessesWrite(
+        2, 400, [](int w, int i) { return KF_Comm::AddOnFileWrite((i + w) % 2 == 0); },
+        [&] {
+            if (fs::exists(File("TestAddOn_17.sui"))) {
+                ++reads;
+                torn += whole.count(kftest::ReadFile(File("TestAddOn_17.sui"))) == 1 ? 0 : 1;
+            }
+        }))
+        << "every write of both succeeded";
+    EXPECT_GT(reads, 0);
+    EXPECT_EQ(torn, 0) << "of " << reads << " reads";
+    EXPECT_EQ(Names(), (NameSet{"TestAddOn_17.sui"}));
 }

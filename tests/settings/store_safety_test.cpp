@@ -3,14 +3,20 @@
 #include "SettingsTestSupport.hpp"
 
 #include "KF/KF_Language.hpp"
+#include "kftest/Processes.hpp"
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
+#include <csignal>
+#include <cstdlib>
 #include <future>
+#include <random>
+#include <thread>
 
 namespace fs = std::filesystem;
 using namespace kftest;
@@ -42,29 +48,45 @@ std::string Plain(const fs::path& file)
 
 } // namespace
 
-TEST_F(HostedStores, SpecialFilesAreRefusedAtOnceAndNeverWritten)
+// A FIFO or a device at the store's name is unreadable, not an empty store: the load fails at once,
+// and the first save keeps it aside before the store becomes a file of its own.
+TEST_F(HostedStores, SpecialFilesAreUnreadableKeptAsideAndNeverWritten)
 {
     fs::path const fifo = host.TempDir() / "planted.fifo";
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-    for (bool viaLink : {false, true}) {
+    enum Kind { kFifo, kLinkToFifo, kLinkToDevice, kDevice };
+    for (Kind kind : {kFifo, kLinkToFifo, kLinkToDevice, kDevice}) {
         Forget();
         fs::remove(SharedFile());
-        if (viaLink)
-            fs::create_symlink(fifo, SharedFile());
-        else
+        fs::remove(SharedFile().string() + ".unreadable");
+        if (kind == kFifo)
             ASSERT_EQ(::mkfifo(SharedFile().c_str(), 0600), 0);
-        bool read = true;
-        EXPECT_TRUE(EndsPromptly([&] { read = KF_Language_Read(true); }, SharedFile())) << viaLink;
-        EXPECT_FALSE(read) << "nothing can be read from it";
+        else if (kind == kLinkToFifo)
+            fs::create_symlink(fifo, SharedFile());
+        else if (kind == kLinkToDevice)
+            fs::create_symlink("/dev/null", SharedFile());
+        else if (::mknod(SharedFile().c_str(), S_IFCHR | 0600, ::makedev(1, 3)) != 0)
+            continue; // making a device needs privileges
+        const fs::file_type type = fs::symlink_status(SharedFile()).type();
+        bool loaded = true;
+        EXPECT_TRUE(EndsPromptly([&] { loaded = KF_AddonSettings_Load(kShared, false); }, SharedFile())) << kind;
+        EXPECT_FALSE(loaded) << kind << ": an empty store would load";
         bool saved = false;
         EXPECT_TRUE(
             EndsPromptly([&] { saved = KF_AddonSettings_LoadSetSave(kShared, S("k"), S("v"), true); }, SharedFile()));
-        EXPECT_TRUE(saved);
-        EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(SharedFile()))) << "the store is a file of its own now";
-        EXPECT_EQ(Plain(SharedFile()), "$k: v\n");
+        EXPECT_TRUE(saved) << kind;
+        EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(SharedFile()))) << kind;
+        EXPECT_EQ(Plain(SharedFile()), "$k: v\n") << kind;
+        EXPECT_EQ(fs::symlink_status(SharedFile().string() + ".unreadable").type(), type) << kind << ": kept aside";
         EXPECT_TRUE(fs::is_fifo(fs::status(fifo)));
-        fs::remove(SharedFile().string() + ".unreadable");
     }
+    // An empty file is an empty store, and nothing is kept aside.
+    Forget();
+    kftest::WriteFile(SharedFile(), "");
+    fs::remove(SharedFile().string() + ".unreadable");
+    EXPECT_TRUE(KF_AddonSettings_Load(kShared, false));
+    EXPECT_TRUE(KF_AddonSettings_LoadSetSave(kShared, S("k"), S("v"), true));
+    EXPECT_FALSE(fs::exists(fs::symlink_status(SharedFile().string() + ".unreadable")));
 }
 
 // A store that the reader refuses is kept aside, byte for byte, before the first save replaces it.
@@ -108,7 +130,7 @@ TEST_F(HostedStores, AStoreThatFailsToLoadIsKeptBesideTheNewOne)
 // a save; entries the format cannot hold exactly leave their neighbours intact.
 TEST_F(HostedStores, EveryByteSurvivesALoadAndASave)
 {
-    for (std::string const plain :
+    for (const std::string& plain :
          {std::string("$\xff\xfeName: v\n$next: 1\n"), std::string("$Ke\0y: pre\0cious\n$next: 1\n", 26),
           std::string("$k: \xff\xfe\xc3\n$next: 1\n"), std::string("$k: a\n#\n#b\n$c: \r\n#\r\n"),
           std::string("$k: caf\xc3\xa9 \xe6\x97\xa5\n")}) {
@@ -172,45 +194,76 @@ TEST_F(HostedStores, PlantedEntriesBesideTheStoreAreNeitherFollowedNorRemoved)
     EXPECT_EQ(entries, 1u);
 }
 
-// Two processes save the same store while a third reads it: every read finds a whole file.
+// Two processes save the same store while a third reads it: every save succeeds, every read finds
+// a whole file, and nothing is left beside the store.
 TEST_F(HostedStores, TwoWritersAndAReaderNeverMeetAHalfFile)
 {
-    constexpr int kSaves = 1500;
     ASSERT_TRUE(KF_AddonSettings_LoadSetSave(kShared, S("who"), S("start"), true));
-    pid_t writers[2];
-    for (int w = 0; w < 2; ++w) {
-        writers[w] = ::fork();
-        ASSERT_GE(writers[w], 0);
-        if (writers[w] == 0) {
-            bool ok = true;
-            for (int i = 0; i < kSaves; ++i)
-                ok = KF_AddonSettings_LoadSetSave(
-                         kShared, S("who"), S(std::string(w == 0 ? "first " : "second ") + std::to_string(i)), true) &&
-                     ok;
-            ::_exit(ok ? 0 : 1);
-        }
-    }
     int reads = 0;
     int bad = 0;
-    auto writing = [&] {
-        for (pid_t pid : writers)
-            if (::waitpid(pid, nullptr, WNOHANG) == 0)
-                return true;
-        return false;
-    };
-    int statuses[2] = {0, 0};
-    while (writing()) {
-        std::string const plain = Plain(SharedFile());
-        ++reads;
-        bad += plain.rfind("$who: ", 0) == 0 && plain.back() == '\n' ? 0 : 1;
-    }
-    // waitpid above may have reaped them; collect what is left.
-    for (int w = 0; w < 2; ++w)
-        ::waitpid(writers[w], &statuses[w], 0);
+    EXPECT_TRUE(kftest::WhileProcessesWrite(
+        2, 1500,
+        [](int w, int i) {
+            return KF_AddonSettings_LoadSetSave(kShared, S("who"),
+                                                S((w == 0 ? "first " : "second ") + std::to_string(i)), true);
+        },
+        [&] {
+            std::string const plain = Plain(SharedFile());
+            ++reads;
+            bad += plain.rfind("$who: ", 0) == 0 && plain.back() == '\n' ? 0 : 1;
+        }));
     EXPECT_GT(reads, 100);
     EXPECT_EQ(bad, 0) << "of " << reads << " reads";
     std::size_t leftovers = 0;
     for (const auto& entry : fs::directory_iterator(host.FrameworkFolder()))
         leftovers += entry.path().filename().string().find("kftmp") != std::string::npos ? 1 : 0;
     EXPECT_EQ(leftovers, 0u);
+}
+
+// kill -9 at random moments of a writer's saves: the store is whole after every kill, and the next
+// save removes every temporary file a killed writer left. One writer is killed while stopped in the
+// middle of a save, so that at least one file is left. KF_TEST_KILLS sets the number of kills.
+TEST_F(HostedStores, KilledWritersLeaveAWholeStoreAndTheNextSaveTidiesUp)
+{
+    const char* runs = std::getenv("KF_TEST_KILLS");
+    const int kills = runs != nullptr ? std::atoi(runs) : 30;
+    std::string const big(20000, 'v');
+    ASSERT_TRUE(KF_AddonSettings_LoadSetSave(kShared, S("who"), S("start"), true));
+    auto temporaries = [&] {
+        std::size_t count = 0;
+        for (const auto& entry : fs::directory_iterator(host.FrameworkFolder()))
+            count += entry.path().extension() == ".kftmp" ? 1 : 0;
+        return count;
+    };
+    std::mt19937 random(7);
+    int killsThatLeftAFile = 0;
+    for (int k = 0; k <= kills; ++k) {
+        const bool stopInSave = k == kills;
+        const pid_t writer = ::fork();
+        ASSERT_GE(writer, 0);
+        if (writer == 0) {
+            if (stopInSave)
+                host.Faults().Before(kfhost::FileOp::Write, "*Quadrelle.cfg.*.kftmp", [] { ::raise(SIGSTOP); });
+            for (int i = 0;; ++i)
+                KF_AddonSettings_LoadSetSave(kShared, S("who"), S(std::to_string(k) + " " + std::to_string(i) + big),
+                                             true);
+        }
+        if (stopInSave)
+            ASSERT_EQ(::waitpid(writer, nullptr, WUNTRACED), writer);
+        else
+            std::this_thread::sleep_for(std::chrono::microseconds(2000 + random() % 20000));
+        ::kill(writer, SIGKILL);
+        ::waitpid(writer, nullptr, 0);
+        std::string const plain = Plain(SharedFile());
+        EXPECT_TRUE(plain.rfind("$who: ", 0) == 0 && plain.back() == '\n') << "after kill " << k;
+        // The next writer (the next child) tidies up what this one left.
+        killsThatLeftAFile += temporaries() > 0 ? 1 : 0;
+    }
+    std::size_t const left = temporaries();
+    EXPECT_GE(left, 1u);
+    RecordProperty("kills_that_left_a_file", killsThatLeftAFile);
+    Forget();
+    ASSERT_TRUE(KF_AddonSettings_LoadSetSave(kShared, S("who"), S("after"), true));
+    EXPECT_EQ(temporaries(), 0u) << left << " were left by " << kills + 1 << " kills";
+    EXPECT_EQ(Plain(SharedFile()), "$who: after\n");
 }

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 
@@ -49,42 +50,100 @@ long Recorder::Count(KF_URL_Message message) const
     return n;
 }
 
-ResettingServer::ResettingServer(std::size_t announced, std::size_t sent)
+RawServer::RawServer(Answer answer)
 {
     listener_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t length = sizeof address;
-    if (::bind(listener_, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 || ::listen(listener_, 4) != 0 ||
-        ::getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &length) != 0)
+    if (::bind(listener_, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 || ::listen(listener_, 8) != 0 ||
+        ::getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
+        ::close(listener_);
         throw std::runtime_error("cannot listen on loopback");
+    }
     port_ = ntohs(address.sin_port);
-    thread_ = std::thread([this, announced, sent] {
-        int const client = ::accept(listener_, nullptr, nullptr);
-        if (client < 0)
-            return;
-        char request[4096];
-        (void)::recv(client, request, sizeof request, 0);
-        std::string const head = "HTTP/1.1 200 OK\r\nContent-Type: application/octet-stream\r\nContent-Length: " +
-                                 std::to_string(announced) + "\r\n\r\n";
-        std::string const body(sent, 'r');
-        (void)::send(client, head.data(), head.size(), MSG_NOSIGNAL);
-        (void)::send(client, body.data(), body.size(), MSG_NOSIGNAL);
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        // A zero linger time turns the close into a reset.
-        linger const abort{1, 0};
-        ::setsockopt(client, SOL_SOCKET, SO_LINGER, &abort, sizeof abort);
-        ::close(client);
+    thread_ = std::thread([this, answer = std::move(answer)] {
+        // Ends when the destructor shuts the listener down.
+        for (int client; (client = ::accept(listener_, nullptr, nullptr)) >= 0;) {
+            std::string head;
+            char buffer[4096];
+            while (head.find("\r\n\r\n") == std::string::npos) {
+                const ssize_t n = ::recv(client, buffer, sizeof buffer, 0);
+                if (n <= 0)
+                    break;
+                head.append(buffer, static_cast<std::size_t>(n));
+            }
+            {
+                std::lock_guard<std::mutex> lock(mutex_);
+                lines_.push_back(head.substr(0, head.find("\r\n")));
+            }
+            answer(client, head);
+            ::close(client);
+        }
     });
 }
 
-ResettingServer::~ResettingServer()
+RawServer::~RawServer()
 {
     ::shutdown(listener_, SHUT_RDWR);
-    ::close(listener_);
     if (thread_.joinable())
         thread_.join();
+    ::close(listener_);
+}
+
+std::vector<std::string> RawServer::RequestLines() const
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    return lines_;
+}
+
+void RawServer::Send(int client, std::string_view bytes)
+{
+    while (!bytes.empty()) {
+        const ssize_t n = ::send(client, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        if (n <= 0)
+            return;
+        bytes.remove_prefix(static_cast<std::size_t>(n));
+    }
+}
+
+void RawServer::ResetOnClose(int client)
+{
+    // A zero linger time turns the close into a reset.
+    const linger abort{1, 0};
+    ::setsockopt(client, SOL_SOCKET, SO_LINGER, &abort, sizeof abort);
+}
+
+std::unique_ptr<RawServer> ResettingServer(std::size_t announced, std::size_t sent)
+{
+    return std::make_unique<RawServer>([announced, sent](int client, const std::string&) {
+        RawServer::Send(client, "HTTP/1.1 200 OK\r\nContent-Type: application/octet-stream\r\nContent-Length: " +
+                                    std::to_string(announced) + "\r\n\r\n");
+        RawServer::Send(client, std::string(sent, 'r'));
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        RawServer::ResetOnClose(client);
+    });
+}
+
+ScopedEnv::ScopedEnv(std::string name, const char* value) : name_(std::move(name))
+{
+    if (const char* old = std::getenv(name_.c_str())) {
+        had_ = true;
+        old_ = old;
+    }
+    if (value != nullptr)
+        ::setenv(name_.c_str(), value, 1);
+    else
+        ::unsetenv(name_.c_str());
+}
+
+ScopedEnv::~ScopedEnv()
+{
+    if (had_)
+        ::setenv(name_.c_str(), old_.c_str(), 1);
+    else
+        ::unsetenv(name_.c_str());
 }
 
 std::unique_ptr<kfupd::UpdateServer> StartLoopbackServer(const std::filesystem::path& root)

@@ -12,7 +12,9 @@
 #include <functional>
 #include <list>
 #include <memory>
+#include <mutex>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -37,17 +39,50 @@ struct Recorder {
     long Count(KF_URL_Message message) const;
 };
 
-// A server that answers with a length header, sends part of the body and resets the connection.
-class ResettingServer {
+// A loopback server that speaks raw bytes, for answers no proper server gives (resets, lying
+// lengths, broken chunks) and for a proxy. Each connection's request head is recorded, then answer
+// writes what it likes to the socket, which is closed after it.
+class RawServer {
 public:
-    explicit ResettingServer(std::size_t announced, std::size_t sent);
-    ~ResettingServer();
+    using Answer = std::function<void(int client, const std::string& head)>;
+    explicit RawServer(Answer answer);
+    ~RawServer();
+    RawServer(const RawServer&) = delete;
+    RawServer& operator=(const RawServer&) = delete;
+
     int Port() const { return port_; }
+    std::string Url(const std::string& path) const { return "http://127.0.0.1:" + std::to_string(port_) + path; }
+    // First lines of the requests received, in order.
+    std::vector<std::string> RequestLines() const;
+
+    // Helpers for answers: every byte or until the peer goes; a close that is a reset.
+    static void Send(int client, std::string_view bytes);
+    static void ResetOnClose(int client);
 
 private:
     int listener_ = -1;
     int port_ = 0;
     std::thread thread_;
+    mutable std::mutex mutex_;
+    std::vector<std::string> lines_;
+};
+
+// A server that answers with a length header, sends part of the body and resets the connection.
+std::unique_ptr<RawServer> ResettingServer(std::size_t announced, std::size_t sent);
+
+// Sets an environment variable, or unsets it with nullptr, and puts back what was there when it
+// goes, whatever the test's outcome.
+class ScopedEnv {
+public:
+    ScopedEnv(std::string name, const char* value);
+    ~ScopedEnv();
+    ScopedEnv(const ScopedEnv&) = delete;
+    ScopedEnv& operator=(const ScopedEnv&) = delete;
+
+private:
+    std::string name_;
+    bool had_ = false;
+    std::string old_;
 };
 
 // The loopback update server with its test routes, serving root; throws when it cannot start.

@@ -13,6 +13,10 @@
 #include "KF/KF_Language.hpp"
 #include "kfsdk/HostTable.h"
 
+#include <sys/wait.h>
+
+#include <csignal>
+
 using namespace kftest;
 
 namespace {
@@ -245,19 +249,37 @@ TEST_F(CheckInProcess, FailuresBeforeTheComparisonEndInTheirOwnOutcome)
     EXPECT_TRUE(host_->Run("expect no-alert"));
 }
 
-TEST_F(CheckInProcess, TheIntervalEndsAfterFourteenDaysToTheMinute)
+// An automatic check waits fourteen days after the last one. A stored time later than now (a clock
+// that was once wrong) or one that does not read as a number is due at once, and replaced.
+TEST_F(CheckInProcess, TheIntervalEndsAfterFourteenDaysAndAnUnbelievableLastCheckIsDue)
 {
     Serve("OBT 1.2.1.0 (HV170) 02/09/2013\n");
     const KF_String line("OBT 1.2.0.3 (HV170) 15/03/2013");
     const KF_String key = KF_String("LastUpdateCheck_170");
+    const long now = long(std::time(nullptr));
     const long fourteenDays = 14L * 24 * 3600;
-    for (const auto& [ago, checks] : {std::pair{fourteenDays - 60, false}, {fourteenDays + 2, true}}) {
+    const std::pair<std::string, bool> cases[] = {
+        {std::to_string(now - fourteenDays + 60), false},
+        {std::to_string(now - fourteenDays - 2), true},
+        {std::to_string(now + 3600), true},
+        {"2145916800", true}, // 2038
+        {"4102444800", true}, // 2100
+        {"abc", true},
+        {"", true},
+        {"12abc", true},
+        {"99999999999999999999999", true},
+    };
+    for (const auto& [stored, checks] : cases) {
         std::size_t const requests = server_->RequestTargets().size();
-        KF_AddonSettings_LoadSetSave(KF_AddonSettings_ThisAddon, key,
-                                     KF_String::LongToString(long(std::time(nullptr)) - ago, 0), true);
+        KF_AddonSettings_LoadSetSave(KF_AddonSettings_ThisAddon, key, KF_String(stored.c_str()), true);
         EXPECT_TRUE(KF_AddonUpdate_CheckForUpdate(0, false, line, KF_String("")));
         host_->RunLoop(1.0);
-        EXPECT_EQ(server_->RequestTargets().size(), requests + (checks ? 1 : 0)) << ago;
+        EXPECT_EQ(server_->RequestTargets().size(), requests + (checks ? 1 : 0)) << stored;
+        const std::string after = Utf8(KF_AddonSettings_Get(KF_AddonSettings_ThisAddon, key, true));
+        if (checks)
+            EXPECT_LE(std::labs(std::atol(after.c_str()) - long(std::time(nullptr))), 60) << stored << " -> " << after;
+        else
+            EXPECT_EQ(after, stored);
     }
 }
 
@@ -296,4 +318,71 @@ TEST_F(CheckInProcess, ACancelledResultsDialogDoesNotCancelTheNextCheck)
     Serve("OBT 1.2.1.0 (HV170) 02/09/2013\n");
     Check(KF_String("OBT 1.2.0.3 (HV170) 15/03/2013"));
     EXPECT_EQ(kf::detail::KF_AddonUpdate_State().status, 3) << "the next check runs to its result";
+}
+
+// A check killed in the middle of its download leaves its partial copy; the next check's download
+// removes it, and only what processes that no longer run left.
+TEST_F(CheckInProcess, TheNextCheckRemovesWhatAKilledDownloadLeft)
+{
+    Serve("OBT 1.2.1.0 (HV170) 02/09/2013\n" + std::string(2000, '*'));
+    std::filesystem::path const copy = host_->FrameworkFolder() / "__updcf__.tmp";
+    auto partials = [&] {
+        std::size_t count = 0;
+        for (const auto& entry : std::filesystem::directory_iterator(copy.parent_path()))
+            count += entry.path().filename().string().rfind("__updcf__.tmp.", 0) == 0 ? 1 : 0;
+        return count;
+    };
+    const pid_t killed = ::fork();
+    ASSERT_GE(killed, 0);
+    if (killed == 0) {
+        auto dies = [](KF_URL_Message message, double, void*) {
+            if (message == KF_URL_Data)
+                ::raise(SIGKILL);
+            return 0;
+        };
+        KF_General::URLDownload(KF_String((server_->BaseUrl() + "/test/slow/update_plugins/versions16.txt").c_str()),
+                                KF_Location(KF_String(copy.c_str())), dies, nullptr);
+        host_->RunLoop(10.0);
+        ::_exit(1);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(killed, &status, 0), killed);
+    ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
+    ASSERT_EQ(partials(), 1u);
+
+    Check(KF_String("OBT 1.2.0.3 (HV170) 15/03/2013"));
+    EXPECT_EQ(kf::detail::KF_AddonUpdate_State().status, 3);
+    EXPECT_EQ(partials(), 0u);
+    EXPECT_FALSE(std::filesystem::exists(copy));
+}
+
+// The versions file may hold exactly 4 MiB, downloaded or read from the copy; one byte more fails.
+TEST_F(CheckInProcess, AVersionsFileOfExactlyFourMiBIsReadAndOneByteMoreIsNot)
+{
+    constexpr std::size_t kLimit = 4u << 20;
+    auto sized = [](std::size_t size) {
+        std::string text = "OBT 1.2.1.0 (HV170) 02/09/2013\n*";
+        text += std::string(size - text.size() - 1, '*') + "\n";
+        return text;
+    };
+    const KF_String line("OBT 1.2.0.3 (HV170) 15/03/2013");
+    Serve(sized(kLimit));
+    Check(line);
+    EXPECT_EQ(kf::detail::KF_AddonUpdate_State().status, 3);
+    EXPECT_TRUE(host_->Run("expect no-alert"));
+
+    Serve(sized(kLimit + 1));
+    Check(line);
+    EXPECT_EQ(kf::detail::KF_AddonUpdate_State().status, 1) << "no result";
+    EXPECT_TRUE(host_->Run("expect alert \"" + Text(33) + "\""));
+
+    std::filesystem::path const copy = host_->FrameworkFolder() / "__updcf__.tmp";
+    for (const std::size_t size : {kLimit, kLimit + 1}) {
+        kftest::WriteFile(copy, sized(size));
+        KF_List<KF_AddonUpdate_Message> messages;
+        KF_List<KF_AddonUpdate_Addon> addons;
+        KF_List<KF_AddonUpdate_Library> libraries;
+        EXPECT_EQ(KF_AddonUpdate_ReadVersionsFile(messages, addons, libraries), size == kLimit) << size;
+        EXPECT_EQ(addons.GetCount(), size == kLimit ? 1 : 0) << size;
+    }
 }

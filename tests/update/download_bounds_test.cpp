@@ -36,7 +36,21 @@ std::string GzipOfZeros(std::size_t size)
 
 class BoundedDownload : public DownloadTest {
 protected:
-    BoundedDownload() : DownloadTest(10.0) {}
+    BoundedDownload() : DownloadTest(10.0)
+    {
+        // Zero bytes, gzip-compressed: the decoded size is what counts.
+        gzip_.Get(R"(/zeros/(\d+))", [](const httplib::Request& request, httplib::Response& response) {
+            response.set_header("Content-Encoding", "gzip");
+            response.set_content(GzipOfZeros(std::stoull(request.matches[1])), "text/plain");
+        });
+        gzipPort_ = gzip_.bind_to_any_port("127.0.0.1");
+        serving_ = std::thread([this] { gzip_.listen_after_bind(); });
+    }
+    ~BoundedDownload() override
+    {
+        gzip_.stop();
+        serving_.join();
+    }
 
     bool FetchBounded(const std::string& url, Recorder& r, unsigned long long maxBytes)
     {
@@ -51,53 +65,58 @@ protected:
         return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(Target().parent_path()),
                                                       std::filesystem::directory_iterator{}));
     }
+    std::string Gzip(std::size_t size) const
+    {
+        return "http://127.0.0.1:" + std::to_string(gzipPort_) + "/zeros/" + std::to_string(size);
+    }
+
+    httplib::Server gzip_;
+    int gzipPort_ = 0;
+    std::thread serving_;
 };
 
 } // namespace
 
-TEST_F(BoundedDownload, ABodyOverTheLimitFailsAndLeavesNothing)
+// Exactly the limit passes and one byte more fails, whether the size is announced, unknown until the
+// end (chunked) or only known once decoded.
+TEST_F(BoundedDownload, ExactlyTheLimitPassesAndOneByteMoreFailsLeavingNothing)
 {
     std::size_t const before = FilesLeft();
+    constexpr unsigned long long kLimit = 1000;
     struct Case {
-        std::string path;
-        unsigned long long limit;
-        const char* story;
+        std::string url;
+        bool done;
     };
     const Case cases[] = {
-        {"/test/bytes/300000", 100000, "Opened Failed"},                        // announced: refused at once
-        {"/test/trickle?bytes=3000&interval_ms=1", 1000, "Opened Data Failed"}, // no length header
-        {"/test/bytes/100000", 100000, "Opened Data Done"},                     // exactly the limit
+        {Url("/test/bytes/1000"), true},
+        {Url("/test/bytes/1001"), false},
+        {Url("/test/trickle?bytes=1000&interval_ms=0"), true},
+        {Url("/test/trickle?bytes=1001&interval_ms=0"), false},
+        {Gzip(1000), true},
+        {Gzip(1001), false},
     };
     for (const Case& c : cases) {
         Recorder& r = NewRecorder();
-        ASSERT_TRUE(FetchBounded(Url(c.path), r, c.limit)) << c.path;
-        EXPECT_EQ(r.Story(), c.story) << c.path;
-        if (r.events.back().message == KF_URL_Done) {
-            EXPECT_EQ(std::filesystem::file_size(r.target), c.limit);
+        ASSERT_TRUE(FetchBounded(c.url, r, kLimit)) << c.url;
+        EXPECT_EQ(r.events.back().message, c.done ? KF_URL_Done : KF_URL_Failed) << c.url << ": " << r.Story();
+        if (c.done) {
+            EXPECT_EQ(std::filesystem::file_size(r.target), kLimit) << c.url;
             std::filesystem::remove(r.target);
         }
-        EXPECT_EQ(FilesLeft(), before) << c.path;
+        EXPECT_EQ(FilesLeft(), before) << c.url;
     }
+    // An announced size over the limit is refused before a byte is written.
+    Recorder& announced = NewRecorder();
+    ASSERT_TRUE(FetchBounded(Url("/test/bytes/300000"), announced, kLimit));
+    EXPECT_EQ(announced.Story(), "Opened Failed");
 }
 
-TEST_F(BoundedDownload, DecodedBytesCountAgainstTheLimit)
+// A small body that decodes to 256 MiB stops at the limit.
+TEST_F(BoundedDownload, ACompressedBombStopsAtTheLimit)
 {
-    std::string const bomb = GzipOfZeros(256u << 20);
-    ASSERT_LT(bomb.size(), 1u << 20);
-    httplib::Server server;
-    server.Get("/bomb", [&](const httplib::Request&, httplib::Response& response) {
-        response.set_header("Content-Encoding", "gzip");
-        response.set_content(bomb, "text/plain");
-    });
-    const int port = server.bind_to_any_port("127.0.0.1");
-    ASSERT_GT(port, 0);
-    std::thread serving([&] { server.listen_after_bind(); });
     std::size_t const before = FilesLeft();
     Recorder& r = NewRecorder();
-    const bool ended = FetchBounded("http://127.0.0.1:" + std::to_string(port) + "/bomb", r, 4u << 20);
-    server.stop();
-    serving.join();
-    ASSERT_TRUE(ended);
+    ASSERT_TRUE(FetchBounded(Gzip(256u << 20), r, 4u << 20));
     EXPECT_EQ(r.Story(), "Opened Data Failed");
     EXPECT_EQ(FilesLeft(), before);
 }

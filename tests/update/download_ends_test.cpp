@@ -1,5 +1,5 @@
 // How each download ends when something goes wrong on this side: a target file that cannot be
-// made, and writes that fail (which are skipped, block by block, without ending the download).
+// made, and writes or a close that fail.
 #include "DownloadHarness.hpp"
 
 using namespace kftest;
@@ -7,14 +7,6 @@ using namespace kftest;
 namespace {
 
 constexpr std::size_t kBlock = 16384;
-
-std::string Pattern(std::size_t size)
-{
-    std::string s(size, '\0');
-    for (std::size_t i = 0; i < size; ++i)
-        s[i] = static_cast<char>('a' + i % 23); // the server's /test/bytes pattern
-    return s;
-}
 
 class DownloadEnds : public DownloadTest {};
 
@@ -36,22 +28,44 @@ TEST_F(DownloadEnds, ATargetThatCannotBeCreatedEndsInFailed)
     }
 }
 
-TEST_F(DownloadEnds, AFailedWriteLosesItsBlockOnlyAndTheDownloadGoesOn)
+// A disk that refuses bytes ends the download: a document with a hole, or none at all, is never
+// handed over as complete, and what the target held stays.
+TEST_F(DownloadEnds, AFailedWriteOrCloseEndsTheDownloadAsFailed)
 {
-    // The first block of 16 KiB is refused by the disk: exactly those bytes are missing.
     constexpr std::size_t kSize = 3 * kBlock + 5;
-    host_->Faults().Fail(kfhost::FileOp::Write, "*first.bin.*.kftmp", IO::DiskFull, 1);
-    Recorder& first = NewRecorder();
-    ASSERT_TRUE(Fetch(Url("/test/bytes/" + std::to_string(kSize)), first, "first.bin"));
-    EXPECT_EQ(first.Story(), "Opened Data Done");
-    EXPECT_EQ(kftest::ReadFile(first.target), Pattern(kSize).substr(kBlock));
-
-    host_->Faults().Fail(kfhost::FileOp::Write, "*none.bin.*.kftmp", IO::DiskFull, -1);
-    Recorder& none = NewRecorder();
-    ASSERT_TRUE(Fetch(Url("/test/bytes/" + std::to_string(kBlock + 1)), none, "none.bin"));
-    EXPECT_EQ(none.Story(), "Opened Data Done");
-    EXPECT_GE(none.Count(KF_URL_Data), 2) << "one event per block, written or not";
-    EXPECT_EQ(std::filesystem::file_size(none.target), 0u);
+    struct Case {
+        const char* name;
+        kfhost::FileOp op;
+        int count;
+        const char* story;
+    };
+    const Case cases[] = {
+        {"first", kfhost::FileOp::Write, 1, "Opened Failed"},
+        {"every", kfhost::FileOp::Write, -1, "Opened Failed"},
+        {"close", kfhost::FileOp::Close, 1, "Opened Data Failed"},
+    };
+    for (const Case& c : cases) {
+        std::string const name = std::string(c.name) + ".bin";
+        host_->Faults().Fail(c.op, "*" + name + ".*.kftmp", IO::DiskFull, c.count);
+        kftest::WriteFile(Target(name), "kept");
+        Recorder& r = NewRecorder();
+        ASSERT_TRUE(Fetch(Url("/test/bytes/" + std::to_string(kSize)), r, name)) << c.name;
+        EXPECT_EQ(r.Story(), c.story) << c.name;
+        EXPECT_TRUE(kftest::ReadFile(r.target) == "kept") << c.name;
+    }
+    // A later block refused: the blocks before it were reported, then the failure.
+    Recorder& later = NewRecorder();
+    ASSERT_TRUE(Start(Url("/test/trickle?bytes=40&interval_ms=20"), later, "later.bin"));
+    ASSERT_TRUE(RunUntil([&] { return later.Count(KF_URL_Data) > 0; }));
+    host_->Faults().Fail(kfhost::FileOp::Write, "*later.bin.*.kftmp", IO::DiskFull, 1);
+    ASSERT_TRUE(RunUntil([&] { return later.Ended(); }));
+    EXPECT_EQ(later.Story(), "Opened Data Failed");
+    EXPECT_LT(later.Count(KF_URL_Data), 40);
+    EXPECT_FALSE(std::filesystem::exists(later.target));
+    std::size_t leftovers = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(host_->TempDir()))
+        leftovers += entry.path().extension() == ".kftmp" ? 1 : 0;
+    EXPECT_EQ(leftovers, 0u);
 }
 
 TEST_F(DownloadEnds, OnlyAnAnswerOfOneAtTheOpeningCancels)

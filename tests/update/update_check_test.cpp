@@ -2,6 +2,7 @@
 // loopback server, its results dialog, alerts and settings.
 #include "AddOnHost.hpp"
 #include "DownloadHarness.hpp"
+#include "SmallDisk.hpp"
 
 #include "kfsdk/HostTable.h"
 
@@ -264,6 +265,32 @@ TEST_F(UpdateCheckFailure, ACopyThatCannotBeOpenedAfterTheDownload)
     Menu(kCheckNow);
     ExpectOneAlert();
     EXPECT_EQ(ShownResults(), nullptr);
+}
+
+// A disk that takes no more bytes: the check says it failed, never "You have the latest version".
+TEST_F(UpdateCheckFailure, AWriteRefusedByTheDiskIsAFailure)
+{
+    ServeVersions(kNewer);
+    ASSERT_NO_FATAL_FAILURE(Load());
+    host_->Faults().Fail(kfhost::FileOp::Write, "*__updcf__.tmp.*.kftmp", IO::DiskFull, -1);
+    Menu(kCheckNow);
+    ExpectOneAlert();
+    EXPECT_EQ(ShownResults(), nullptr);
+    EXPECT_FALSE(std::filesystem::exists(VersionsCopy()));
+}
+
+TEST_F(UpdateCheckFailure, AFullFileSystemIsAFailure)
+{
+    SmallDisk disk(framework_.Path(), 64 * 1024);
+    if (!disk.Mounted())
+        GTEST_SKIP() << disk.Why();
+    ServeVersions(kNewer);
+    ASSERT_NO_FATAL_FAILURE(Load());
+    ASSERT_GT(disk.Fill(), 0u);
+    Menu(kCheckNow);
+    ExpectOneAlert();
+    EXPECT_EQ(ShownResults(), nullptr);
+    EXPECT_FALSE(std::filesystem::exists(VersionsCopy()));
 }
 
 // ---- A hostile server or framework folder: the check fails loudly or answers right, and never

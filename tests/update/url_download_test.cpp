@@ -91,6 +91,15 @@ TEST_F(URLDownload, FollowsARedirectChainWithoutTellingTheClient)
     const std::vector<std::string> seen = server_->RequestTargets();
     ASSERT_EQ(seen.size(), 6u);
     EXPECT_EQ(seen.back(), "/files/final.txt");
+
+    // Twenty redirections are followed, and the twenty-first is not.
+    Recorder& twenty = NewRecorder();
+    ASSERT_TRUE(Fetch(Url("/test/redirect/19?to=/files/final.txt"), twenty, "twenty.txt"));
+    EXPECT_EQ(twenty.Story(), "Opened Data Done");
+    Recorder& more = NewRecorder();
+    ASSERT_TRUE(Fetch(Url("/test/redirect/20?to=/files/final.txt"), more, "more.txt"));
+    EXPECT_EQ(more.Story(), "Opened Failed");
+    EXPECT_EQ(EntriesFor(more.target), 0u);
 }
 
 TEST_F(URLDownload, AnErrorStatusFailsAndLeavesNoFile)
@@ -201,9 +210,9 @@ TEST_F(URLDownload, AConnectionThatIsRefusedFailsWithoutOpening)
 
 TEST_F(URLDownload, AResetInTheMiddleOfTheBodyFails)
 {
-    ResettingServer resetting(100000, 20000);
+    auto resetting = ResettingServer(100000, 20000);
     Recorder& r = NewRecorder();
-    ASSERT_TRUE(Fetch("http://127.0.0.1:" + std::to_string(resetting.Port()) + "/reset", r));
+    ASSERT_TRUE(Fetch(resetting->Url("/reset"), r));
     EXPECT_EQ(r.Story(), "Opened Data Failed");
     EXPECT_EQ(r.events.back().progress, 0.0);
     EXPECT_EQ(EntriesFor(r.target), 0u) << "what arrived is removed";

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -19,6 +20,9 @@ public:
     // The next `count` operations op on a path (for Move: the target) matching pattern (a glob where * also crosses
     // "/") fail with code; count < 0 means every such operation from now on. origin says who asked.
     void Fail(FileOp op, std::string pattern, std::int32_t code, int count = 1, std::string origin = {});
+    // Runs action when the next `count` operations op on a path matching pattern begin (say, to stop
+    // the process in the middle of a save); the operation then goes on as usual.
+    void Before(FileOp op, std::string pattern, std::function<void()> action, int count = 1);
     void Clear() { rules_.clear(); }
     // The code to fail with, consuming one use of the first matching rule.
     std::optional<std::int32_t> Check(FileOp op, std::string_view path);
@@ -34,6 +38,7 @@ private:
         int remaining;
         std::string origin;
         bool used = false;
+        std::function<void()> action; // set: runs, and the operation is not failed
     };
     std::vector<Rule> rules_;
 };

@@ -12,6 +12,10 @@ namespace kfhost {
 // Ill-formed input is replaced by U+FFFD.
 std::u16string FromUTF8(std::string_view utf8);
 std::string ToUTF8(std::u16string_view utf16);
+// Paths are bytes: a byte of an ill-formed part becomes the lone unit U+DC00 + byte (U+DC80 to
+// U+DCFF), which PathBytes turns back into that byte, so that every path survives the trip.
+std::u16string PathText(std::string_view bytes);
+std::string PathBytes(std::u16string_view utf16);
 // Byte offset (0-based) of the first ill-formed sequence, or nothing when the text is valid.
 std::optional<std::size_t> FindInvalidUTF8(std::string_view utf8);
 // "text" with \" and \\ escaped, as the transcript and scripts write strings.
