@@ -7,7 +7,7 @@
 #include "kfhost/qt/Gui.hpp"
 #include "kfhost/qt/MainWindow.hpp"
 #include "kfhost/qt/QtRunLoop.hpp"
-#include "kfhost/qt/ScriptPlayer.hpp"
+#include "kfhost/qt/WidgetHand.hpp"
 
 #include <QAction>
 #include <QApplication>

@@ -24,7 +24,6 @@ public:
 
     std::int16_t DialogID() const { return dialogID_; }
     std::int16_t ResID() const { return resID_; }
-    bool IsModal() const { return modal_; }
 
     // Brings title, size and every item's text, state and rows up to date with the model.
     void Sync(const Dialog& dialog);
