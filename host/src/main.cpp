@@ -65,16 +65,13 @@ std::string Nearest(const CLI::App& app, std::string given)
     return best;
 }
 
-int UnknownArguments(const CLI::App& app, const std::vector<std::string>& extras)
+// The first argument not understood; what follows it is most likely its value.
+int UnknownArgument(const CLI::App& app, const std::string& extra)
 {
-    for (const std::string& extra : extras) {
-        const bool option = extra.starts_with("-");
-        std::cerr << "kfhost: unknown " << (option ? "option " : "argument ") << extra;
-        if (const std::string nearest = Nearest(app, extra); !nearest.empty())
-            std::cerr << " (did you mean " << nearest << "?)";
-        std::cerr << "\n";
-    }
-    std::cerr << "kfhost: kfhost --help lists what it takes\n";
+    std::cerr << "kfhost: unknown " << (extra.starts_with("-") ? "option " : "argument ") << extra;
+    if (const std::string nearest = Nearest(app, extra); !nearest.empty())
+        std::cerr << " (did you mean " << nearest << "?)";
+    std::cerr << "\nkfhost: kfhost --help lists what it takes\n";
     return kBadCommandLine;
 }
 
@@ -145,8 +142,10 @@ int main(int argc, char** argv)
     app.add_flag("-v,--verbose", verbose, "print each call into an add-on on stderr as it is made");
     try {
         app.parse(argc, argv);
-    } catch (const CLI::ExtrasError&) {
-        return UnknownArguments(app, app.remaining());
+    } catch (const CLI::ExtrasError& e) {
+        if (app.remaining().empty())
+            return app.exit(e) == 0 ? 0 : kBadCommandLine;
+        return UnknownArgument(app, app.remaining().front());
     } catch (const CLI::ParseError& e) {
         return app.exit(e) == 0 ? 0 : kBadCommandLine; // --help and --version are no error
     }

@@ -140,7 +140,7 @@ Action Reload(Args&)
 {
     return [](ScriptRunner& runner) {
         if (const auto [addOn, call] = CurrentCall(); !addOn.empty())
-            return runner.Fail("cannot reload inside " + addOn + "'s call " + call + ": close its dialog first");
+            return runner.Fail("cannot reload while \"" + addOn + "\" is in " + call + ": close its dialog first");
         bool loaded = true;
         for (const LoadResult& r : runner.GetHost().ReloadBundles())
             if (!r.Loaded()) {
