@@ -42,7 +42,7 @@ bool DisplayPresent()
 const ModuleEntry* OpenModule(std::string* why)
 {
 #if !KFHOST_WITH_QT
-    *why = "this kfhost was built without windows (-DKF_WITH_QT=OFF): --gui and --screenshot need Qt 6 Widgets";
+    *why = "no windows: this kfhost was built without Qt (-DKF_WITH_QT=OFF)";
     return nullptr;
 #else
     static const ModuleEntry* opened = nullptr;
