@@ -2,10 +2,10 @@
 // module opened only then: a headless run maps no window system library).
 #include "kfhost/Calls.hpp"
 #include "kfhost/Host.hpp"
+#include "kfhost/Modules.hpp"
 #include "kfhost/qt/Module.hpp"
 #include "kfhost/script/InputLines.hpp"
 #include "kfhost/script/Runner.hpp"
-#include "kfhost/validate/Validate.hpp"
 
 #include <CLI/CLI.hpp>
 
@@ -20,6 +20,20 @@
 namespace {
 
 constexpr int kBadCommandLine = 2;
+
+// `kfhost validate ...`, in its module (docs/validate.md).
+int Validate(int argc, char** argv)
+{
+    std::string why;
+    using MainFn = int (*)(int, char**);
+    const auto validate =
+        reinterpret_cast<MainFn>(kfhost::ModuleSymbol("kfhost-validate.so", "kfhost_validate_main", &why));
+    if (!validate) {
+        std::cerr << "kfhost: no validator: " << why << "\n";
+        return kBadCommandLine;
+    }
+    return validate(argc, argv);
+}
 
 // Edits (insert, delete, replace) that turn a into b.
 std::size_t Distance(std::string_view a, std::string_view b)
@@ -80,7 +94,7 @@ int UnknownArgument(const CLI::App& app, const std::string& extra)
 int main(int argc, char** argv)
 {
     if (argc > 1 && std::string_view(argv[1]) == "validate")
-        return kfhost::validate::Main(argc - 1, argv + 1);
+        return Validate(argc - 1, argv + 1);
     CLI::App app{"kfhost: the stand-in host for add-on bundles"};
     app.set_version_flag("--version", "kfhost " KF_VERSION " (host table " + std::to_string(KF_HOST_TABLE_MAJOR) + "." +
                                           std::to_string(KF_HOST_TABLE_MINOR) + ")");

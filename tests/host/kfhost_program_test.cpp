@@ -284,16 +284,24 @@ TEST(KfhostWindows, AHeadlessRunMapsNoWindowLibrary)
 #endif
 }
 
-TEST(KfhostWindows, WithoutTheModuleGuiSaysSoInOneLine)
+TEST(KfhostModules, WithoutThemGuiAndValidateSaySoInOneLine)
 {
-    // A kfhost with no window module beside it or where the package puts it.
+    // A kfhost with no module beside it or where the package puts them.
     kftest::TempFolder temp;
     const fs::path lonely = temp.Path() / "bin" / "kfhost";
     fs::create_directories(lonely.parent_path());
     fs::copy_file(KF_TEST_KFHOST, lonely);
-    const Finished run = RunKfhost({"--gui"}, {}, lonely.string());
-    EXPECT_EQ(run.status, 2);
-    EXPECT_TRUE(std::regex_match(run.output, std::regex("kfhost: no windows: [^\n]+\n"))) << run.output;
+    const Finished gui = RunKfhost({"--gui"}, {}, lonely.string());
+    EXPECT_EQ(gui.status, 2);
+    EXPECT_TRUE(std::regex_match(gui.output, std::regex("kfhost: no windows: [^\n]+\n"))) << gui.output;
+    const Finished validate = RunKfhost({"validate", kProbeA.string()}, {}, lonely.string());
+    EXPECT_EQ(validate.status, 2);
+    EXPECT_TRUE(std::regex_match(validate.output,
+                                 std::regex("kfhost: no validator: the module kfhost-validate.so is not installed "
+                                            "[^\n]+\n")))
+        << validate.output;
+    // Where they are, they are found.
+    EXPECT_EQ(RunKfhost({"validate", "--help"}).status, 0);
 }
 
 } // namespace
