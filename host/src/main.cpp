@@ -7,7 +7,7 @@
 #include "kfhost/script/InputLines.hpp"
 #include "kfhost/script/Runner.hpp"
 
-#include <CLI/CLI.hpp>
+#include "CommandLine.hpp"
 
 #include <unistd.h>
 
@@ -35,73 +35,18 @@ int Validate(int argc, char** argv)
     return validate(argc, argv);
 }
 
-// Edits (insert, delete, replace) that turn a into b.
-std::size_t Distance(std::string_view a, std::string_view b)
-{
-    std::vector<std::size_t> row(b.size() + 1);
-    for (std::size_t j = 0; j <= b.size(); ++j)
-        row[j] = j;
-    for (std::size_t i = 1; i <= a.size(); ++i) {
-        std::size_t diagonal = row[0];
-        row[0] = i;
-        for (std::size_t j = 1; j <= b.size(); ++j) {
-            const std::size_t above = row[j];
-            row[j] = std::min({row[j] + 1, row[j - 1] + 1, diagonal + (a[i - 1] == b[j - 1] ? 0 : 1)});
-            diagonal = above;
-        }
-    }
-    return row[b.size()];
-}
-
-// The option or subcommand a mistyped argument most likely meant, "" when none is close.
-std::string Nearest(const CLI::App& app, std::string given)
-{
-    given = given.substr(0, given.find('='));
-    std::vector<std::string> names;
-    if (given.starts_with("-")) {
-        for (const CLI::Option* option : app.get_options()) {
-            for (const std::string& name : option->get_lnames())
-                names.push_back("--" + name);
-            for (const std::string& name : option->get_snames())
-                names.push_back("-" + name);
-        }
-    } else {
-        for (const CLI::App* sub : app.get_subcommands({}))
-            names.push_back(sub->get_name());
-    }
-    std::string best;
-    std::size_t bestDistance = std::max<std::size_t>(2, given.size() / 3) + 1;
-    for (const std::string& name : names)
-        if (const std::size_t d = Distance(given, name); d < bestDistance) {
-            best = name;
-            bestDistance = d;
-        }
-    return best;
-}
-
-// The first argument not understood; what follows it is most likely its value.
-int UnknownArgument(const CLI::App& app, const std::string& extra)
-{
-    std::cerr << "kfhost: unknown " << (extra.starts_with("-") ? "option " : "argument ") << extra;
-    if (const std::string nearest = Nearest(app, extra); !nearest.empty())
-        std::cerr << " (did you mean " << nearest << "?)";
-    std::cerr << "\nkfhost: kfhost --help lists what it takes\n";
-    return kBadCommandLine;
-}
-
 } // namespace
 
 int main(int argc, char** argv)
 {
     if (argc > 1 && std::string_view(argv[1]) == "validate")
         return Validate(argc - 1, argv + 1);
-    CLI::App app{"kfhost: the stand-in host for add-on bundles"};
-    app.set_version_flag("--version", "kfhost " KF_VERSION " (host table " + std::to_string(KF_HOST_TABLE_MAJOR) + "." +
-                                          std::to_string(KF_HOST_TABLE_MINOR) + ")");
-    // Dispatched above, before anything else is set up; listed here so that --help tells of it.
-    app.add_subcommand("validate", "put bundles through what a host may do to them, each check in a process of its "
-                                   "own (kfhost validate --help)")
-        ->prefix_command();
+    kfhost::cli::CommandLine app("kfhost", "the stand-in host for add-on bundles");
+    app.Version("kfhost " KF_VERSION " (host table " + std::to_string(KF_HOST_TABLE_MAJOR) + "." +
+                std::to_string(KF_HOST_TABLE_MINOR) + ")");
+    // Dispatched above, before anything else is set up; listed so that --help tells of it.
+    app.Subcommand("validate", "put bundles through what a host may do to them, each check in a process of its own "
+                               "(kfhost validate --help)");
     kfhost::HostConfig config;
     std::string addOnsFolder;
     std::vector<std::string> addOns;
@@ -112,60 +57,60 @@ int main(int argc, char** argv)
     std::string project;
     std::string frameworkFolder;
 
-    app.add_option("--addons", addOnsFolder, "load every <Name>.bundle of this folder");
-    app.add_option("--addon", addOns, "load this bundle (repeatable)");
-    app.add_option("--script", script,
-                   "run this script headless (- for standard input, run line by line as the lines arrive)");
+    app.Value("--addons", "DIR", "load every <Name>.bundle of this folder", addOnsFolder);
+    app.Values("--addon", "BUNDLE", "load this bundle", addOns);
+    app.Value("--script", "FILE",
+              "run this script headless (- for standard input, run line by line as the lines arrive)", script);
     bool strict = false;
-    app.add_flag("--strict", strict,
-                 "also fail on an empty script, no expect, unused answer and fail lines, unchecked alerts "
-                 "and host warnings");
+    app.Flag("--strict",
+             "also fail on an empty script, no expect, unused answer and fail lines, unchecked alerts and host "
+             "warnings",
+             strict);
     bool watch = false;
-    app.add_flag("--watch", watch, "with --script -: reload the bundles whenever one's library is rebuilt");
-    app.add_option("--release", config.release, "the host's release number")->capture_default_str();
-    app.add_option("--framework-folder", frameworkFolder, "special location 13 (default: a per-user data folder)");
-    app.add_option("--text-encoding", encoding, "application text encoding: utf-8 or macroman")
-        ->check(CLI::IsMember({"utf-8", "macroman"}))
-        ->capture_default_str();
-    app.add_option("--server-app", config.serverApplication, "kind of server application (0: the main one)")
-        ->capture_default_str();
-    app.add_option("--library", libraries, "a library folder (repeatable)");
-    app.add_option("--project", project, "the open project file");
+    app.Flag("--watch", "with --script -: reload the bundles whenever one's library is rebuilt", watch);
+    app.Number("--release", "N", "the host's release number", config.release);
+    app.Value("--framework-folder", "DIR", "special location 13 (default: a per-user data folder)", frameworkFolder);
+    app.Choice("--text-encoding", {"utf-8", "macroman"}, "application text encoding", encoding);
+    app.Number("--server-app", "N", "kind of server application (0: the main one)", config.serverApplication);
+    app.Values("--library", "DIR", "a library folder", libraries);
+    app.Value("--project", "FILE", "the open project file", project);
     std::vector<std::string> engines;
     std::string currentEngine, embeddedLibrary;
-    app.add_option("--embedded-library", embeddedLibrary, "the open project's own library folder");
-    app.add_option("--engine", engines, "a rendering engine's menu text (repeatable; replaces the defaults)");
-    app.add_option("--current-engine", currentEngine, "the current rendering engine, 1-based (0: none)");
-    app.add_option("--update-server", config.updateServer, "the update server's address");
-    app.add_flag("--launch", config.launch, "really start the programs add-ons launch");
-    app.add_option("--set", sets, "a host setting KEY=VALUE (repeatable)");
+    app.Value("--embedded-library", "DIR", "the open project's own library folder", embeddedLibrary);
+    app.Values("--engine", "TEXT", "a rendering engine's menu text (replaces the defaults)", engines);
+    app.Value("--current-engine", "N", "the current rendering engine, 1-based (0: none)", currentEngine);
+    app.Value("--update-server", "URL", "the update server's address", config.updateServer);
+    app.Flag("--launch", "really start the programs add-ons launch", config.launch);
+    app.Values("--set", "KEY=VALUE", "a host setting", sets);
     bool gui = false;
     bool headless = false;
     std::string screenshotDir;
-    app.add_flag("--gui", gui, "real windows (the default when a display is present and no --script is given)");
-    app.add_flag("--headless", headless, "no windows, even with a display")->excludes("--gui");
-    app.add_option("--screenshot", screenshotDir,
-                   "with --gui: play --script against the windows, save a PNG of each dialog it passes "
-                   "in this folder, then exit")
-        ->excludes("--headless");
+    app.Flag("--gui",
+             kfhost::qt::WindowsBuilt()
+                 ? "real windows (the default when a display is present and no --script is given)"
+                 : "real windows: not in this kfhost, which was built without Qt",
+             gui);
+    app.Flag("--headless", "no windows, even with a display", headless);
+    app.Value("--screenshot", "DIR",
+              "with --gui: play --script against the windows, save a PNG of each dialog it passes in this folder, "
+              "then exit",
+              screenshotDir);
+    app.Excludes("--gui", "--headless");
+    app.Excludes("--screenshot", "--headless");
     unsigned timeout = 0;
     bool verbose = false;
-    app.add_option("--timeout", timeout,
-                   "end kfhost when a call into an add-on has not returned within SECONDS (0: never; default "
-                   "60 with --script headless, none with windows or lines typed at a terminal)");
-    app.add_flag("-v,--verbose", verbose, "print each call into an add-on on stderr as it is made");
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ExtrasError& e) {
-        if (app.remaining().empty())
-            return app.exit(e) == 0 ? 0 : kBadCommandLine;
-        return UnknownArgument(app, app.remaining().front());
-    } catch (const CLI::ParseError& e) {
-        return app.exit(e) == 0 ? 0 : kBadCommandLine; // --help and --version are no error
-    }
-    if (app.got_subcommand("validate")) {
-        std::cerr << "kfhost: validate comes first and takes its own options: kfhost validate --help\n";
+    app.Number("--timeout", "SECONDS",
+               "end kfhost when a call into an add-on has not returned within SECONDS (0: never; default 60 with "
+               "--script headless, none with windows or lines typed at a terminal)",
+               timeout);
+    app.Flag("-v,--verbose", "print each call into an add-on on stderr as it is made", verbose);
+    switch (app.Parse(argc, argv)) {
+    case kfhost::cli::CommandLine::Outcome::Done:
+        return 0;
+    case kfhost::cli::CommandLine::Outcome::Bad:
         return kBadCommandLine;
+    case kfhost::cli::CommandLine::Outcome::Run:
+        break;
     }
 
     config.textEncoding = encoding == "macroman" ? KF_TEXTENC_MACROMAN : KF_TEXTENC_UTF8;
@@ -227,7 +172,7 @@ int main(int argc, char** argv)
     if (streamed)
         input = std::make_unique<kfhost::InputLines>(STDIN_FILENO, "-");
     const bool typed = input && input->Interactive();
-    const bool timeoutGiven = app.count("--timeout") > 0;
+    const bool timeoutGiven = app.Given("--timeout");
     kfhost::InstallCallReports();
     kfhost::SetCallWatch({timeoutGiven ? timeout : (!windows && !script.empty() && !typed ? 60u : 0u), verbose});
 

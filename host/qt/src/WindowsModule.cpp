@@ -16,6 +16,11 @@ bool Set(const char* name)
 
 } // namespace
 
+bool WindowsBuilt()
+{
+    return KFHOST_WITH_QT;
+}
+
 bool DisplayPresent()
 {
     return Set("DISPLAY") || Set("WAYLAND_DISPLAY") || Set("QT_QPA_PLATFORM");

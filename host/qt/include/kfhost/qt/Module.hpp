@@ -43,6 +43,9 @@ inline constexpr int kModuleInterface = 1;
 // The module's one exported function: `const ModuleEntry* kfhost_qt_module()`.
 inline constexpr const char* kModuleEntrySymbol = "kfhost_qt_module";
 
+// Whether this kfhost was built with windows (not configured with -DKF_WITH_QT=OFF).
+bool WindowsBuilt();
+
 // Whether there is a window system to show windows on ($DISPLAY, $WAYLAND_DISPLAY or a Qt platform
 // chosen by $QT_QPA_PLATFORM).
 bool DisplayPresent();
