@@ -220,11 +220,11 @@ int main(int argc, char** argv)
     } else if (!script.empty()) {
         if (input) {
             if (watch) {
-                std::vector<std::filesystem::path> libraries;
+                std::vector<std::filesystem::path> watched;
                 for (const auto& addOn : host.AddOns())
                     if (!addOn->libraryPath.empty())
-                        libraries.push_back(addOn->libraryPath);
-                if (std::string why; !input->Watch(libraries, &why)) {
+                        watched.push_back(addOn->libraryPath);
+                if (std::string why; !input->Watch(watched, &why)) {
                     std::cerr << "kfhost: --watch: " << why << "\n";
                     host.UnloadAll();
                     return kBadCommandLine;
