@@ -1,6 +1,6 @@
 // One dialog of the model as a window: its items as widgets at the places and sizes the resource
-// gives, brought up to date from the model by Sync. Item widgets are named "item<N>" (tests and the
-// script player find them by that name).
+// gives, brought up to date from the model by Sync. Item widgets are named "item<N>" (tests find
+// them by that name).
 #pragma once
 
 #include "kfhost/Dialogs.hpp"
