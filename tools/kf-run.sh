@@ -84,10 +84,10 @@ fi
 
 common=(--addon "$BUNDLE" --framework-folder "$FRAMEWORK" "${update_args[@]}" "${host_args[@]}")
 
-# Whether this kfhost has windows: one built without Qt says so at once (the probe loads nothing).
+# Whether this kfhost has windows: one built without Qt or its window module says so at once.
 has_windows() {
   "$HOST" --help 2>/dev/null | grep -q -- '--gui' || return 1
-  ! "$HOST" --gui --screenshot "$STATE/no-such-folder" 2>&1 | grep -q 'built without Qt'
+  ! "$HOST" --gui --screenshot "$STATE/no-such-folder" 2>&1 | grep -q 'no windows'
 }
 
 if [[ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]] && has_windows; then

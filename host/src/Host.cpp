@@ -291,6 +291,8 @@ LoadResult Host::LoadBundle(const fs::path& bundle)
         return LoadResult{bundle, nullptr, reason};
     };
     std::error_code ec;
+    if (!fs::exists(bundle, ec))
+        return refuse("no such folder");
     if (bundle.extension() != ".bundle" || !fs::is_directory(bundle, ec))
         return refuse("not a bundle folder (<Name>.bundle)");
     auto addOn = std::make_unique<AddOn>();

@@ -7,7 +7,7 @@
 #include "kfhost/qt/Gui.hpp"
 #include "kfhost/qt/MainWindow.hpp"
 #include "kfhost/qt/QtRunLoop.hpp"
-#include "kfhost/qt/ScriptPlayer.hpp"
+#include "kfhost/qt/WidgetHand.hpp"
 
 #include <QAction>
 #include <QApplication>
@@ -222,8 +222,29 @@ TEST_F(ProbeWindows, FileDialogIsAQtFileDialogWithTheTypesFilters)
     EXPECT_TRUE(Logged(host, "alert \"\" \"file: " + file.string() + "\" \"\" buttons \"OK\""));
 }
 
+// Counts the clicks on every button named as dialog item `item` from the moment it is shown.
+class ButtonClicks : public QObject {
+public:
+    explicit ButtonClicks(const char* item) : item_(item) { qApp->installEventFilter(this); }
+    ~ButtonClicks() override { qApp->removeEventFilter(this); }
+    int count = 0;
+
+protected:
+    bool eventFilter(QObject* object, QEvent* event) override
+    {
+        if (event->type() == QEvent::Polish && object->objectName() == item_)
+            if (auto* button = qobject_cast<QAbstractButton*>(object))
+                connect(button, &QAbstractButton::clicked, this, [this] { ++count; });
+        return false;
+    }
+
+private:
+    QString item_;
+};
+
 TEST_F(ProbeWindows, ScriptClicksGoToTheWidgetsAndRefusalsAreTheHeadlessOnes)
 {
+    const ButtonClicks cancel("item2");
     const bool ok = session.Run("menu 32500 1\n"
                                 "select 3 3\n"
                                 "expect disabled 1\n"
@@ -235,6 +256,7 @@ TEST_F(ProbeWindows, ScriptClicksGoToTheWidgetsAndRefusalsAreTheHeadlessOnes)
     EXPECT_EQ(script.Failures()[0], "gui.kfs:4: click 1: item 1 is disabled");
     EXPECT_TRUE(Logged(host, "> select 3 3"));
     EXPECT_TRUE(Logged(host, "closed 32600 with 2"));
+    EXPECT_EQ(cancel.count, 1) << "the script's click reached the button";
 }
 
 } // namespace

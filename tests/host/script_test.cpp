@@ -2,11 +2,13 @@
 // fails when it should, with the words it prints, and holds when it should; strict runs fail on
 // what a script leaves unsaid.
 #include "Probe.hpp"
+#include "kftest/Files.hpp"
 #include "kftest/InProcessHost.hpp"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <deque>
 
 namespace {
 
@@ -154,6 +156,68 @@ TEST(ScriptRunner, WithoutOneTheHostClosesModalDialogsAsTheirCloseBoxWould)
     EXPECT_EQ(probe::Get().lastModalResult, 2) << "closed with its cancel item";
     EXPECT_EQ(p.host.CurrentDialog(), nullptr);
     EXPECT_EQ(p.host.TranscriptText(), "") << "nobody shows it";
+}
+
+} // namespace
+
+namespace {
+
+TEST(ScriptReload, NotInsideAnAddOnsCall)
+{
+    Probed p;
+    ASSERT_TRUE(p.loaded);
+    EXPECT_FALSE(p.host.Run("menu 32500 1\nreload\nclick 2"));
+    EXPECT_EQ(p.Failures(),
+              "script:2: reload: cannot reload while \"Host Probe\" is in ModalDialog: close its dialog first\n");
+}
+
+// Lines typed at a terminal, as a test gives them.
+struct Typed final : kfhost::LineSource {
+    std::deque<std::string> lines;
+    int number = 0;
+    std::optional<kfhost::ScriptLine> Next() override
+    {
+        if (lines.empty())
+            return std::nullopt;
+        kfhost::ScriptLine line{"-", ++number, lines.front()};
+        lines.pop_front();
+        return line;
+    }
+    bool Interactive() const override { return true; }
+};
+
+TEST(ScriptReload, ABundleThatDoesNotLoadAgainEndsAWrittenScriptButNotATypedOne)
+{
+    kftest::TempFolder temp;
+    const fs::path bundle = temp.Path() / "ProbeA.bundle";
+    fs::copy(fs::path(KF_TEST_ADDONS) / "ProbeA.bundle", bundle, fs::copy_options::recursive);
+    for (const bool typed : {false, true}) {
+        SCOPED_TRACE(typed ? "typed" : "written");
+        kfhost::HostConfig config;
+        config.frameworkFolder = temp.Path() / "fw";
+        kfhost::Host host(config);
+        kfhost::ScriptRunner runner(host);
+        ASSERT_TRUE(host.LoadBundle(bundle).Loaded());
+        const std::string library = kftest::ReadFile(bundle / "ProbeA.so");
+        fs::remove(bundle / "ProbeA.so"); // a rebuild that failed
+        Typed input;
+        if (typed) {
+            input.lines = {"reload", "print"};
+            runner.SetSource(&input);
+        } else {
+            runner.Append("reload\nprint\n", "s.kfs");
+        }
+        EXPECT_FALSE(runner.RunAll());
+        const std::string where = typed ? "-:1" : "s.kfs:1";
+        std::vector<std::string> failures{where + ": reload: cannot load " + bundle.string() +
+                                          " again: no shared library ProbeA.so in the bundle"};
+        if (!typed)
+            failures.push_back(where + ": reload: the rest of the script is skipped");
+        EXPECT_EQ(runner.Failures(), failures);
+        const auto& lines = host.Log().Lines();
+        EXPECT_EQ(std::count(lines.begin(), lines.end(), "no dialog"), typed ? 1 : 0) << "print ran";
+        kftest::WriteFile(bundle / "ProbeA.so", library);
+    }
 }
 
 } // namespace

@@ -6,12 +6,11 @@
 #include "kfhost/qt/QtBackend.hpp"
 #include "kfhost/qt/QtRunLoop.hpp"
 #include "kfhost/qt/Screenshots.hpp"
-#include "kfhost/qt/ScriptPlayer.hpp"
+#include "kfhost/qt/WidgetHand.hpp"
 
 #include <QApplication>
 #include <QEventLoop>
 
-#include <cstdlib>
 #include <iostream>
 #include <streambuf>
 
@@ -73,27 +72,18 @@ void QuietHandler(QtMsgType type, const QMessageLogContext& context, const QStri
         std::cerr << qPrintable(qFormatLogMessage(type, context, message)) << '\n';
 }
 
-bool Set(const char* name)
-{
-    const char* value = std::getenv(name);
-    return value && *value;
-}
-
 } // namespace
-
-bool DisplayPresent()
-{
-    return Set("DISPLAY") || Set("WAYLAND_DISPLAY") || Set("QT_QPA_PLATFORM");
-}
 
 struct GuiSession::Impl {
     Impl(Host& h, ScriptRunner& r, GuiOptions o) : host(h), script(r), options(std::move(o)) {}
 
+    // Before each line, and once more at the end, with the windows up to date: a picture of each
+    // window that changed.
     void Capture()
     {
+        backend->Flush();
         if (!shots)
             return;
-        backend->Flush();
         for (DialogWindow* window : backend->Windows()) {
             if (!window->isVisible() || window->Signature() == window->capturedSignature)
                 continue;
@@ -113,7 +103,7 @@ struct GuiSession::Impl {
     QtRunLoop* loop = nullptr;         // owned by the host
     std::unique_ptr<MainWindow> window;
     std::unique_ptr<Screenshots> shots;
-    std::unique_ptr<ScriptPlayer> player;
+    std::unique_ptr<WidgetHand> hand;
     std::unique_ptr<LineSink> sink;
     std::unique_ptr<std::ostream> echo;
 };
@@ -158,8 +148,7 @@ GuiSession::GuiSession(Host& host, ScriptRunner& script, GuiOptions options)
         s.shots = std::make_unique<Screenshots>(s.options.screenshotDir);
         s.backend->SetScreenshots(s.shots.get());
     }
-    s.player = std::make_unique<ScriptPlayer>(host, *s.backend);
-    s.player->onPause = [&s] { s.Capture(); };
+    s.hand = std::make_unique<WidgetHand>(host.Dialogs(), *s.backend);
 }
 
 GuiSession::~GuiSession()
@@ -170,7 +159,9 @@ GuiSession::~GuiSession()
     s.host.Log().Echo(s.options.echo ? &std::cout : nullptr);
     s.host.SetDialogBackend(std::make_unique<HeadlessBackend>(s.host, s.script));
     s.host.SetRunLoop(std::make_unique<PollRunLoop>());
-    s.player.reset();
+    s.script.SetHand(nullptr);
+    s.script.SetLineHooks(nullptr, nullptr);
+    s.hand.reset();
     s.window.reset();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     s.app.reset();
@@ -188,10 +179,20 @@ bool GuiSession::Run(std::string_view script, const std::string& source)
     Impl& s = *impl_;
     ShowMainWindow();
     if (!script.empty()) {
-        s.player->Append(script, source);
-        s.backend->SetScript([&s] { return s.player->Step(); }, s.options.batch);
-        s.player->RunAll();
+        // The runner parses and checks every line as headless; the widgets carry out the actions.
+        s.script.Append(script, source);
+        s.script.SetHand(s.hand.get());
+        s.script.SetLineHooks([&s] { s.Capture(); },
+                              [&s] {
+                                  s.backend->Flush();
+                                  s.hand->CheckWindows();
+                              });
+        s.backend->SetScript([&s] { return s.script.Step(); }, s.options.batch);
+        s.script.RunAll();
+        s.Capture();
         s.backend->EndScript();
+        s.script.SetHand(nullptr);
+        s.script.SetLineHooks(nullptr, nullptr);
         if (s.shots) {
             // The application window with what is still open beside it.
             std::vector<QWidget*> windows{s.window.get()};
@@ -220,10 +221,6 @@ QtBackend& GuiSession::Backend()
 MainWindow& GuiSession::Window()
 {
     return *impl_->window;
-}
-ScriptPlayer& GuiSession::Player()
-{
-    return *impl_->player;
 }
 
 } // namespace kfhost::qt

@@ -1,6 +1,7 @@
 // The verbs that act as a user would: menus, module commands, dialog items, answers for system
 // dialogs, the main loop and file faults.
 #include "Verbs.hpp"
+#include "kfhost/Calls.hpp"
 #include "kfhost/Host.hpp"
 #include "kfhost/Text.hpp"
 #include "kfhost/script/Headless.hpp"
@@ -69,13 +70,13 @@ Action Command(Args& args)
     };
 }
 
-// A user action on an item of the current dialog; a refusal is a failure.
+// A user action on an item of the current dialog, by the runner's hand; a refusal is a failure.
 template <class Act>
 Action OnItem(Act act)
 {
     return [act](ScriptRunner& runner) {
         std::string why;
-        if (!act(runner.GetHost().Dialogs(), CurrentDialog(runner), &why))
+        if (!act(runner.Hand(), CurrentDialog(runner), &why))
             runner.Fail(why);
     };
 }
@@ -83,27 +84,27 @@ Action OnItem(Act act)
 Action Click(Args& args)
 {
     const auto item = args.Int<std::int16_t>("an item number");
-    return OnItem([=](DialogManager& d, Dialog& dialog, std::string* why) { return d.Click(dialog, item, why); });
+    return OnItem([=](UserHand& hand, Dialog& dialog, std::string* why) { return hand.Click(dialog, item, why); });
 }
 
 Action Select(Args& args)
 {
     const auto item = args.Int<std::int16_t>("an item number");
     const auto row = args.Int<std::int16_t>("a row number");
-    return OnItem([=](DialogManager& d, Dialog& dialog, std::string* why) { return d.Select(dialog, item, row, why); });
+    return OnItem(
+        [=](UserHand& hand, Dialog& dialog, std::string* why) { return hand.Select(dialog, item, row, why); });
 }
 
 Action Type(Args& args)
 {
     const auto item = args.Int<std::int16_t>("an item number");
     const std::u16string text = FromUTF8(args.Str("the text"));
-    return OnItem(
-        [=](DialogManager& d, Dialog& dialog, std::string* why) { return d.TypeText(dialog, item, text, why); });
+    return OnItem([=](UserHand& hand, Dialog& dialog, std::string* why) { return hand.Type(dialog, item, text, why); });
 }
 
 Action Close(Args&)
 {
-    return [](ScriptRunner& runner) { runner.GetHost().Dialogs().CloseBox(CurrentDialog(runner)); };
+    return [](ScriptRunner& runner) { runner.Hand().CloseBox(CurrentDialog(runner)); };
 }
 
 Action Answer(Args& args)
@@ -131,13 +132,25 @@ Action Wait(Args& args)
     return [=](ScriptRunner& runner) { runner.GetHost().Loop().RunFor(seconds); };
 }
 
-// Every bundle unloaded and loaded again from disk, as a developer does after a rebuild.
+// Every bundle unloaded and loaded again from disk, as a developer does after a rebuild. Not from
+// inside an add-on's call (a modal dialog's lines): its code is still running. A bundle that does
+// not load again ends a written script, whose later lines would only fail; at a terminal the
+// developer fixes it and types reload again.
 Action Reload(Args&)
 {
     return [](ScriptRunner& runner) {
+        if (const auto [addOn, call] = CurrentCall(); !addOn.empty())
+            return runner.Fail("cannot reload while \"" + addOn + "\" is in " + call + ": close its dialog first");
+        bool loaded = true;
         for (const LoadResult& r : runner.GetHost().ReloadBundles())
-            if (!r.Loaded())
+            if (!r.Loaded()) {
                 runner.Fail("cannot load " + r.path.string() + " again: " + r.reason);
+                loaded = false;
+            }
+        if (!loaded && !runner.Interactive()) {
+            runner.Stop();
+            runner.Fail("the rest of the script is skipped");
+        }
     };
 }
 

@@ -23,7 +23,7 @@ void AppendScriptLines(std::deque<ScriptLine>& out, std::string_view text, const
     }
 }
 
-ScriptRunner::ScriptRunner(Host& host) : host_(host)
+ScriptRunner::ScriptRunner(Host& host) : host_(host), headlessHand_(host.Dialogs())
 {
     host_.SetDialogBackend(std::make_unique<HeadlessBackend>(host, *this));
 }
@@ -45,9 +45,23 @@ void ScriptRunner::Queue(const std::string& line)
     lines_.push_back(ScriptLine{"queued", ++queued_, line});
 }
 
+bool ScriptRunner::Fill()
+{
+    if (lines_.empty() && source_)
+        if (auto line = source_->Next())
+            lines_.push_back(std::move(*line));
+    return !lines_.empty();
+}
+
+void ScriptRunner::Stop()
+{
+    lines_.clear();
+    source_ = nullptr;
+}
+
 bool ScriptRunner::Step()
 {
-    if (lines_.empty())
+    if (!Fill())
         return false;
     ScriptLine line = std::move(lines_.front());
     lines_.pop_front();
@@ -79,7 +93,7 @@ void ScriptRunner::Fail(const std::string& message)
 std::optional<ScriptRunner::SystemAnswer> ScriptRunner::TakeAnswer()
 {
     // A system dialog consumes the answer lines that come next, as a modal dialog consumes lines.
-    while (answers_.empty() && !lines_.empty()) {
+    while (answers_.empty() && Fill()) {
         const std::string& next = lines_.front().text;
         const auto first = next.find_first_not_of(" \t\r");
         if (first == std::string::npos || next[first] == '#') {
@@ -111,18 +125,21 @@ bool ScriptRunner::Run(const ScriptLine& line)
     const auto saved = current_;
     current_ = line;
     const std::size_t before = failures_.size();
+    bool acted = false;
     try {
-        Execute(line);
+        Execute(line, acted);
     } catch (const detail::LexError& e) {
         Fail("column " + std::to_string(e.column) + ": " + e.what());
     } catch (const std::runtime_error& e) {
         Fail(e.what());
     }
+    if (acted && after_)
+        after_(); // also when the action failed: a check throws
     current_ = saved;
     return failures_.size() == before;
 }
 
-void ScriptRunner::Execute(const ScriptLine& line)
+void ScriptRunner::Execute(const ScriptLine& line, bool& acted)
 {
     Args args(detail::Tokenize(line.text));
     if (args.Done())
@@ -134,6 +151,9 @@ void ScriptRunner::Execute(const ScriptLine& line)
         throw std::runtime_error("unknown command '" + name + "'");
     const script::Action action = verb->parse(args);
     args.End();
+    if (before_)
+        before_();
+    acted = true;
     if (verb->echoed)
         host_.Log().Add("> " + line.text);
     action(*this);

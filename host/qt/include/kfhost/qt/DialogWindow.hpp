@@ -1,6 +1,6 @@
 // One dialog of the model as a window: its items as widgets at the places and sizes the resource
-// gives, brought up to date from the model by Sync. Item widgets are named "item<N>" (tests and the
-// script player find them by that name).
+// gives, brought up to date from the model by Sync. Item widgets are named "item<N>" (tests find
+// them by that name).
 #pragma once
 
 #include "kfhost/Dialogs.hpp"
@@ -24,7 +24,6 @@ public:
 
     std::int16_t DialogID() const { return dialogID_; }
     std::int16_t ResID() const { return resID_; }
-    bool IsModal() const { return modal_; }
 
     // Brings title, size and every item's text, state and rows up to date with the model.
     void Sync(const Dialog& dialog);

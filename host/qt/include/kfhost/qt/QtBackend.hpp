@@ -63,11 +63,10 @@ public:
     // user takes over.
     void SetScript(std::function<bool()> step, bool batch);
     void EndScript();
-    bool ScriptPlaying() const { return static_cast<bool>(step_); }
-    // Set while the script player works a widget: the player has logged the line itself.
+    // Set while the script's hand works a widget: the runner has logged the line itself.
     void SetScripted(bool scripted) { scripted_ = scripted; }
     bool IsScripted() const { return scripted_; }
-    // Pictures of alerts as they come (dialogs are taken by the script player).
+    // Pictures of alerts as they come (dialogs are taken between the script's lines).
     void SetScreenshots(Screenshots* screenshots) { screenshots_ = screenshots; }
     // Windows open over (modal) or beside (modeless) this one.
     void SetAnchor(QWidget* window) { anchor_ = window; }
@@ -77,7 +76,7 @@ public:
     // An icon resource of the module a dialog comes from; a null pixmap when there is none.
     QPixmap Icon(std::int32_t resModule, std::int16_t resID);
 
-    // User actions from the widgets (and the script player). Refusals are logged.
+    // User actions from the widgets (and the script's hand). Refusals are logged.
     void UserClick(std::int16_t dialogID, std::int16_t item);
     void UserSelect(std::int16_t dialogID, std::int16_t item, std::int16_t row);
     void UserType(std::int16_t dialogID, std::int16_t item, const std::u16string& text);

@@ -4,9 +4,11 @@
 #pragma once
 
 #include "kfhost/Dialogs.hpp"
+#include "kfhost/script/UserHand.hpp"
 
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -25,6 +27,17 @@ struct ScriptLine {
 // Splits a script into its lines, numbered from 1, and appends them to `out`.
 void AppendScriptLines(std::deque<ScriptLine>& out, std::string_view text, const std::string& source);
 
+// Lines that arrive while the script runs (standard input as it is typed): asked for the next line
+// whenever the appended ones have run out.
+class LineSource {
+public:
+    virtual ~LineSource() = default;
+    // The next line, waiting for it; nothing at the end of the input.
+    virtual std::optional<ScriptLine> Next() = 0;
+    // A person types the lines: a failure does not end the run (they can type `reload` again).
+    virtual bool Interactive() const { return false; }
+};
+
 class ScriptRunner {
 public:
     // Installs the headless dialog backend in host; when the runner goes, a headless backend of
@@ -39,8 +52,13 @@ public:
     // Appends the lines of a script (comments and blank lines are skipped when run).
     void Append(std::string_view text, const std::string& source);
     void Queue(const std::string& line);
-    bool HasPending() const { return !lines_.empty(); }
     std::size_t PendingCount() const { return lines_.size(); }
+    // Where lines come from after the appended ones; null: nowhere (the script ends with them).
+    void SetSource(LineSource* source) { source_ = source; }
+    bool Interactive() const { return source_ && source_->Interactive(); }
+    // Drops every line still to come, from the queue and the source: the rest of the script
+    // cannot mean what it says (its bundles did not load).
+    void Stop();
 
     // Runs one line; false when there is none left.
     bool Step();
@@ -49,19 +67,27 @@ public:
     // Runs one command line now (also used by tests); answers false on a failure.
     bool Run(const ScriptLine& line);
 
+    // Who carries out click, select, type and close; null: the dialog manager (headless).
+    void SetHand(UserHand* hand) { hand_ = hand ? hand : &headlessHand_; }
+    UserHand& Hand() { return *hand_; }
+    // Called around every command line (not comments or blank lines), e.g. to bring windows up to
+    // date and compare them with the model.
+    void SetLineHooks(std::function<void()> before, std::function<void()> after)
+    {
+        before_ = std::move(before);
+        after_ = std::move(after);
+    }
+
     // Strict runs also fail on what a script leaves unsaid: see Finish.
     void SetStrict(bool strict) { strict_ = strict; }
-    bool Strict() const { return strict_; }
     // The end of the run. Strict: an empty script, no expect run, an answer or fail line never
     // used, an alert never checked and every host warning are failures. Answers Ok().
     bool Finish();
 
     bool Ok() const { return failures_.empty(); }
     const std::vector<std::string>& Failures() const { return failures_; }
-    void ClearFailures() { failures_.clear(); }
     // Records a failure at the line being run (or the end of the script).
     void Fail(const std::string& message);
-    int ExpectCount() const { return expects_; }
     void CountExpect() { ++expects_; }
 
     // Answers queued for system dialogs: a dialog takes the answer lines that come next.
@@ -85,10 +111,18 @@ public:
     static std::string Where(const ScriptLine& line);
 
 private:
-    void Execute(const ScriptLine& line);
+    // acted: the line got past its syntax to its action (the line hooks apply).
+    void Execute(const ScriptLine& line, bool& acted);
+    // A line waits in the queue (taken from the source when the queue is empty).
+    bool Fill();
 
     Host& host_;
     std::deque<ScriptLine> lines_;
+    LineSource* source_ = nullptr;
+    UserHand headlessHand_;
+    UserHand* hand_ = &headlessHand_;
+    std::function<void()> before_;
+    std::function<void()> after_;
     std::optional<ScriptLine> current_;
     std::vector<std::string> failures_;
     std::deque<SystemAnswer> answers_;
