@@ -18,6 +18,7 @@ int main(int argc, char** argv)
 {
     if (argc > 1 && std::string_view(argv[1]) == "validate")
         return kfhost::validate::Main(argc - 1, argv + 1);
+    kfhost::SuperviseThisProcess(); // from here on in a child: see kfhost/Calls.hpp
     CLI::App app{"kfhost: the stand-in host for add-on bundles"};
     kfhost::HostConfig config;
     std::string addOnsFolder;
@@ -46,10 +47,10 @@ int main(int argc, char** argv)
     app.add_option("--library", libraries, "a library folder (repeatable)");
     app.add_option("--project", project, "the open project file");
     std::vector<std::string> engines;
-    std::string currentEngine, embeddedLibrary;
+    std::string embeddedLibrary;
     app.add_option("--embedded-library", embeddedLibrary, "the open project's own library folder");
     app.add_option("--engine", engines, "a rendering engine's menu text (repeatable; replaces the defaults)");
-    app.add_option("--current-engine", currentEngine, "the current rendering engine, 1-based (0: none)");
+    app.add_option("--current-engine", config.currentEngine, "the current rendering engine, 1-based (0: none)");
     app.add_option("--update-server", config.updateServer, "the update server's address");
     app.add_flag("--launch", config.launch, "really start the programs add-ons launch");
     app.add_option("--set", sets, "a host setting KEY=VALUE (repeatable)");
@@ -85,15 +86,14 @@ int main(int argc, char** argv)
             std::cerr << "kfhost: --set wants KEY=VALUE, not \"" << s << "\"\n";
             return 2;
         }
-        config.settings[s.substr(0, eq)] = s.substr(eq + 1);
+        if (const std::string why = kfhost::ApplySetting(config, s.substr(0, eq), s.substr(eq + 1)); !why.empty()) {
+            std::cerr << "kfhost: --set " << s << ": " << why << "\n";
+            return 2;
+        }
     }
-
-    for (const auto& e : engines)
-        config.settings["rendering-engines"] += e + "\n";
-    if (!currentEngine.empty())
-        config.settings["rendering-current"] = currentEngine;
-    if (!embeddedLibrary.empty())
-        config.settings["embedded-library"] = embeddedLibrary;
+    if (!engines.empty())
+        config.renderingEngines = engines;
+    config.embeddedLibrary = embeddedLibrary;
 
 #ifdef KFHOST_WITH_QT
     const bool windows = gui || !screenshotDir.empty() || (!headless && script.empty() && kfhost::qt::DisplayPresent());

@@ -155,7 +155,7 @@ TEST(HostLink, ServicesComeFromTheHostsConfiguration)
 {
     kfhost::HostConfig config;
     config.updateServer = "127.0.0.1:8080";
-    config.settings["download-limit"] = "5";
+    config.downloadLimit = 5;
     kftest::InProcessHost host(config);
     host.Attach();
     ASSERT_NE(HostServices::UpdateServer(), nullptr);
