@@ -72,7 +72,7 @@ std::string ForeignLibrary(const std::filesystem::path& path)
     unsigned char ident[EI_NIDENT + 4]{};
     if (!in.read(reinterpret_cast<char*>(ident), sizeof ident))
         return in.gcount() == 0 && !in.bad() ? path.filename().string() + " is empty, not a shared library"
-                                              : path.filename().string() + " is too short to be a shared library";
+                                             : path.filename().string() + " is too short to be a shared library";
     if (std::memcmp(ident, ELFMAG, SELFMAG) != 0)
         return path.filename().string() + " is not a shared library (no ELF header)";
     // e_type and e_machine follow the identification in either word size, in the file's byte order.

@@ -1,5 +1,6 @@
 #include "kfhost/qt/QtBackend.hpp"
 
+#include "kfhost/Calls.hpp"
 #include "kfhost/Host.hpp"
 #include "kfhost/script/Runner.hpp"
 #include "kfhost/Text.hpp"
@@ -138,7 +139,10 @@ void QtBackend::RunModal(Dialog& dialog)
     modalLoops_[id] = &loop;
     const bool scripted = scripted_;
     scripted_ = false; // what happens now is the user's doing
-    loop.exec(QEventLoop::DialogExec);
+    {
+        const UserWait waiting; // the time a person takes is not the add-on's (--timeout)
+        loop.exec(QEventLoop::DialogExec);
+    }
     scripted_ = scripted;
     modalLoops_.erase(id);
 }

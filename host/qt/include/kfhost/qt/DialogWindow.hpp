@@ -24,7 +24,6 @@ public:
 
     std::int16_t DialogID() const { return dialogID_; }
     std::int16_t ResID() const { return resID_; }
-    bool IsModal() const { return modal_; }
 
     // Brings title, size and every item's text, state and rows up to date with the model.
     void Sync(const Dialog& dialog);
@@ -50,7 +49,6 @@ private:
     std::int16_t dialogID_;
     std::int16_t resID_;
     std::int32_t resModule_;
-    bool modal_;
     std::vector<QWidget*> items_; // [number - 1]
     std::int16_t appliedFocus_ = 0;
     std::string signature_;

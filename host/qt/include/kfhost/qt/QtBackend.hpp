@@ -63,7 +63,6 @@ public:
     // user takes over.
     void SetScript(std::function<bool()> step, bool batch);
     void EndScript();
-    bool ScriptPlaying() const { return static_cast<bool>(step_); }
     // Set while the script player works a widget: the player has logged the line itself.
     void SetScripted(bool scripted) { scripted_ = scripted; }
     bool IsScripted() const { return scripted_; }

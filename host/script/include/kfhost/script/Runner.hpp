@@ -51,17 +51,14 @@ public:
 
     // Strict runs also fail on what a script leaves unsaid: see Finish.
     void SetStrict(bool strict) { strict_ = strict; }
-    bool Strict() const { return strict_; }
     // The end of the run. Strict: an empty script, no expect run, an answer or fail line never
     // used, an alert never checked and every host warning are failures. Answers Ok().
     bool Finish();
 
     bool Ok() const { return failures_.empty(); }
     const std::vector<std::string>& Failures() const { return failures_; }
-    void ClearFailures() { failures_.clear(); }
     // Records a failure at the line being run (or the end of the script).
     void Fail(const std::string& message);
-    int ExpectCount() const { return expects_; }
     void CountExpect() { ++expects_; }
 
     // Answers queued for system dialogs: a dialog takes the answer lines that come next.
