@@ -3,6 +3,7 @@
 // kfhost says which add-on and which call before it ends with its documented exit code, or goes
 // on where the fault need not end anything.
 #include "kfhost/Calls.hpp"
+#include "kfhost/Host.hpp"
 #include "kftest/InProcessHost.hpp"
 
 #include <gtest/gtest.h>
@@ -13,8 +14,10 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 
+#include <chrono>
 #include <fstream>
 #include <iterator>
+#include <thread>
 
 extern char** environ;
 
@@ -331,6 +334,42 @@ TEST(Crashes, AnExceptionIsReportedAndTheScriptGoesOnAfterAReload)
     EXPECT_EQ(strict.status, 1) << strict.err;
     EXPECT_NE(strict.err.find("host warning: exception from \"Fault B\" in menu handler"), std::string::npos)
         << strict.err;
+}
+
+// In process, without kfhost's parent: the exit hook names an add-on's exit(), and the time the host
+// waits for a person is neither measured nor left on the add-on's clock.
+TEST(CallsInProcess, AnExitInsideACallIsNamed)
+{
+    EXPECT_EXIT(
+        {
+            kfhost::InstallCallReports();
+            kfhost::AddOn addOn;
+            addOn.name = "Probe";
+            const kfhost::AddOnCall call(addOn, "menu handler 1 item 1");
+            std::exit(0);
+        },
+        ::testing::ExitedWithCode(kCrashed), "kfhost: Probe ended the process in menu handler 1 item 1 \\(status 0\\)");
+}
+
+TEST(CallsInProcess, TheTimeAPersonTakesIsNotTheAddOns)
+{
+    EXPECT_EXIT(
+        {
+            kfhost::InstallCallReports();
+            kfhost::SetCallWatch({2, false});
+            kfhost::AddOn addOn;
+            addOn.name = "Probe";
+            {
+                const kfhost::AddOnCall call(addOn, "menu handler 1 item 1");
+                {
+                    const kfhost::UserWait waiting;
+                    std::this_thread::sleep_for(std::chrono::milliseconds(3000));
+                }
+                std::this_thread::sleep_for(std::chrono::milliseconds(500));
+            }
+            std::exit(0);
+        },
+        ::testing::ExitedWithCode(0), "");
 }
 
 } // namespace

@@ -39,7 +39,8 @@ extern "C" {
 #define KF_HOST_TABLE_MINOR 2u
 
 /* Host error codes: X(family, name, value, sdk name, meaning). C spells one KF_<family>ERR_<name>
- * (KF_APIERR_GENERAL); the sdk's C++ headers spell it by its sdk name (APIERR_GENERAL, IO::Error). */
+ * (KF_APIERR_GENERAL); the sdk's C++ headers spell it by its sdk name (APIERR_GENERAL, and Error in
+ * their file namespace). */
 /* clang-format off */
 #define KF_HOST_ERRORS(X)                                                                                              \
     X(API, GENERAL, 0x81060001u, APIERR_GENERAL, "a general failure")                                                  \
@@ -265,7 +266,7 @@ typedef struct KF_Version {
     X(CODE, 0, KF_Err, Enumerate, (KF_HostContext*, const KF_UChar* path, int32_t length, KF_EnumProc proc,           \
                                    void* userData))                                                                   \
     X(CODE, 0, KF_Err, FileProbe, (KF_HostContext*, const KF_UChar* path, int32_t length, int32_t createIfMissing))   \
-    /* modes 0 to 4 as IO::File::OpenMode, or KF_FILEMODE_CREATENEW; only regular files open */                       \
+    /* mode: one of KF_FILEMODE_...; only regular files open */                                                       \
     X(CODE, 0, KF_Err, FileOpen, (KF_HostContext*, const KF_UChar* path, int32_t length, int32_t mode,                \
                                   int64_t* handle))                                                                   \
     X(CODE, 0, KF_Err, FileClose, (KF_HostContext*, int64_t handle))                                                  \
