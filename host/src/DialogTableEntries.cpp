@@ -201,9 +201,10 @@ void SetItemChecked(KF_HostContext* c, std::int16_t dialID, std::int16_t item, s
         SetItemFlag(c, dialID, item, &DialogItem::checked, checked);
 }
 
+// Only a check box is ever checked (the resources and SetItemChecked see to it).
 std::int32_t IsItemChecked(KF_HostContext* c, std::int16_t dialID, std::int16_t item)
 {
-    return FindItemOf(c, dialID, item, ItemKind::CheckBox) ? ItemFlag(c, dialID, item, &DialogItem::checked) : 0;
+    return ItemFlag(c, dialID, item, &DialogItem::checked);
 }
 
 void SetItemIcon(KF_HostContext* c, std::int16_t dialID, std::int16_t item, std::int16_t iconResID)
