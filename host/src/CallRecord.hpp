@@ -15,7 +15,6 @@ enum class FrameKind : std::int32_t { AddOn, Host, User };
 
 struct Frame {
     FrameKind kind;
-    std::int32_t owner;    // host frames: the index of the add-on frame they serve, or -1
     std::int64_t start;    // add-on frames: monotonic nanoseconds, moved on by the user waits inside
     const void* addOn;     // add-on frames: the add-on (compared, never followed)
     char who[kFrameText];  // add-on frames: the add-on's name
@@ -34,7 +33,7 @@ CallRecord& Record();
 // Makes the record a page that a forked child shares with its parent; false when it cannot.
 bool ShareRecord();
 
-// The innermost add-on frame at or below depth, or -1.
+// The innermost add-on frame below depth, or -1 (also when the host waits for a person above it).
 int InnermostAddOnFrame(const CallRecord& record, int depth);
 
 // Text written with write(2) only, usable in signal handlers and after fork.

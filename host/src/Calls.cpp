@@ -49,9 +49,12 @@ bool ShareRecord()
 
 int InnermostAddOnFrame(const CallRecord& record, int depth)
 {
-    for (int i = std::min(depth, kMaxFrames) - 1; i >= 0; --i)
+    for (int i = std::min(depth, kMaxFrames) - 1; i >= 0; --i) {
+        if (record.frames[i].kind == FrameKind::User) // what happens while a person works is not the add-on's
+            return -1;
         if (record.frames[i].kind == FrameKind::AddOn)
             return i;
+    }
     return -1;
 }
 
@@ -140,7 +143,6 @@ int Push(FrameKind kind, const void* addOn, std::string_view who, std::string_vi
         if (index < kMaxFrames) {
             Frame& f = r.frames[index];
             f.kind = kind;
-            f.owner = kind == FrameKind::AddOn ? index : detail::InnermostAddOnFrame(r, index);
             f.addOn = addOn;
             f.start = Monotonic();
             Copy(f.who, who);
