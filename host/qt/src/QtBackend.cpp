@@ -19,6 +19,13 @@
 namespace kfhost::qt {
 namespace {
 
+// A system dialog run for a person: the time it takes is not the add-on's (--timeout).
+int UsersAnswer(QDialog& dialog)
+{
+    const UserWait waiting;
+    return dialog.exec();
+}
+
 QString Q(const std::u16string& text)
 {
     return QString::fromStdU16String(text);
@@ -216,7 +223,7 @@ std::int16_t QtBackend::Alert(const AlertRequest& request)
         return transcript_.Alert(request);
     }
     transcript_.Alert(request);
-    box.exec();
+    UsersAnswer(box);
     const auto chosen = std::find(buttons.begin(), buttons.end(), box.clickedButton());
     return chosen == buttons.end() ? std::int16_t(1) : std::int16_t(chosen - buttons.begin() + 1);
 }
@@ -245,7 +252,7 @@ std::optional<FileAnswer> QtBackend::ChooseFile(const FileRequest& request)
                        : request.type == 1 ? QFileDialog::ExistingFiles
                                            : QFileDialog::ExistingFile);
     const std::string line = "file dialog " + Quote(request.title);
-    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) {
+    if (UsersAnswer(dialog) != QDialog::Accepted || dialog.selectedFiles().isEmpty()) {
         host_.Log().Add(line + " -> cancel");
         return std::nullopt;
     }
@@ -265,7 +272,7 @@ std::optional<std::u16string> QtBackend::ChooseFolder(const FolderRequest& reque
     dialog.setFileMode(QFileDialog::Directory);
     dialog.setOption(QFileDialog::ShowDirsOnly, true);
     const std::string line = "folder dialog " + Quote(request.title);
-    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) {
+    if (UsersAnswer(dialog) != QDialog::Accepted || dialog.selectedFiles().isEmpty()) {
         host_.Log().Add(line + " -> cancel");
         return std::nullopt;
     }
