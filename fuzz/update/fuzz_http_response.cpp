@@ -136,7 +136,7 @@ kftest::InProcessHost& Host()
     static kftest::InProcessHost* host = [] {
         IsolateNetwork();
         kfhost::HostConfig config;
-        config.settings["download-limit"] = "3";
+        config.downloadLimit = 3;
         auto* made = new kftest::InProcessHost(config);
         made->Attach();
         return made;

@@ -31,6 +31,18 @@ std::string PathOf(const KF_UChar* units, std::int32_t length)
 
 namespace {
 
+MenuItemState* MenuItem(KF_HostContext* c, std::int16_t menuResID, std::int32_t itemIndex)
+{
+    RegisteredMenu* menu = HostOf(c).FindMenu(menuResID, &Self(c)); // an add-on's own menus only
+    if (!menu || itemIndex < 1 || itemIndex > std::int32_t(menu->items.size()))
+        return nullptr;
+    return &menu->items[std::size_t(itemIndex - 1)];
+}
+
+} // namespace
+
+namespace entry {
+
 std::int32_t GetTextEncoding(KF_HostContext* c)
 {
     return HostOf(c).Config().textEncoding;
@@ -40,12 +52,7 @@ KF_Err GetReleaseNumber(KF_HostContext* c, KF_ServerInfo* info)
 {
     if (!info)
         return KF_APIERR_BADPARS;
-    const HostConfig& config = HostOf(c).Config();
-    info->serverApplication = config.serverApplication;
-    info->mainVersion = config.release;
-    info->releaseVersion = 0;
-    info->buildNum = 3006;
-    info->platform = 1;
+    *info = HostOf(c).ServerInfo();
     return KF_NOERROR;
 }
 
@@ -140,7 +147,7 @@ KF_Err CommandCall(KF_HostContext* c, const KF_ModulID* mdid, std::uint32_t cmd,
     if (!mdid)
         return KF_APIERR_BADPARS;
     const ModuleID target{mdid->developerID, mdid->localID};
-    return HostOf(c).ModuleCommand(cmd, version, &target, params, resultData, silent != 0);
+    return HostOf(c).ModuleCommand({cmd, version, &target, params, resultData, silent != 0}).code;
 }
 
 KF_Err RegisterModelessWindow(KF_HostContext* c, std::int32_t referenceID, KF_PaletteProc, void*, std::uint32_t,
@@ -153,14 +160,6 @@ KF_Err RegisterModelessWindow(KF_HostContext* c, std::int32_t referenceID, KF_Pa
 KF_Err UnregisterModelessWindow(KF_HostContext* c, std::int32_t referenceID)
 {
     return HostOf(c).UnregisterModelessWindow(referenceID) ? KF_NOERROR : KF_APIERR_BADID;
-}
-
-MenuItemState* MenuItem(KF_HostContext* c, std::int16_t menuResID, std::int32_t itemIndex)
-{
-    RegisteredMenu* menu = HostOf(c).FindMenu(menuResID, &Self(c)); // an add-on's own menus only
-    if (!menu || itemIndex < 1 || itemIndex > std::int32_t(menu->items.size()))
-        return nullptr;
-    return &menu->items[std::size_t(itemIndex - 1)];
 }
 
 KF_Err GetMenuItemFlags(KF_HostContext* c, std::int16_t menuResID, std::int32_t itemIndex, std::uint32_t* flags)
@@ -219,29 +218,6 @@ std::int32_t GetResString(KF_HostContext* c, std::int16_t resID, std::int16_t in
     return 1;
 }
 
-} // namespace
-
-void FillAddOnEntries(KF_HostTable& t)
-{
-    t.GetTextEncoding = GetTextEncoding;
-    t.GetReleaseNumber = GetReleaseNumber;
-    t.GetOwnLocation = GetOwnLocation;
-    t.GetOwnModulID = GetOwnModulID;
-    t.KeepInMemory = KeepInMemory;
-    t.RegisterMenu = RegisterMenu;
-    t.RegisterSupportedService = RegisterSupportedService;
-    t.InstallMenuHandler = InstallMenuHandler;
-    t.InstallModulCommandHandler = InstallModulCommandHandler;
-    t.CommandTest = CommandTest;
-    t.CommandCall = CommandCall;
-    t.RegisterModelessWindow = RegisterModelessWindow;
-    t.UnregisterModelessWindow = UnregisterModelessWindow;
-    t.GetMenuItemFlags = GetMenuItemFlags;
-    t.SetMenuItemFlags = SetMenuItemFlags;
-    t.UseOwnResModule = UseOwnResModule;
-    t.ResetResModule = ResetResModule;
-    t.GetOwnResModule = GetOwnResModule;
-    t.GetResString = GetResString;
-}
+} // namespace entry
 
 } // namespace kfhost::detail

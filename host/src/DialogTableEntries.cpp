@@ -17,10 +17,16 @@ DialogItem* FindItem(KF_HostContext* c, std::int16_t dialID, std::int16_t item)
     return d ? d->Item(item) : nullptr;
 }
 
-DialogItem* FindList(KF_HostContext* c, std::int16_t dialID, std::int16_t item)
+// The item when it is of that kind.
+DialogItem* FindItemOf(KF_HostContext* c, std::int16_t dialID, std::int16_t item, ItemKind kind)
 {
     DialogItem* it = FindItem(c, dialID, item);
-    return it && it->kind == ItemKind::ListBox ? it : nullptr;
+    return it && it->kind == kind ? it : nullptr;
+}
+
+DialogItem* FindList(KF_HostContext* c, std::int16_t dialID, std::int16_t item)
+{
+    return FindItemOf(c, dialID, item, ItemKind::ListBox);
 }
 
 void Touch(KF_HostContext* c, std::int16_t dialID)
@@ -54,6 +60,22 @@ const DialogTemplate* Template(KF_HostContext* c, std::int32_t resModule, std::i
     *owner = module;
     return module ? module->resources.Dialog(resID) : nullptr;
 }
+
+constexpr std::int16_t kAllItems = 0;
+constexpr std::int16_t kListTop = -1;
+constexpr std::int16_t kListBottom = -2;
+
+ListRow* Row(KF_HostContext* c, std::int16_t dialID, std::int16_t item, std::int16_t listItem)
+{
+    DialogItem* list = FindList(c, dialID, item);
+    if (!list || listItem < 1 || listItem > std::int16_t(list->rows.size()))
+        return nullptr;
+    return &list->rows[std::size_t(listItem - 1)];
+}
+
+} // namespace
+
+namespace entry {
 
 std::int16_t ModalDialog(KF_HostContext* c, std::int32_t resModule, std::int16_t resID, std::int32_t,
                          KF_DialogProc proc, void* cookie, std::int64_t userData)
@@ -173,6 +195,32 @@ std::int32_t IsItemEnabled(KF_HostContext* c, std::int16_t dialID, std::int16_t 
     return ItemFlag(c, dialID, item, &DialogItem::enabled);
 }
 
+void SetItemChecked(KF_HostContext* c, std::int16_t dialID, std::int16_t item, std::int32_t checked)
+{
+    if (FindItemOf(c, dialID, item, ItemKind::CheckBox))
+        SetItemFlag(c, dialID, item, &DialogItem::checked, checked);
+}
+
+// Only a check box is ever checked (the resources and SetItemChecked see to it).
+std::int32_t IsItemChecked(KF_HostContext* c, std::int16_t dialID, std::int16_t item)
+{
+    return ItemFlag(c, dialID, item, &DialogItem::checked);
+}
+
+void SetItemIcon(KF_HostContext* c, std::int16_t dialID, std::int16_t item, std::int16_t iconResID)
+{
+    if (DialogItem* it = FindItemOf(c, dialID, item, ItemKind::Icon)) {
+        it->iconResID = iconResID;
+        Touch(c, dialID);
+    }
+}
+
+std::int16_t GetItemIcon(KF_HostContext* c, std::int16_t dialID, std::int16_t item)
+{
+    const DialogItem* it = FindItemOf(c, dialID, item, ItemKind::Icon);
+    return it ? it->iconResID : std::int16_t(0);
+}
+
 void RedrawItem(KF_HostContext* c, std::int16_t dialID, std::int16_t)
 {
     Touch(c, dialID);
@@ -214,10 +262,6 @@ void ListSetItemHeight(KF_HostContext* c, std::int16_t dialID, std::int16_t item
         list->rowHeight = height;
 }
 
-constexpr std::int16_t kAllItems = 0;
-constexpr std::int16_t kListTop = -1;
-constexpr std::int16_t kListBottom = -2;
-
 std::int32_t ListInsertItem(KF_HostContext* c, std::int16_t dialID, std::int16_t item, std::int16_t listItem)
 {
     DialogItem* list = FindList(c, dialID, item);
@@ -256,14 +300,6 @@ std::int16_t ListGetItemCount(KF_HostContext* c, std::int16_t dialID, std::int16
 {
     DialogItem* list = FindList(c, dialID, item);
     return list ? std::int16_t(list->rows.size()) : std::int16_t(0);
-}
-
-ListRow* Row(KF_HostContext* c, std::int16_t dialID, std::int16_t item, std::int16_t listItem)
-{
-    DialogItem* list = FindList(c, dialID, item);
-    if (!list || listItem < 1 || listItem > std::int16_t(list->rows.size()))
-        return nullptr;
-    return &list->rows[std::size_t(listItem - 1)];
 }
 
 void ListSetTabItemText(KF_HostContext* c, std::int16_t dialID, std::int16_t item, std::int16_t listItem,
@@ -386,43 +422,6 @@ std::uint32_t AddFileType(KF_HostContext* c, const KF_UChar* managerName, std::i
     return HostOf(c).RegisterFileType(std::move(t));
 }
 
-} // namespace
-
-void FillDialogEntries(KF_HostTable& t)
-{
-    t.ModalDialog = ModalDialog;
-    t.ModelessInit = ModelessInit;
-    t.ShowModeless = ShowModeless;
-    t.ModelessClose = ModelessClose;
-    t.IsDialogOpen = IsDialogOpen;
-    t.SetDialogTitle = SetDialogTitle;
-    t.GetDialogTitle = GetDialogTitle;
-    t.SetDialogSize = SetDialogSize;
-    t.SetFocus = SetFocus;
-    t.MoveGrowItems = MoveGrowItems;
-    t.SetItemText = SetItemText;
-    t.GetItemText = GetItemText;
-    t.SetItemVisible = SetItemVisible;
-    t.IsItemVisible = IsItemVisible;
-    t.SetItemEnabled = SetItemEnabled;
-    t.IsItemEnabled = IsItemEnabled;
-    t.RedrawItem = RedrawItem;
-    t.SetItemDraw = SetItemDraw;
-    t.ListSetTabFieldCount = ListSetTabFieldCount;
-    t.ListSetTabFieldData = ListSetTabFieldData;
-    t.ListSetItemHeight = ListSetItemHeight;
-    t.ListInsertItem = ListInsertItem;
-    t.ListDeleteItem = ListDeleteItem;
-    t.ListGetItemCount = ListGetItemCount;
-    t.ListSetTabItemText = ListSetTabItemText;
-    t.ListGetTabItemText = ListGetTabItemText;
-    t.ListSetItemIcon = ListSetItemIcon;
-    t.ListSelectItem = ListSelectItem;
-    t.ListGetSelected = ListGetSelected;
-    t.Alert = Alert;
-    t.FileDialog = FileDialog;
-    t.FolderDialog = FolderDialog;
-    t.AddFileType = AddFileType;
-}
+} // namespace entry
 
 } // namespace kfhost::detail

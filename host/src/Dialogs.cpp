@@ -72,7 +72,6 @@ Dialog& DialogManager::Create(AddOn& owner, std::int32_t resModule, const Dialog
         item.checked = t.checked;
         dialog->items.push_back(std::move(item));
     }
-    ++opened_;
     dialogs_.push_back(std::move(dialog));
     return *dialogs_.back();
 }

@@ -44,6 +44,9 @@ std::optional<std::int32_t> Fault(KF_HostContext* c, FileOp op, const std::strin
     return HostOf(c).Faults().Check(op, path);
 }
 
+// What a file the host creates may be (less the host's umask): an add-on's umask decides nothing.
+constexpr mode_t kNewFileMode = 0644;
+
 struct OpenFile {
     int fd = -1;
     std::string path;
@@ -67,6 +70,42 @@ OpenFile* Handle(KF_HostContext* c, std::int64_t handle)
     return it == files.end() ? nullptr : &it->second;
 }
 
+// Opens without blocking (a FIFO would block for ever) and keeps the descriptor only for a regular
+// file: anything else is refused at once.
+int OpenRegular(const std::string& path, int flags, int& error)
+{
+    const int fd = ::open(path.c_str(), flags | O_NONBLOCK, 0600);
+    if (fd < 0) {
+        error = errno == ENXIO || errno == ELOOP ? EINVAL : errno;
+        return -1;
+    }
+    struct stat st {};
+    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+        ::close(fd);
+        error = EINVAL;
+        return -1;
+    }
+    ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK);
+    return fd;
+}
+
+// Flushes a file or folder to the disk; false with errno set when it cannot be opened or synced.
+bool SyncPath(const std::string& path, int flags)
+{
+    const int fd = ::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK);
+    if (fd < 0)
+        return false;
+    const bool synced = ::fsync(fd) == 0;
+    const int error = errno;
+    ::close(fd);
+    errno = error;
+    return synced;
+}
+
+} // namespace
+
+namespace entry {
+
 KF_Err GetSpecialLocation(KF_HostContext* c, std::int32_t folderID, const KF_StringOut* out)
 {
     fs::path folder;
@@ -74,7 +113,9 @@ KF_Err GetSpecialLocation(KF_HostContext* c, std::int32_t folderID, const KF_Str
     switch (folderID) {
     case 13:
         folder = HostOf(c).Config().frameworkFolder;
-        fs::create_directories(folder, ec); // a first run finds it in place
+        if (folder.empty()) // the host has none (and said why when it started)
+            return KF_IOERR_FILENOTFOUND;
+        CreateFolders(folder); // a first run finds it in place
         break;
     case 1: {
         const char* home = std::getenv("HOME");
@@ -110,8 +151,7 @@ KF_Err FolderOpen(KF_HostContext* c, const KF_UChar* units, std::int32_t length,
         return S_ISDIR(st.st_mode) ? KF_NOERROR : KF_IOERR_NOTAFOLDER;
     if (errno != ENOENT || !createIfMissing)
         return FileErrorFromErrno(errno);
-    std::error_code ec;
-    fs::create_directories(path, ec);
+    const std::error_code ec = CreateFolders(path);
     return ec ? FileErrorFromErrno(ec.value()) : KF_NOERROR;
 }
 
@@ -190,30 +230,12 @@ KF_Err FileProbe(KF_HostContext* c, const KF_UChar* units, std::int32_t length, 
     if (errno != ENOENT || !createIfMissing)
         return FileErrorFromErrno(errno);
     // Exclusive, so that a dangling symlink planted at the path is refused, not followed.
-    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (fd < 0)
         return FileErrorFromErrno(errno);
+    ::fchmod(fd, kNewFileMode & ~HostUmask());
     ::close(fd);
     return KF_NOERROR;
-}
-
-// Opens without blocking (a FIFO would block for ever) and keeps the descriptor only for a regular
-// file: anything else is refused at once.
-int OpenRegular(const std::string& path, int flags, int& error)
-{
-    const int fd = ::open(path.c_str(), flags | O_NONBLOCK, 0644);
-    if (fd < 0) {
-        error = errno == ENXIO || errno == ELOOP ? EINVAL : errno;
-        return -1;
-    }
-    struct stat st {};
-    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
-        ::close(fd);
-        error = EINVAL;
-        return -1;
-    }
-    ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK);
-    return fd;
 }
 
 KF_Err FileOpen(KF_HostContext* c, const KF_UChar* units, std::int32_t length, std::int32_t mode, std::int64_t* handle)
@@ -223,19 +245,19 @@ KF_Err FileOpen(KF_HostContext* c, const KF_UChar* units, std::int32_t length, s
         return KF_IOERR_BADLOCATION;
     int flags = O_CLOEXEC;
     switch (mode) {
-    case 0:
+    case KF_FILEMODE_READ:
         flags |= O_RDONLY;
         break;
-    case 1:
+    case KF_FILEMODE_READWRITE:
         flags |= O_RDWR;
         break;
-    case 2:
+    case KF_FILEMODE_WRITEEMPTY:
         flags |= O_WRONLY | O_TRUNC;
         break;
-    case 3:
+    case KF_FILEMODE_READWRITEEMPTY:
         flags |= O_RDWR | O_TRUNC;
         break;
-    case 4:
+    case KF_FILEMODE_APPEND:
         flags |= O_WRONLY | O_APPEND;
         break;
     // A new file that this call creates: an entry of any kind at the path, even a symlink, refuses.
@@ -254,6 +276,8 @@ KF_Err FileOpen(KF_HostContext* c, const KF_UChar* units, std::int32_t length, s
     const int fd = OpenRegular(path, flags, error);
     if (fd < 0)
         return FileErrorFromErrno(error);
+    if (mode == KF_FILEMODE_CREATENEW)
+        ::fchmod(fd, kNewFileMode & ~HostUmask());
     OpenFiles& open = HostOf(c).Service<OpenFiles>();
     *handle = open.next++;
     open.files[*handle] = OpenFile{fd, path};
@@ -355,19 +379,6 @@ KF_Err FileWrite(KF_HostContext* c, std::int64_t handle, const char* data, std::
     return KF_NOERROR;
 }
 
-// Flushes a file or folder to the disk; false with errno set when it cannot be opened or synced.
-bool SyncPath(const std::string& path, int flags)
-{
-    const int fd = ::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK);
-    if (fd < 0)
-        return false;
-    const bool synced = ::fsync(fd) == 0;
-    const int error = errno;
-    ::close(fd);
-    errno = error;
-    return synced;
-}
-
 KF_Err MoveOver(KF_HostContext* c, const KF_UChar* source, std::int32_t sourceLength, const KF_UChar* target,
                 std::int32_t targetLength)
 {
@@ -391,24 +402,7 @@ KF_Err MoveOver(KF_HostContext* c, const KF_UChar* source, std::int32_t sourceLe
     return KF_NOERROR;
 }
 
-} // namespace
-
-void FillFileEntries(KF_HostTable& t)
-{
-    t.MoveOver = MoveOver;
-    t.GetSpecialLocation = GetSpecialLocation;
-    t.FolderOpen = FolderOpen;
-    t.GetEntryType = GetEntryType;
-    t.DeleteEntry = DeleteEntry;
-    t.Enumerate = Enumerate;
-    t.FileProbe = FileProbe;
-    t.FileOpen = FileOpen;
-    t.FileClose = FileClose;
-    t.FileGetLength = FileGetLength;
-    t.FileSeek = FileSeek;
-    t.FileRead = FileRead;
-    t.FileWrite = FileWrite;
-}
+} // namespace entry
 
 } // namespace detail
 

@@ -67,15 +67,6 @@ std::string RefusedVersion(const KF_AddOnEntry& entry)
 
 } // namespace
 
-std::filesystem::path DefaultFrameworkFolder()
-{
-    if (const char* data = std::getenv("XDG_DATA_HOME"); data && *data)
-        return fs::path(data) / "kfhost" / "framework";
-    if (const char* home = std::getenv("HOME"); home && *home)
-        return fs::path(home) / ".local" / "share" / "kfhost" / "framework";
-    return fs::temp_directory_path() / "kfhost" / "framework";
-}
-
 std::string AddOn::Label() const
 {
     return name.empty() ? bundlePath.filename().string() : name;
@@ -108,9 +99,33 @@ private:
 
 Host::Host(HostConfig config) : config_(std::move(config)), loop_(std::make_unique<PollRunLoop>())
 {
-    if (config_.frameworkFolder.empty())
-        config_.frameworkFolder = DefaultFrameworkFolder();
+    AdoptHostThread();
+    HostUmask();
     SetDialogBackend(nullptr);
+    if (config_.frameworkFolder.empty()) {
+        FrameworkFolderChoice choice = DefaultFrameworkFolder();
+        config_.frameworkFolder = std::move(choice.folder);
+        if (!choice.refusal.empty())
+            Warn("warning: " + choice.refusal);
+    }
+    MakePathsAbsolute(config_);
+}
+
+void Host::SetFrameworkFolder(std::filesystem::path folder)
+{
+    config_.frameworkFolder = std::move(folder);
+    MakePathsAbsolute(config_);
+}
+
+void Host::SetProject(std::filesystem::path project)
+{
+    config_.project = std::move(project);
+    MakePathsAbsolute(config_);
+}
+
+KF_ServerInfo Host::ServerInfo() const
+{
+    return KF_ServerInfo{config_.serverApplication, config_.release, 0, kBuildNumber, kPlatform};
 }
 
 Host::~Host()
@@ -132,6 +147,12 @@ void Host::Warn(std::string line)
 {
     transcript_.Add(line);
     warnings_.push_back(std::move(line));
+}
+
+const std::vector<std::string>& Host::Warnings()
+{
+    CollectOffThreadWarnings(*this);
+    return warnings_;
 }
 
 void Host::RegisterMenu(RegisteredMenu menu)
@@ -170,14 +191,7 @@ void Host::FillTable(AddOn& addOn)
     t.size = sizeof(KF_HostTable);
     t.version = KF_Version{KF_HOST_TABLE_MAJOR, KF_HOST_TABLE_MINOR};
     t.context = reinterpret_cast<KF_HostContext*>(&addOn);
-    detail::FillAddOnEntries(t);
-    detail::FillDialogEntries(t);
-    detail::FillFileEntries(t);
-    detail::FillSystemEntries(t);
-    detail::FillLibraryEntries(t);
-    detail::FillProjectEntries(t);
-    detail::FillRenderingEntries(t);
-    detail::GuardEntries(t);
+    detail::FillGuardedEntries(t);
 }
 
 AddOn* Host::FromContext(KF_HostContext* context)
@@ -238,9 +252,11 @@ LoadResult Host::Load(std::unique_ptr<AddOn> owned, const fs::path& named)
     a.moduleID = a.resources.moduleID.value_or(ModuleID{});
     FillTable(a);
     addOns_.push_back(std::move(owned));
+    TrackAddOn(a);
     const fs::path path = a.bundlePath;
 
     auto refuse = [&](const std::string& reason) {
+        ForgetAddOn(a);
         Forget(a);
         dialogs_.CloseAllOf(a);
         if (a.library)
@@ -258,11 +274,7 @@ LoadResult Host::Load(std::unique_ptr<AddOn> owned, const fs::path& named)
         return refuse("it refused host table " + VersionText(KF_HOST_TABLE_MAJOR, KF_HOST_TABLE_MINOR) + " (" +
                       ErrorText(err) + ")");
     KF_EnvirRecord envir{};
-    envir.serverInfo.serverApplication = config_.serverApplication;
-    envir.serverInfo.mainVersion = config_.release;
-    envir.serverInfo.releaseVersion = 0;
-    envir.serverInfo.buildNum = kBuildNumber;
-    envir.serverInfo.platform = kPlatform;
+    envir.serverInfo = ServerInfo();
     const std::int32_t type =
         CallAddOn(a, *this, "CheckEnvironment", std::int32_t(0), [&] { return entry.checkEnvironment(&envir); });
     a.name = ToUTF8(std::u16string_view(reinterpret_cast<const char16_t*>(envir.name),
@@ -284,27 +296,51 @@ LoadResult Host::Load(std::unique_ptr<AddOn> owned, const fs::path& named)
     return LoadResult{path, &a, {}};
 }
 
+namespace {
+
+// A bundle named "A.bundle/" is named as "A.bundle".
+fs::path AsNamed(const fs::path& bundle)
+{
+    fs::path named = bundle.lexically_normal();
+    return named.filename().empty() ? named.parent_path() : named;
+}
+
+// Made absolute before any add-on runs: an add-on's chdir cannot move the bundles loaded after it.
+fs::path Absolute(const fs::path& bundle)
+{
+    std::error_code ec;
+    fs::path path = fs::absolute(bundle, ec).lexically_normal();
+    return path.filename().empty() ? path.parent_path() : path;
+}
+
+} // namespace
+
 LoadResult Host::LoadBundle(const fs::path& bundle)
 {
+    return LoadBundleAt(Absolute(bundle), AsNamed(bundle));
+}
+
+LoadResult Host::LoadBundleAt(const fs::path& absolute, const fs::path& named)
+{
     auto refuse = [&](const std::string& reason) {
-        transcript_.Add("refused " + bundle.string() + ": " + reason);
-        return LoadResult{bundle, nullptr, reason};
+        transcript_.Add("refused " + named.string() + ": " + reason);
+        return LoadResult{named, nullptr, reason};
     };
     std::error_code ec;
-    if (!fs::exists(bundle, ec))
+    if (!fs::exists(absolute, ec))
         return refuse("no such folder");
-    if (bundle.extension() != ".bundle" || !fs::is_directory(bundle, ec))
+    if (absolute.extension() != ".bundle" || !fs::is_directory(absolute, ec))
         return refuse("not a bundle folder (<Name>.bundle)");
     auto addOn = std::make_unique<AddOn>();
-    addOn->bundlePath = fs::absolute(bundle, ec).lexically_normal();
-    if (addOn->bundlePath.filename().empty())
-        addOn->bundlePath = addOn->bundlePath.parent_path();
-    const std::string name = addOn->bundlePath.stem().string();
-    addOn->libraryPath = addOn->bundlePath / (name + ".so");
+    addOn->bundlePath = absolute;
+    const std::string name = absolute.stem().string();
+    addOn->libraryPath = absolute / (name + ".so");
     if (!fs::is_regular_file(addOn->libraryPath, ec))
         return refuse("no shared library " + name + ".so in the bundle");
+    if (const std::string foreign = ForeignLibrary(addOn->libraryPath); !foreign.empty())
+        return refuse("cannot be loaded: " + foreign);
     try {
-        addOn->resources = LoadResourceFolder(addOn->bundlePath / "Resources");
+        addOn->resources = LoadResourceFolder(absolute / "Resources");
     } catch (const ResourceError& e) {
         return refuse(std::string("malformed resources: ") + e.what());
     }
@@ -326,24 +362,21 @@ LoadResult Host::LoadBundle(const fs::path& bundle)
                                : "it exports no " KF_ADDON_ENTRY_SYMBOL ": " + rebuild);
     }
     addOn->entry = CopyEntry(*static_cast<const KF_AddOnEntry*>(record));
-    fs::path named = bundle.lexically_normal();
-    if (named.filename().empty())
-        named = named.parent_path();
     return Load(std::move(addOn), named);
 }
 
 std::vector<LoadResult> Host::LoadBundles(std::vector<fs::path> bundles)
 {
     // "A.bundle/" and "A.bundle" name the same bundle.
-    auto name = [](const fs::path& p) {
-        const fs::path n = p.lexically_normal();
-        return n.filename().empty() ? n.parent_path().filename() : n.filename();
-    };
+    auto name = [](const fs::path& p) { return AsNamed(p).filename(); };
     std::sort(bundles.begin(), bundles.end(),
               [&](const fs::path& a, const fs::path& b) { return name(a) < name(b) || (name(a) == name(b) && a < b); });
-    std::vector<LoadResult> results;
+    std::vector<fs::path> absolute;
     for (const auto& bundle : bundles)
-        results.push_back(LoadBundle(bundle));
+        absolute.push_back(Absolute(bundle));
+    std::vector<LoadResult> results;
+    for (std::size_t i = 0; i < bundles.size(); ++i)
+        results.push_back(LoadBundleAt(absolute[i], AsNamed(bundles[i])));
     return results;
 }
 
@@ -390,6 +423,7 @@ void Host::Unload(AddOn& a)
     if (a.initialized && a.entry.freeData)
         CallAddOnForCode(a, *this, "FreeData", [&] { return a.entry.freeData(); });
     Forget(a);
+    ForgetAddOn(a);
     if (a.library)
         ::dlclose(a.library);
     std::erase_if(addOns_, [&](const std::unique_ptr<AddOn>& p) { return p.get() == &a; });
@@ -415,24 +449,20 @@ std::vector<LoadResult> Host::ReloadBundles()
     return LoadBundles(std::move(bundles));
 }
 
-std::int32_t Host::MenuCommand(std::int16_t menuResID, std::int32_t itemIndex, bool requireRegistered, std::string* why,
-                               AddOn* only)
+CommandOutcome Host::MenuCommand(std::int16_t menuResID, std::int32_t itemIndex, AddOn* only, MenuCheck check)
 {
-    auto refuse = [&](std::string reason) {
-        if (why)
-            *why = std::move(reason);
-        return KF_APIERR_BADID;
-    };
+    auto refuse = [&](std::string reason) { return CommandOutcome{KF_APIERR_BADID, std::move(reason)}; };
+    const bool registered = check == MenuCheck::Registered;
     const RegisteredMenu* menu = FindMenu(menuResID, only);
     AddOn* target = only;
     if (menu) {
-        if (requireRegistered && (itemIndex < 1 || itemIndex > std::int32_t(menu->items.size())))
+        if (registered && (itemIndex < 1 || itemIndex > std::int32_t(menu->items.size())))
             return refuse("menu " + std::to_string(menuResID) + " has no item " + std::to_string(itemIndex));
-        if (requireRegistered && (menu->items[std::size_t(itemIndex - 1)].flags & kMenuItemDisabled))
+        if (registered && (menu->items[std::size_t(itemIndex - 1)].flags & kMenuItemDisabled))
             return refuse("item " + std::to_string(itemIndex) + " of menu " + std::to_string(menuResID) +
                           " is disabled");
         target = menu->owner;
-    } else if (requireRegistered) {
+    } else if (registered) {
         return refuse("menu " + std::to_string(menuResID) + " is not registered");
     }
     const MenuHandler* handler = nullptr;
@@ -449,38 +479,35 @@ std::int32_t Host::MenuCommand(std::int16_t menuResID, std::int32_t itemIndex, b
     if (!handler)
         return refuse("no handler is installed for menu " + std::to_string(menuResID));
     const MenuHandler call = *handler; // the handler may install others meanwhile
-    return CallAddOnForCode(*owner, *this,
-                            "menu handler " + std::to_string(menuResID) + " item " + std::to_string(itemIndex),
-                            [&] { return call.proc(call.cookie, menuResID, itemIndex); });
+    return {CallAddOnForCode(*owner, *this,
+                             "menu handler " + std::to_string(menuResID) + " item " + std::to_string(itemIndex),
+                             [&] { return call.proc(call.cookie, menuResID, itemIndex); }),
+            {}};
 }
 
-std::int32_t Host::ModuleCommand(std::uint32_t cmd, std::int32_t version, const ModuleID* target, void* params,
-                                 char* resultData, bool silent, std::string* why)
+CommandOutcome Host::ModuleCommand(const ModuleCommandCall& command)
 {
-    auto refuse = [&](std::string reason, std::int32_t code) {
-        if (why)
-            *why = std::move(reason);
-        return code;
-    };
-    bool known = target == nullptr;
+    bool known = command.target == nullptr;
     for (auto& a : addOns_) {
-        if (!a->initialized || (target && !(a->moduleID == *target)))
+        if (!a->initialized || (command.target && !(a->moduleID == *command.target)))
             continue;
         known = true;
-        if (!a->Serves(cmd, version))
+        if (!a->Serves(command.cmd, command.version))
             continue;
-        const auto it = a->commandHandlers.find({cmd, version});
+        const auto it = a->commandHandlers.find({command.cmd, command.version});
         if (it == a->commandHandlers.end())
             continue;
         const CommandHandler call = it->second;
-        return CallAddOnForCode(*a, *this,
-                                "module command " + Quote(FourCCText(cmd)) + " version " + std::to_string(version),
-                                [&] { return call.proc(call.cookie, params, resultData, silent ? 1 : 0); });
+        return {CallAddOnForCode(
+                    *a, *this,
+                    "module command " + Quote(FourCCText(command.cmd)) + " version " + std::to_string(command.version),
+                    [&] { return call.proc(call.cookie, command.params, command.resultData, command.silent ? 1 : 0); }),
+                {}};
     }
-    const std::string name = Quote(FourCCText(cmd)) + " version " + std::to_string(version);
     if (!known)
-        return refuse("no loaded add-on has that module identifier", KF_APIERR_MODULNOTINSTALLED);
-    return refuse("no loaded add-on serves the command " + name, KF_APIERR_MODULCMDNOTSUPPORTED);
+        return {KF_APIERR_MODULNOTINSTALLED, "no loaded add-on has that module identifier"};
+    return {KF_APIERR_MODULCMDNOTSUPPORTED, "no loaded add-on serves the command " + Quote(FourCCText(command.cmd)) +
+                                                " version " + std::to_string(command.version)};
 }
 
 std::int32_t Host::Spawn(const std::vector<std::string>& argv)
@@ -507,15 +534,6 @@ std::int32_t Host::Spawn(const std::vector<std::string>& argv)
     const int error = ::posix_spawnp(&pid, args[0], nullptr, &attr, args.data(), environ);
     ::posix_spawnattr_destroy(&attr);
     return error == 0 ? KF_NOERROR : FileErrorFromErrno(error);
-}
-
-const char* Host::Setting(const std::string& key) const
-{
-    if (const auto it = config_.settings.find(key); it != config_.settings.end())
-        return it->second.c_str();
-    if (key == "update-server" && !config_.updateServer.empty())
-        return config_.updateServer.c_str();
-    return nullptr;
 }
 
 } // namespace kfhost

@@ -3,11 +3,60 @@
 #include "kfhost/Calls.hpp"
 #include "kfhost/Text.hpp"
 
-#include <cstdlib>
+#include <cmath>
 #include <string_view>
 
 namespace kfhost::detail {
 namespace {
+
+// The services' functions are entries too: guarded the same way.
+template <typename R, typename F>
+R Served(KF_HostContext* c, const char* name, R onException, F&& fn) noexcept
+{
+    if (!OnHostThread()) {
+        RefuseOffThread(c, name);
+        return onException;
+    }
+    CollectOffThreadWarnings(HostOf(c));
+    HostEntry scope(name);
+    try {
+        return fn();
+    } catch (...) {
+        ReportException(HostOf(c), nullptr, name);
+        return onException;
+    }
+}
+
+void WriteLog(KF_HostContext* c, const KF_UChar* text, std::int32_t length) noexcept
+{
+    Served(c, "log Write", 0, [&] {
+        HostOf(c).Log().Add(Quote(Self(c).Label()) + ": " + ToUTF8(Text(text, length)));
+        return 0;
+    });
+}
+
+const char* UpdateServer(KF_HostContext* c) noexcept
+{
+    return Served(c, "update Server", static_cast<const char*>(nullptr), [&] {
+        const std::string& server = HostOf(c).Config().updateServer;
+        return server.empty() ? nullptr : server.c_str();
+    });
+}
+
+double DownloadTimeLimit(KF_HostContext* c) noexcept
+{
+    return Served(c, "update DownloadTimeLimit", 0.0, [&] {
+        const double seconds = HostOf(c).Config().downloadLimit.value_or(0.0);
+        return std::isfinite(seconds) && seconds > 0 ? seconds : 0.0;
+    });
+}
+
+constexpr KF_LogService kLog{sizeof(KF_LogService), &WriteLog};
+constexpr KF_UpdateService kUpdate{sizeof(KF_UpdateService), &UpdateServer, &DownloadTimeLimit};
+
+} // namespace
+
+namespace entry {
 
 std::int64_t AddTimer(KF_HostContext* c, double seconds, KF_TimerProc proc, void* cookie, void* userData)
 {
@@ -66,48 +115,6 @@ KF_Err SpawnDetached(KF_HostContext* c, const char* const* argv)
     return HostOf(c).Spawn(args);
 }
 
-// The services' functions are entries too: guarded the same way.
-template <typename R, typename F>
-R Served(KF_HostContext* c, const char* name, R onException, F&& fn) noexcept
-{
-    HostEntry scope(name);
-    try {
-        return fn();
-    } catch (...) {
-        ReportException(HostOf(c), nullptr, name);
-        return onException;
-    }
-}
-
-void WriteLog(KF_HostContext* c, const KF_UChar* text, std::int32_t length) noexcept
-{
-    Served(c, "log Write", 0, [&] {
-        HostOf(c).Log().Add(Quote(Self(c).Label()) + ": " + ToUTF8(Text(text, length)));
-        return 0;
-    });
-}
-
-const char* UpdateServer(KF_HostContext* c) noexcept
-{
-    return Served(c, "update Server", static_cast<const char*>(nullptr),
-                  [&] { return HostOf(c).Setting("update-server"); });
-}
-
-double DownloadTimeLimit(KF_HostContext* c) noexcept
-{
-    return Served(c, "update DownloadTimeLimit", 0.0, [&] {
-        const char* text = HostOf(c).Setting("download-limit");
-        if (!text)
-            return 0.0;
-        char* end = nullptr;
-        const double seconds = std::strtod(text, &end);
-        return end != text && seconds > 0.0 ? seconds : 0.0;
-    });
-}
-
-constexpr KF_LogService kLog{sizeof(KF_LogService), &WriteLog};
-constexpr KF_UpdateService kUpdate{sizeof(KF_UpdateService), &UpdateServer, &DownloadTimeLimit};
-
 const void* GetService(KF_HostContext*, const char* name)
 {
     if (!name)
@@ -120,24 +127,12 @@ const void* GetService(KF_HostContext*, const char* name)
     return nullptr;
 }
 
-void ReportAddOnException(KF_HostContext* c, const char* call, const char* what)
+void ReportException(KF_HostContext* c, const char* call, const char* what)
 {
-    HostOf(c).Log().Add("exception from " + Quote(Self(c).Label()) + " in " + std::string(call ? call : "a call") +
-                        ": " + std::string(what ? what : "(not described)"));
+    HostOf(c).Warn("exception from " + Quote(Self(c).Label()) + " in " + std::string(call ? call : "a call") + ": " +
+                   std::string(what ? what : "(not described)"));
 }
 
-} // namespace
-
-void FillSystemEntries(KF_HostTable& t)
-{
-    t.AddTimer = AddTimer;
-    t.RemoveTimer = RemoveTimer;
-    t.AddWatch = AddWatch;
-    t.RemoveWatch = RemoveWatch;
-    t.Now = Now;
-    t.SpawnDetached = SpawnDetached;
-    t.GetService = GetService;
-    t.ReportException = ReportAddOnException;
-}
+} // namespace entry
 
 } // namespace kfhost::detail

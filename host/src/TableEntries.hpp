@@ -1,4 +1,6 @@
-// Internal: the parts of the host table, each filled by the file that serves it.
+// Internal: the host's side of the table. Every entry of the list in kfsdk/HostTable.h is one
+// function of namespace entry, defined by the file that serves it (an entry without one fails the
+// link, naming it); TableEntryGuards.cpp makes the table of them, each wrapped in its guard.
 #pragma once
 
 #include "kfhost/Calls.hpp"
@@ -20,14 +22,13 @@ std::u16string Text(const KF_UChar* units, std::int32_t length);
 void Emit(const KF_StringOut* out, std::u16string_view text);
 std::string PathOf(const KF_UChar* units, std::int32_t length); // UTF-8
 
-void FillAddOnEntries(KF_HostTable& table);     // registration, menus, commands, resources
-void FillDialogEntries(KF_HostTable& table);    // dialogs, alerts, system dialogs, file types
-void FillFileEntries(KF_HostTable& table);      // file system
-void FillSystemEntries(KF_HostTable& table);    // run loop, launching, settings, services
-void FillLibraryEntries(KF_HostTable& table);   // libraries and library parts
-void FillProjectEntries(KF_HostTable& table);   // project information
-void FillRenderingEntries(KF_HostTable& table); // rendering engines
-// Wraps every filled entry in its guard (see TableEntryGuards.cpp); done last.
-void GuardEntries(KF_HostTable& table);
+namespace entry {
+#define KF_DECLARE_ENTRY(kind, minor, answer, name, parameters) answer name parameters;
+KF_HOST_TABLE_ENTRIES(KF_DECLARE_ENTRY)
+#undef KF_DECLARE_ENTRY
+} // namespace entry
+
+// Every entry of the table, guarded.
+void FillGuardedEntries(KF_HostTable& table);
 
 } // namespace kfhost::detail

@@ -1,59 +1,40 @@
-// Every table entry runs inside a guard: the host's clock for the add-on rests while it serves it,
-// and an exception of the host's own (out of memory, say) ends as the entry's error answer and a
-// line in the transcript, never in the add-on's frames.
+// The table an add-on gets: each entry of the list is the host's function wrapped in its guard.
+// The guard refuses a call from another thread before it touches anything (the context may even
+// be gone), marks the host's frame for the crash and hang reports, and ends an exception of the
+// host's own (out of memory, say) as the entry's error answer and a line in the transcript, never
+// in the add-on's frames.
 #include "TableEntries.hpp"
-#include "kfhost/Calls.hpp"
 
-#include <cstddef>
 #include <type_traits>
 
 namespace kfhost::detail {
 namespace {
 
-// Entries that answer a host error code; the others answer a value, zero when they fail.
-// clang-format off
-#define KF_ERROR_ENTRIES(X) \
-    X(GetReleaseNumber) X(GetOwnLocation) X(GetOwnModulID) X(RegisterMenu) X(RegisterBuiltInLibrary) \
-    X(RegisterSupportedService) X(InstallMenuHandler) X(InstallModulCommandHandler) X(CommandTest) \
-    X(CommandCall) X(RegisterModelessWindow) X(UnregisterModelessWindow) X(GetMenuItemFlags) \
-    X(SetMenuItemFlags) X(GetSpecialLocation) X(FolderOpen) X(GetEntryType) X(DeleteEntry) X(Enumerate) \
-    X(FileProbe) X(FileOpen) X(FileClose) X(FileGetLength) X(FileSeek) X(FileRead) X(FileWrite) \
-    X(SpawnDetached) X(GetLibraries) X(AddLibrary) X(GetProjectInfo) X(GetRenderingSets) \
-    X(ChangeRenderingSets) X(LibPartSearch) X(LibPartGet) X(MoveOver)
-
-#define KF_VALUE_ENTRIES(X) \
-    X(GetTextEncoding) X(KeepInMemory) X(UseOwnResModule) X(ResetResModule) X(GetOwnResModule) X(GetResString) \
-    X(ModalDialog) X(ModelessInit) X(ShowModeless) X(ModelessClose) X(IsDialogOpen) X(SetDialogTitle) \
-    X(GetDialogTitle) X(SetDialogSize) X(SetFocus) X(MoveGrowItems) X(SetItemText) X(GetItemText) \
-    X(SetItemVisible) X(IsItemVisible) X(SetItemEnabled) X(IsItemEnabled) X(RedrawItem) X(SetItemDraw) \
-    X(ListSetTabFieldCount) X(ListSetTabFieldData) X(ListSetItemHeight) X(ListInsertItem) X(ListDeleteItem) \
-    X(ListGetItemCount) X(ListSetTabItemText) X(ListGetTabItemText) X(ListSetItemIcon) X(ListSelectItem) \
-    X(ListGetSelected) X(Alert) X(FileDialog) X(FolderDialog) X(AddFileType) X(AddTimer) X(RemoveTimer) \
-    X(AddWatch) X(RemoveWatch) X(Now) X(GetRendererCount) X(GetRendererMenuText) X(GetService) \
-    X(ReportException)
-// clang-format on
-
-#define KF_COUNT(name) +1
-static_assert(offsetof(KF_HostTable, context) +
-                      sizeof(void*) * (1 KF_ERROR_ENTRIES(KF_COUNT) KF_VALUE_ENTRIES(KF_COUNT)) ==
-                  sizeof(KF_HostTable),
-              "every entry of the table is listed here");
-
-template <auto Member, bool ErrorCoded>
+template <auto Served, bool ErrorCoded, const char* Name>
 struct Guard;
 
-template <typename R, typename... A, R (*KF_HostTable::*Member)(KF_HostContext*, A...), bool ErrorCoded>
-struct Guard<Member, ErrorCoded> {
-    static inline R (*served)(KF_HostContext*, A...) = nullptr;
-    static inline const char* name = "";
+template <typename R, typename... A, R (*Served)(KF_HostContext*, A...), bool ErrorCoded, const char* Name>
+struct Guard<Served, ErrorCoded, Name> {
+    static R Refused() noexcept
+    {
+        if constexpr (ErrorCoded)
+            return KF_APIERR_WRONGTHREAD;
+        else if constexpr (!std::is_void_v<R>)
+            return R{};
+    }
 
     static R Call(KF_HostContext* c, A... args) noexcept
     {
-        HostEntry scope(name);
+        if (!OnHostThread()) {
+            RefuseOffThread(c, Name);
+            return Refused();
+        }
+        CollectOffThreadWarnings(HostOf(c)); // in the order they came, before this call's own lines
+        HostEntry scope(Name);
         try {
-            return served(c, args...);
+            return Served(c, args...);
         } catch (...) {
-            ReportException(HostOf(c), nullptr, name);
+            ReportException(HostOf(c), nullptr, Name);
             if constexpr (ErrorCoded)
                 return kfsdk::ErrorOfCurrentException();
             else if constexpr (!std::is_void_v<R>)
@@ -62,25 +43,21 @@ struct Guard<Member, ErrorCoded> {
     }
 };
 
+constexpr bool kErrorCoded_CODE = true;
+constexpr bool kErrorCoded_VALUE = false;
+
+#define KF_ENTRY_NAME(kind, minor, answer, name, parameters) constexpr char kName_##name[] = #name;
+KF_HOST_TABLE_ENTRIES(KF_ENTRY_NAME)
+#undef KF_ENTRY_NAME
+
 } // namespace
 
-void GuardEntries(KF_HostTable& t)
+void FillGuardedEntries(KF_HostTable& t)
 {
-#define KF_GUARD(entry, coded)                                                                                         \
-    if (t.entry) {                                                                                                     \
-        using G = Guard<&KF_HostTable::entry, coded>;                                                                  \
-        if (t.entry != &G::Call) {                                                                                     \
-            G::served = t.entry;                                                                                       \
-            G::name = #entry;                                                                                          \
-        }                                                                                                              \
-        t.entry = &G::Call;                                                                                            \
-    }
-#define KF_GUARD_ERROR(entry) KF_GUARD(entry, true)
-#define KF_GUARD_VALUE(entry) KF_GUARD(entry, false)
-    KF_ERROR_ENTRIES(KF_GUARD_ERROR)
-    KF_VALUE_ENTRIES(KF_GUARD_VALUE)
-#undef KF_GUARD_VALUE
-#undef KF_GUARD_ERROR
+#define KF_GUARD(kind, minor, answer, name, parameters)                                                                \
+    static_assert(minor <= KF_HOST_TABLE_MINOR, #name " is of a minor this host does not have");                       \
+    t.name = &Guard<&entry::name, kErrorCoded_##kind, kName_##name>::Call;
+    KF_HOST_TABLE_ENTRIES(KF_GUARD)
 #undef KF_GUARD
 }
 

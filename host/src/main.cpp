@@ -75,10 +75,11 @@ int main(int argc, char** argv)
     app.Values("--library", "DIR", "a library folder", libraries);
     app.Value("--project", "FILE", "the open project file", project);
     std::vector<std::string> engines;
-    std::string currentEngine, embeddedLibrary;
+    std::int32_t currentEngine = 0;
+    std::string embeddedLibrary;
     app.Value("--embedded-library", "DIR", "the open project's own library folder", embeddedLibrary);
     app.Values("--engine", "TEXT", "a rendering engine's menu text (replaces the defaults)", engines);
-    app.Value("--current-engine", "N", "the current rendering engine, 1-based (0: none)", currentEngine);
+    app.Number("--current-engine", "N", "the current rendering engine, 1-based (0: none)", currentEngine);
     app.Value("--update-server", "URL", "the update server's address", config.updateServer);
     app.Flag("--launch", "really start the programs add-ons launch", config.launch);
     app.Values("--set", "KEY=VALUE", "a host setting", sets);
@@ -112,6 +113,7 @@ int main(int argc, char** argv)
     case kfhost::cli::CommandLine::Outcome::Run:
         break;
     }
+    kfhost::SuperviseThisProcess(); // from here on in a child: see kfhost/Calls.hpp
 
     config.textEncoding = encoding == "macroman" ? KF_TEXTENC_MACROMAN : KF_TEXTENC_UTF8;
     config.frameworkFolder = frameworkFolder;
@@ -124,15 +126,16 @@ int main(int argc, char** argv)
             std::cerr << "kfhost: --set wants KEY=VALUE, not \"" << s << "\"\n";
             return kBadCommandLine;
         }
-        config.settings[s.substr(0, eq)] = s.substr(eq + 1);
+        if (const std::string why = kfhost::ApplySetting(config, s.substr(0, eq), s.substr(eq + 1)); !why.empty()) {
+            std::cerr << "kfhost: --set " << s << ": " << why << "\n";
+            return kBadCommandLine;
+        }
     }
-
-    for (const auto& e : engines)
-        config.settings["rendering-engines"] += e + "\n";
-    if (!currentEngine.empty())
-        config.settings["rendering-current"] = currentEngine;
-    if (!embeddedLibrary.empty())
-        config.settings["embedded-library"] = embeddedLibrary;
+    if (!engines.empty())
+        config.renderingEngines = engines;
+    config.embeddedLibrary = embeddedLibrary;
+    if (app.Given("--current-engine"))
+        config.currentEngine = currentEngine;
 
     const bool windows = gui || !screenshotDir.empty() || (!headless && script.empty() && kfhost::qt::DisplayPresent());
     const kfhost::qt::ModuleEntry* module = nullptr;

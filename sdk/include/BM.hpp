@@ -28,17 +28,3 @@ HostFlags BMhGetState(HostHandle handle);
 HostErrCode BMhSetState(HostHandle handle, HostFlags state);
 HostErrCode BMhLock(HostHandle handle);
 HostErrCode BMhUnlock(HostHandle handle);
-
-// Test support only: makes chosen allocations fail so that callers' handling of exhausted memory
-// can be exercised for real. Not for production code.
-namespace BMTesting {
-// The nth allocating call from now (1 = the next BMAllocateHandle or BMReallocHandle) fails once;
-// 0 disarms.
-void FailNthAllocation(long n);
-// Every allocation or reallocation to at least this many bytes fails; a negative value disarms.
-void FailAllocationsFromSize(HostSize bytes);
-// Disarms both hooks.
-void ResetFailures();
-// Handles currently alive (allocated and not killed), to catch leaks in tests.
-long LiveHandleCount();
-} // namespace BMTesting

@@ -64,6 +64,14 @@ void DGEnableItem(short dialID, short item);
 void DGDisableItem(short dialID, short item);
 bool DGIsItemVisible(short dialID, short item);
 bool DGIsItemEnabled(short dialID, short item);
+// Check boxes: the state the user toggles; setting it sends no message. Other items are never
+// checked, and setting them changes nothing. Needs a host of table 2.2: an older one answers false.
+void DGSetItemChecked(short dialID, short item, bool checked);
+bool DGIsItemChecked(short dialID, short item);
+// Icon items: the icon (of the dialog's resource module) they show; 0 for other items. Needs a
+// host of table 2.2.
+void DGSetItemIcon(short dialID, short item, short iconResID);
+short DGGetItemIcon(short dialID, short item);
 void DGRedrawItem(short dialID, short item);
 void DGDisableDraw(short dialID, short item); // list: stop drawing while rows are rebuilt
 void DGEnableDraw(short dialID, short item);

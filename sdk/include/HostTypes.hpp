@@ -2,6 +2,7 @@
 #pragma once
 
 #include "kfsdk/Codes.hpp"
+#include "kfsdk/HostTable.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -38,17 +39,13 @@ constexpr HostFourCC FourCC(const char (&code)[5])
 }
 } // namespace Base
 
-// Host error codes handed to add-ons (negative 32-bit values, compared exactly).
-constexpr HostErrCode HostErr(UInt32 code)
-{
-    return static_cast<HostErrCode>(code);
-}
-constexpr HostErrCode APIERR_GENERAL = HostErr(0x81060001u);           // also: the host table has not arrived
-constexpr HostErrCode APIERR_BADPARS = HostErr(0x81060002u);           // a null or malformed argument
-constexpr HostErrCode APIERR_BADID = HostErr(0x81060003u);             // unknown resource, menu, dialog or item
-constexpr HostErrCode APIERR_MODULNOTINSTALLED = HostErr(0x81060004u); // no add-on serves that module command
-constexpr HostErrCode APIERR_MODULCMDNOTSUPPORTED = HostErr(0x81060005u);
-constexpr HostErrCode APIERR_NOTSUPPORTED = HostErr(0x81060006u); // a host service this host does not offer
-constexpr HostErrCode APIERR_CANCEL = HostErr(0x81060007u);
-constexpr HostErrCode APIERR_MEMFULL = HostErr(0x81060008u);  // out of memory (an escaping std::bad_alloc)
-constexpr HostErrCode APIERR_MISSINGDEF = HostErrCode(-7003); // library part known by name, definition missing
+// Host error codes handed to add-ons (negative 32-bit values, compared exactly), named as the
+// table header's list names them. APIERR_GENERAL is also the answer of every call made before the
+// host table has arrived (or of an entry the host's table lacks).
+#define KFSDK_ERROR_API(name, sdkName) constexpr HostErrCode sdkName = KF_APIERR_##name;
+#define KFSDK_ERROR_IO(name, sdkName)
+#define KFSDK_ERROR(family, name, value, sdkName, meaning) KFSDK_ERROR_##family(name, sdkName)
+KF_HOST_ERRORS(KFSDK_ERROR)
+#undef KFSDK_ERROR
+#undef KFSDK_ERROR_IO
+#undef KFSDK_ERROR_API

@@ -7,16 +7,15 @@
 
 namespace IO {
 
-// Host file errors (compared as exact 32-bit values by the framework).
-constexpr HostErrCode Error = HostErr(0x81000100u);        // any other failure of the file layer
-constexpr HostErrCode FileNotFound = HostErr(0x81010100u); // entry does not exist (not-found treatment Fail)
-constexpr HostErrCode AccessDenied = HostErr(0x81010102u); // permission refused by the system
-constexpr HostErrCode DiskFull = HostErr(0x81010103u);     // no room left on the device
-constexpr HostErrCode BadLocation = HostErr(0x81010104u);  // empty or malformed location
-constexpr HostErrCode NotOpen = HostErr(0x81010105u);      // read, write or seek on a file that is not open
-constexpr HostErrCode EndOfFile = HostErr(0x81010106u);    // read past the end of the data
-constexpr HostErrCode NameNotFound = HostErr(0x81010107u); // no entry of that name in the folder
-constexpr HostErrCode NotAFolder = HostErr(0x81010108u);   // the location names a file where a folder is needed
+// Host file errors (compared as exact 32-bit values by the framework), named as the table header's
+// list names them: IO::FileNotFound is KF_IOERR_FILENOTFOUND.
+#define KFSDK_ERROR_API(name, sdkName)
+#define KFSDK_ERROR_IO(name, sdkName) constexpr HostErrCode sdkName = KF_IOERR_##name;
+#define KFSDK_ERROR(family, name, value, sdkName, meaning) KFSDK_ERROR_##family(name, sdkName)
+KF_HOST_ERRORS(KFSDK_ERROR)
+#undef KFSDK_ERROR
+#undef KFSDK_ERROR_IO
+#undef KFSDK_ERROR_API
 
 // One name of a path (no "/" inside).
 class Name {
@@ -87,12 +86,12 @@ public:
     // Only regular files open. CreateNewMode makes a new file for writing and fails when any entry,
     // even a symlink, is at the location: a file so made is the caller's own.
     enum OpenMode {
-        ReadMode = 0,
-        ReadWriteMode = 1,
-        WriteEmptyMode = 2,
-        ReadWriteEmptyMode = 3,
-        AppendMode = 4,
-        CreateNewMode = 5
+        ReadMode = KF_FILEMODE_READ,
+        ReadWriteMode = KF_FILEMODE_READWRITE,
+        WriteEmptyMode = KF_FILEMODE_WRITEEMPTY,
+        ReadWriteEmptyMode = KF_FILEMODE_READWRITEEMPTY,
+        AppendMode = KF_FILEMODE_APPEND,
+        CreateNewMode = KF_FILEMODE_CREATENEW
     };
     enum AccessDeniedTreatment { ReturnErrorOnDenied = 2 };
 

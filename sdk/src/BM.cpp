@@ -1,4 +1,5 @@
 #include "BM.hpp"
+#include "BMTesting.hpp"
 
 #include <atomic>
 #include <cstdlib>

@@ -51,7 +51,7 @@ TypeID FileTypeManager::AddType(const FileType& type, GroupID group)
     record.macType = type.GetMacType();
     record.iconID = type.GetIconID();
     record.visible = type.IsVisible() ? 1 : 0;
-    return KFSDK_CALL(AddFileType, TypeID(0), Units(manager), Length(manager), &record, group);
+    return KFSDK_CALL(AddFileType, Units(manager), Length(manager), &record, group);
 }
 
 } // namespace FTM

@@ -64,7 +64,7 @@ HostErrCode HostAPI_GetReleaseNumber(API_ServerApplicationInfo* info)
     if (!info)
         return APIERR_BADPARS;
     KF_ServerInfo host{};
-    const HostErrCode err = KFSDK_CALL(GetReleaseNumber, APIERR_GENERAL, &host);
+    const HostErrCode err = KFSDK_CALL(GetReleaseNumber, &host);
     if (err == NoError) {
         info->serverApplication = host.serverApplication;
         info->mainVersion = host.mainVersion;
@@ -80,7 +80,7 @@ HostErrCode HostAPI_GetOwnLocation(IO::Location* ownFileLocation)
     if (!ownFileLocation)
         return APIERR_BADPARS;
     UniOut out;
-    const HostErrCode err = KFSDK_CALL(GetOwnLocation, APIERR_GENERAL, out.Out());
+    const HostErrCode err = KFSDK_CALL(GetOwnLocation, out.Out());
     if (err == NoError)
         *ownFileLocation = IO::Location(out.value);
     return err;
@@ -88,38 +88,37 @@ HostErrCode HostAPI_GetOwnLocation(IO::Location* ownFileLocation)
 
 void HostAPI_KeepInMemory(bool keepInMemory)
 {
-    KFSDK_CALL(KeepInMemory, void(), keepInMemory ? 1 : 0);
+    KFSDK_CALL(KeepInMemory, keepInMemory ? 1 : 0);
 }
 
 HostErrCode HostAPI_Register_Menu(short menuStrResID, short promptStrResID, APIMenuCodeID menuPosCode,
                                   HostFlags menuFlags)
 {
-    return KFSDK_CALL(RegisterMenu, APIERR_GENERAL, menuStrResID, promptStrResID, Int32(menuPosCode), menuFlags);
+    return KFSDK_CALL(RegisterMenu, menuStrResID, promptStrResID, Int32(menuPosCode), menuFlags);
 }
 
 HostErrCode HostAPI_Register_BuiltInLibrary()
 {
-    return KFSDK_CALL(RegisterBuiltInLibrary, APIERR_GENERAL);
+    return KFSDK_CALL(RegisterBuiltInLibrary);
 }
 
 HostErrCode HostAPI_Register_SupportedService(HostFourCC cmdID, Int32 cmdVersion)
 {
-    return KFSDK_CALL(RegisterSupportedService, APIERR_GENERAL, cmdID, cmdVersion);
+    return KFSDK_CALL(RegisterSupportedService, cmdID, cmdVersion);
 }
 
 HostErrCode HostAPI_Install_MenuHandler(short menuStrResID, APIMenuCommandProc* handlerProc)
 {
     if (!handlerProc)
         return APIERR_BADPARS;
-    return KFSDK_CALL(InstallMenuHandler, APIERR_GENERAL, menuStrResID, &MenuTrampoline,
-                      reinterpret_cast<void*>(handlerProc));
+    return KFSDK_CALL(InstallMenuHandler, menuStrResID, &MenuTrampoline, reinterpret_cast<void*>(handlerProc));
 }
 
 HostErrCode HostAPI_Install_ModulCommandHandler(HostFourCC cmdID, Int32 cmdVersion, APIModulCommandProc* handlerProc)
 {
     if (!handlerProc)
         return APIERR_BADPARS;
-    return KFSDK_CALL(InstallModulCommandHandler, APIERR_GENERAL, cmdID, cmdVersion, &CommandTrampoline,
+    return KFSDK_CALL(InstallModulCommandHandler, cmdID, cmdVersion, &CommandTrampoline,
                       reinterpret_cast<void*>(handlerProc));
 }
 
@@ -128,7 +127,7 @@ HostErrCode HostAPI_Command_Test(const API_ModulID* mdid, HostFourCC cmdID, Int3
     if (!mdid)
         return APIERR_BADPARS;
     const KF_ModulID id = ToHost(*mdid);
-    return KFSDK_CALL(CommandTest, APIERR_GENERAL, &id, cmdID, cmdVersion);
+    return KFSDK_CALL(CommandTest, &id, cmdID, cmdVersion);
 }
 
 HostErrCode HostAPI_Command_Call(const API_ModulID* mdid, HostFourCC cmdID, Int32 cmdVersion, HostHandle params,
@@ -137,8 +136,7 @@ HostErrCode HostAPI_Command_Call(const API_ModulID* mdid, HostFourCC cmdID, Int3
     if (!mdid)
         return APIERR_BADPARS;
     const KF_ModulID id = ToHost(*mdid);
-    return KFSDK_CALL(CommandCall, APIERR_GENERAL, &id, cmdID, cmdVersion, static_cast<void*>(params), resultData,
-                      silentMode ? 1 : 0);
+    return KFSDK_CALL(CommandCall, &id, cmdID, cmdVersion, static_cast<void*>(params), resultData, silentMode ? 1 : 0);
 }
 
 HostErrCode HostAPI_GetOwnModulID(API_ModulID* mdid)
@@ -146,7 +144,7 @@ HostErrCode HostAPI_GetOwnModulID(API_ModulID* mdid)
     if (!mdid)
         return APIERR_BADPARS;
     KF_ModulID id{};
-    const HostErrCode err = KFSDK_CALL(GetOwnModulID, APIERR_GENERAL, &id);
+    const HostErrCode err = KFSDK_CALL(GetOwnModulID, &id);
     if (err == NoError) {
         mdid->developerID = id.developerID;
         mdid->localID = id.localID;
@@ -157,26 +155,26 @@ HostErrCode HostAPI_GetOwnModulID(API_ModulID* mdid)
 HostErrCode HostAPI_RegisterModelessWindow(Int32 referenceID, APIPaletteControlCallBackProc* callBackProc,
                                            HostFlags controlFlags, const API_Guid& paletteGuid)
 {
-    return KFSDK_CALL(RegisterModelessWindow, APIERR_GENERAL, referenceID, &PaletteTrampoline,
-                      reinterpret_cast<void*>(callBackProc), controlFlags, paletteGuid.time_low, paletteGuid.rest);
+    return KFSDK_CALL(RegisterModelessWindow, referenceID, &PaletteTrampoline, reinterpret_cast<void*>(callBackProc),
+                      controlFlags, paletteGuid.time_low, paletteGuid.rest);
 }
 
 HostErrCode HostAPI_UnregisterModelessWindow(Int32 referenceID)
 {
-    return KFSDK_CALL(UnregisterModelessWindow, APIERR_GENERAL, referenceID);
+    return KFSDK_CALL(UnregisterModelessWindow, referenceID);
 }
 
 HostResModule HostAPI_UseOwnResModule()
 {
-    return KFSDK_CALL(UseOwnResModule, HostResModule(0));
+    return KFSDK_CALL(UseOwnResModule);
 }
 void HostAPI_ResetResModule(HostResModule previous)
 {
-    KFSDK_CALL(ResetResModule, void(), previous);
+    KFSDK_CALL(ResetResModule, previous);
 }
 HostResModule HostAPI_GetOwnResModule()
 {
-    return KFSDK_CALL(GetOwnResModule, HostResModule(0));
+    return KFSDK_CALL(GetOwnResModule);
 }
 
 bool HostAPI_Resource_GetLocUStr(Base::UniString* result, short resID, short index)
@@ -184,7 +182,7 @@ bool HostAPI_Resource_GetLocUStr(Base::UniString* result, short resID, short ind
     if (!result)
         return false;
     UniOut out;
-    if (KFSDK_CALL(GetResString, 0, resID, index, out.Out()) == 0)
+    if (KFSDK_CALL(GetResString, resID, index, out.Out()) == 0)
         return false;
     *result = out.value;
     return true;
@@ -195,7 +193,7 @@ bool HostAPI_Resource_GetFixStr(char* result, UInt32 size, short resID, short in
     if (!result || size == 0)
         return false;
     UniOut out;
-    if (KFSDK_CALL(GetResString, 0, resID, index, out.Out()) == 0)
+    if (KFSDK_CALL(GetResString, resID, index, out.Out()) == 0)
         return false;
     kfsdk::detail::CopyTerminated(kfsdk::detail::ToAppBytes(out.value), result, size);
     return true;
@@ -209,14 +207,14 @@ HostErrCode HostAPI_Interface(API_InterfaceID code, void* par1, void* par2)
         auto* flags = static_cast<HostFlags*>(par2);
         if (!ref || !flags)
             return APIERR_BADPARS;
-        return KFSDK_CALL(GetMenuItemFlags, APIERR_GENERAL, ref->menuResID, ref->itemIndex, flags);
+        return KFSDK_CALL(GetMenuItemFlags, ref->menuResID, ref->itemIndex, flags);
     }
     case HostOp_SetMenuItemFlags: {
         const auto* ref = static_cast<const API_MenuItemRef*>(par1);
         const auto* flags = static_cast<const HostFlags*>(par2);
         if (!ref || !flags)
             return APIERR_BADPARS;
-        return KFSDK_CALL(SetMenuItemFlags, APIERR_GENERAL, ref->menuResID, ref->itemIndex, *flags);
+        return KFSDK_CALL(SetMenuItemFlags, ref->menuResID, ref->itemIndex, *flags);
     }
     default:
         return kfsdk::detail::Table() ? APIERR_NOTSUPPORTED : APIERR_GENERAL;
@@ -232,7 +230,7 @@ HostErrCode HostAPI_Environment(API_EnvironmentID code, void* par1, void*)
             return APIERR_BADPARS;
         LocationList paths;
         Int32 special = 0;
-        const HostErrCode err = KFSDK_CALL(GetLibraries, APIERR_GENERAL, &paths.out, &special);
+        const HostErrCode err = KFSDK_CALL(GetLibraries, &paths.out, &special);
         if (err != NoError)
             return err;
         HostHandle handle = BMAllocateHandle(HostSize(paths.paths.size() * sizeof(IO::Location*)), BMFlagClear, 0);
@@ -251,7 +249,7 @@ HostErrCode HostAPI_Environment(API_EnvironmentID code, void* par1, void*)
         Base::UniString path;
         if (!folder || folder->ToPath(&path) != NoError)
             return APIERR_BADPARS;
-        return KFSDK_CALL(AddLibrary, APIERR_GENERAL, Units(path), Length(path));
+        return KFSDK_CALL(AddLibrary, Units(path), Length(path));
     }
     case HostEnv_Project: {
         auto* info = static_cast<API_ProjectInfo*>(par1);
@@ -261,8 +259,7 @@ HostErrCode HostAPI_Environment(API_EnvironmentID code, void* par1, void*)
         UniOut location;
         UniOut team;
         UniOut name;
-        const HostErrCode err =
-            KFSDK_CALL(GetProjectInfo, APIERR_GENERAL, &record, location.Out(), team.Out(), name.Out());
+        const HostErrCode err = KFSDK_CALL(GetProjectInfo, &record, location.Out(), team.Out(), name.Out());
         if (err != NoError)
             return err;
         info->untitled = record.untitled != 0;
@@ -276,13 +273,13 @@ HostErrCode HostAPI_Environment(API_EnvironmentID code, void* par1, void*)
         auto* sets = static_cast<API_RenderingSets*>(par1);
         if (!sets)
             return APIERR_BADPARS;
-        return KFSDK_CALL(GetRenderingSets, APIERR_GENERAL, &sets->currentEngine, &sets->engineCount);
+        return KFSDK_CALL(GetRenderingSets, &sets->currentEngine, &sets->engineCount);
     }
     case HostEnv_ChangeRenderingSets: {
         const auto* sets = static_cast<const API_RenderingSets*>(par1);
         if (!sets)
             return APIERR_BADPARS;
-        return KFSDK_CALL(ChangeRenderingSets, APIERR_GENERAL, sets->currentEngine);
+        return KFSDK_CALL(ChangeRenderingSets, sets->currentEngine);
     }
     default:
         return kfsdk::detail::Table() ? APIERR_NOTSUPPORTED : APIERR_GENERAL;
@@ -291,7 +288,7 @@ HostErrCode HostAPI_Environment(API_EnvironmentID code, void* par1, void*)
 
 Int32 EXPGetRendNum()
 {
-    return KFSDK_CALL(GetRendererCount, Int32(0));
+    return KFSDK_CALL(GetRendererCount);
 }
 
 bool EXPGetRendMenuStr(Int32 engineNumber, char* buffer, UInt32 size)
@@ -299,7 +296,7 @@ bool EXPGetRendMenuStr(Int32 engineNumber, char* buffer, UInt32 size)
     if (!buffer || size == 0)
         return false;
     UniOut out;
-    if (KFSDK_CALL(GetRendererMenuText, 0, engineNumber, out.Out()) == 0)
+    if (KFSDK_CALL(GetRendererMenuText, engineNumber, out.Out()) == 0)
         return false;
     kfsdk::detail::CopyTerminated(kfsdk::detail::ToAppBytes(out.value), buffer, size);
     return true;
@@ -338,8 +335,8 @@ HostErrCode HostAPI_LibPart_Search(API_LibPart* ancestor, bool createIfMissing, 
         return APIERR_BADPARS;
     KF_LibPartRecord record = ToHost(*ancestor);
     UniOut location;
-    const HostErrCode err = KFSDK_CALL(LibPartSearch, APIERR_GENERAL, &record, createIfMissing ? 1 : 0,
-                                       onlyPlaceable ? 1 : 0, location.Out());
+    const HostErrCode err =
+        KFSDK_CALL(LibPartSearch, &record, createIfMissing ? 1 : 0, onlyPlaceable ? 1 : 0, location.Out());
     if (err == NoError || err == APIERR_MISSINGDEF)
         FromHost(record, location, *ancestor);
     return err;
@@ -351,7 +348,7 @@ HostErrCode HostAPI_LibPart_Get(API_LibPart* libPart)
         return APIERR_BADPARS;
     KF_LibPartRecord record = ToHost(*libPart);
     UniOut location;
-    const HostErrCode err = KFSDK_CALL(LibPartGet, APIERR_GENERAL, &record, location.Out());
+    const HostErrCode err = KFSDK_CALL(LibPartGet, &record, location.Out());
     if (err == NoError)
         FromHost(record, location, *libPart);
     return err;

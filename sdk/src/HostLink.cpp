@@ -5,6 +5,7 @@
 #include "kfsdk/HostLink.hpp"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 
 namespace kfsdk {
@@ -13,6 +14,14 @@ namespace {
 KF_HostTable sTable{};
 bool sHasTable = false;
 void* sClient = nullptr;
+
+// Whole entries only: a size that ends inside an entry leaves that entry absent, never half copied.
+std::size_t EntriesEnd(std::uint32_t size)
+{
+    constexpr std::size_t first = offsetof(KF_HostTable, GetTextEncoding);
+    const std::size_t end = std::min<std::size_t>(size, sizeof(KF_HostTable));
+    return end < first ? end : first + (end - first) / sizeof(void (*)()) * sizeof(void (*)());
+}
 
 } // namespace
 
@@ -29,9 +38,9 @@ KF_Err InstallHostTable(const KF_HostTable* table)
     if (table->version.major != KF_HOST_TABLE_MAJOR || table->size < KF_HOST_TABLE_SIZE_2_0)
         return KF_APIERR_BADTABLEVERSION;
     sTable = KF_HostTable{};
-    std::memcpy(&sTable, table, std::min<std::size_t>(table->size, sizeof(KF_HostTable)));
+    std::memcpy(&sTable, table, EntriesEnd(table->size));
     sHasTable = true;
-    const std::int32_t encoding = sTable.GetTextEncoding ? sTable.GetTextEncoding(sTable.context) : KF_TEXTENC_UTF8;
+    const std::int32_t encoding = KFSDK_CALL(GetTextEncoding);
     Base::SetApplicationTextEncoding(encoding == KF_TEXTENC_MACROMAN ? Base::AppTextEncoding::MacRoman
                                                                      : Base::AppTextEncoding::UTF8);
     return KF_NOERROR;
@@ -52,12 +61,7 @@ void SetClientPointer(void* client)
 
 const void* HostService(const char* name)
 {
-    return name ? KFSDK_CALL(GetService, static_cast<const void*>(nullptr), name) : nullptr;
-}
-
-const KF_HostTable* detail::Table()
-{
-    return sHasTable ? &sTable : nullptr;
+    return name ? KFSDK_CALL(GetService, name) : nullptr;
 }
 
 void detail::ReportException(const char* call) noexcept

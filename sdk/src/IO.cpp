@@ -92,7 +92,7 @@ Folder::Folder(const Location& location, OnNotFound onNotFound) : location_(loca
     if (location.ToPath(&path) != NoError)
         status_ = BadLocation;
     else
-        status_ = KFSDK_CALL(FolderOpen, APIERR_GENERAL, Units(path), Length(path), onNotFound == Create ? 1 : 0);
+        status_ = KFSDK_CALL(FolderOpen, Units(path), Length(path), onNotFound == Create ? 1 : 0);
 }
 
 HostErrCode Folder::GetLocation(Location* result) const
@@ -113,7 +113,7 @@ HostErrCode Folder::GetType(const Name& entryName, EntryType* type) const
     location_.ToPath(&folder);
     const Base::UniString path = Child(folder, entryName.ToUniString());
     Int32 hostType = UnknownEntry;
-    const HostErrCode err = KFSDK_CALL(GetEntryType, APIERR_GENERAL, Units(path), Length(path), &hostType);
+    const HostErrCode err = KFSDK_CALL(GetEntryType, Units(path), Length(path), &hostType);
     if (err == NoError)
         *type = EntryType(hostType);
     return err;
@@ -128,7 +128,7 @@ HostErrCode Folder::Delete(const Name& entryName, DataSafety, AccessDeniedTreatm
     Base::UniString folder;
     location_.ToPath(&folder);
     const Base::UniString path = Child(folder, entryName.ToUniString());
-    return KFSDK_CALL(DeleteEntry, APIERR_GENERAL, Units(path), Length(path));
+    return KFSDK_CALL(DeleteEntry, Units(path), Length(path));
 }
 
 namespace {
@@ -161,7 +161,7 @@ HostErrCode Folder::Enumerate(EnumCallback callback, void* userData) const
     Base::UniString path;
     location_.ToPath(&path);
     EnumState state{this, callback, userData};
-    return KFSDK_CALL(Enumerate, APIERR_GENERAL, Units(path), Length(path), &EnumTrampoline, &state);
+    return KFSDK_CALL(Enumerate, Units(path), Length(path), &EnumTrampoline, &state);
 }
 
 // ---- File ------------------------------------------------------------------------------
@@ -172,7 +172,7 @@ File::File(const Location& location, OnNotFound onNotFound) : location_(location
     if (location.ToPath(&path) != NoError)
         status_ = BadLocation;
     else if (onNotFound != LeaveToOpen)
-        status_ = KFSDK_CALL(FileProbe, APIERR_GENERAL, Units(path), Length(path), onNotFound == Create ? 1 : 0);
+        status_ = KFSDK_CALL(FileProbe, Units(path), Length(path), onNotFound == Create ? 1 : 0);
 }
 
 File::~File()
@@ -190,7 +190,7 @@ HostErrCode File::Open(OpenMode mode, AccessDeniedTreatment)
     Base::UniString path;
     location_.ToPath(&path);
     Int64 handle = 0;
-    const HostErrCode err = KFSDK_CALL(FileOpen, APIERR_GENERAL, Units(path), Length(path), Int32(mode), &handle);
+    const HostErrCode err = KFSDK_CALL(FileOpen, Units(path), Length(path), Int32(mode), &handle);
     if (err == NoError)
         handle_ = handle;
     return err;
@@ -202,7 +202,7 @@ HostErrCode File::Close()
         return NotOpen;
     const Int64 handle = handle_;
     handle_ = 0; // closed whatever the host says: the handle is gone either way
-    return KFSDK_CALL(FileClose, APIERR_GENERAL, handle);
+    return KFSDK_CALL(FileClose, handle);
 }
 
 HostErrCode File::GetDataLength(UInt64* length) const
@@ -211,7 +211,7 @@ HostErrCode File::GetDataLength(UInt64* length) const
         return NotOpen;
     if (!length)
         return APIERR_BADPARS;
-    return KFSDK_CALL(FileGetLength, APIERR_GENERAL, handle_, length);
+    return KFSDK_CALL(FileGetLength, handle_, length);
 }
 
 HostErrCode File::GetDataLength(UInt32* length) const
@@ -229,7 +229,7 @@ HostErrCode File::SeekTo(UInt64 position)
 {
     if (!IsOpen())
         return NotOpen;
-    return KFSDK_CALL(FileSeek, APIERR_GENERAL, handle_, position);
+    return KFSDK_CALL(FileSeek, handle_, position);
 }
 
 HostErrCode File::ReadBin(char* buffer, UInt64 count, UInt64* read)
@@ -241,7 +241,7 @@ HostErrCode File::ReadBin(char* buffer, UInt64 count, UInt64* read)
     if (!buffer && count > 0)
         return APIERR_BADPARS;
     UInt64 done = 0;
-    const HostErrCode err = KFSDK_CALL(FileRead, APIERR_GENERAL, handle_, buffer, count, &done);
+    const HostErrCode err = KFSDK_CALL(FileRead, handle_, buffer, count, &done);
     if (read)
         *read = done;
     return err;
@@ -256,7 +256,7 @@ HostErrCode File::WriteBin(const char* data, UInt64 count, UInt64* written)
     if (!data && count > 0)
         return APIERR_BADPARS;
     UInt64 done = 0;
-    const HostErrCode err = KFSDK_CALL(FileWrite, APIERR_GENERAL, handle_, data, count, &done);
+    const HostErrCode err = KFSDK_CALL(FileWrite, handle_, data, count, &done);
     if (written)
         *written = done;
     return err;
@@ -271,7 +271,7 @@ HostErrCode FileSystem::GetSpecialLocation(Int32 folderID, Location* result)
     if (!result)
         return APIERR_BADPARS;
     kfsdk::detail::UniOut out;
-    const HostErrCode err = KFSDK_CALL(GetSpecialLocation, APIERR_GENERAL, folderID, out.Out());
+    const HostErrCode err = KFSDK_CALL(GetSpecialLocation, folderID, out.Out());
     if (err == NoError)
         *result = Location(out.value);
     return err;
@@ -283,7 +283,7 @@ HostErrCode FileSystem::MoveOver(const Location& source, const Location& target)
     Base::UniString to;
     if (source.ToPath(&from) != NoError || target.ToPath(&to) != NoError)
         return BadLocation;
-    return KFSDK_CALL(MoveOver, APIERR_GENERAL, Units(from), Length(from), Units(to), Length(to));
+    return KFSDK_CALL(MoveOver, Units(from), Length(from), Units(to), Length(to));
 }
 
 } // namespace IO

@@ -31,24 +31,24 @@ TimerID AddTimer(double seconds, TimerProc proc, void* userData)
 {
     if (!proc)
         return 0;
-    return KFSDK_CALL(AddTimer, TimerID(0), seconds, &TimerTrampoline, reinterpret_cast<void*>(proc), userData);
+    return KFSDK_CALL(AddTimer, seconds, &TimerTrampoline, reinterpret_cast<void*>(proc), userData);
 }
 
 void RemoveTimer(TimerID timer)
 {
-    KFSDK_CALL(RemoveTimer, void(), timer);
+    KFSDK_CALL(RemoveTimer, timer);
 }
 
 WatchID AddWatch(int fd, UInt32 events, WatchProc proc, void* userData)
 {
     if (!proc)
         return 0;
-    return KFSDK_CALL(AddWatch, WatchID(0), fd, events, &WatchTrampoline, reinterpret_cast<void*>(proc), userData);
+    return KFSDK_CALL(AddWatch, fd, events, &WatchTrampoline, reinterpret_cast<void*>(proc), userData);
 }
 
 void RemoveWatch(WatchID watch)
 {
-    KFSDK_CALL(RemoveWatch, void(), watch);
+    KFSDK_CALL(RemoveWatch, watch);
 }
 
 double Now()
@@ -67,7 +67,7 @@ HostErrCode SpawnDetached(const char* const* argv)
 {
     if (!argv || !argv[0])
         return APIERR_BADPARS;
-    return KFSDK_CALL(SpawnDetached, APIERR_GENERAL, argv);
+    return KFSDK_CALL(SpawnDetached, argv);
 }
 
 namespace {

@@ -8,11 +8,16 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <type_traits>
+#include <utility>
 
 namespace kfsdk::detail {
 
 // The table, or null before the host has handed it over.
-const KF_HostTable* Table();
+inline const KF_HostTable* Table()
+{
+    return CurrentHostTable();
+}
 inline KF_HostContext* Context()
 {
     return Table()->context;
@@ -85,8 +90,40 @@ void CopyTerminated(const std::string& bytes, char* buffer, std::size_t size);
 
 } // namespace kfsdk::detail
 
-// Calls a table entry, or answers fallback when the table (or the entry) is not there.
-#define KFSDK_CALL(entry, fallback, ...)                                                                               \
-    (::kfsdk::detail::Table() && ::kfsdk::detail::Table()->entry                                                       \
-         ? ::kfsdk::detail::Table()->entry(::kfsdk::detail::Context() __VA_OPT__(, ) __VA_ARGS__)                      \
-         : (fallback))
+// Calls the table entry member, or, without the table or the entry, answers what its kind answers
+// for "not there": APIERR_GENERAL for an entry that answers a host error code, zero for the others
+// (the list of kfsdk/HostTable.h tells which is which).
+namespace kfsdk::detail {
+
+template <auto Member>
+struct EntryOf;
+template <typename R, typename... A, R (*KF_HostTable::*Member)(KF_HostContext*, A...)>
+struct EntryOf<Member> {
+    using Answer = R;
+};
+
+template <auto Member>
+inline constexpr bool kErrorCoded = false;
+constexpr bool kErrorCoded_CODE = true;
+constexpr bool kErrorCoded_VALUE = false;
+#define KFSDK_ENTRY_KIND(kind, minor, answer, name, parameters)                                                        \
+    template <>                                                                                                        \
+    inline constexpr bool kErrorCoded<&KF_HostTable::name> = kErrorCoded_##kind;
+KF_HOST_TABLE_ENTRIES(KFSDK_ENTRY_KIND)
+#undef KFSDK_ENTRY_KIND
+
+template <auto Member, typename... Args>
+typename EntryOf<Member>::Answer Call(Args&&... args)
+{
+    using R = typename EntryOf<Member>::Answer;
+    if (const KF_HostTable* t = Table(); t && t->*Member)
+        return (t->*Member)(t->context, std::forward<Args>(args)...);
+    if constexpr (kErrorCoded<Member>)
+        return R(KF_APIERR_GENERAL);
+    else if constexpr (!std::is_void_v<R>)
+        return R{};
+}
+
+} // namespace kfsdk::detail
+
+#define KFSDK_CALL(entry, ...) ::kfsdk::detail::Call<&KF_HostTable::entry>(__VA_ARGS__)

@@ -1,17 +1,24 @@
-// Crashes and hangs are named: kfhost runs two fault probes, one of them does something fatal, and
-// kfhost says which add-on and which call before it ends with its documented exit code. An
-// exception in the same place ends nothing.
+// A hostile add-on cannot take the host down unnamed: kfhost runs two fault probes, one of them
+// crashes, hangs, ends the process or plays with signals, threads and the working folder, and
+// kfhost says which add-on and which call before it ends with its documented exit code, or goes
+// on where the fault need not end anything.
 #include "kfhost/Calls.hpp"
+#include "kfhost/Host.hpp"
 #include "kftest/InProcessHost.hpp"
 
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <signal.h>
 #include <spawn.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 
+#include <algorithm>
+#include <chrono>
 #include <fstream>
 #include <iterator>
+#include <thread>
 
 extern char** environ;
 
@@ -30,29 +37,35 @@ std::string Read(const fs::path& file)
     return {std::istreambuf_iterator<char>(in), {}};
 }
 
-// kfhost with both fault probes loaded, on script, with KF_FAULT_AT=faultAt.
-HostRun RunKfhost(const kftest::TempFolder& temp, const std::string& script, const std::string& faultAt,
-                  std::vector<std::string> options)
+struct RunOptions {
+    std::string faultAt;              // KF_FAULT_AT
+    std::vector<std::string> options; // after the script
+    std::vector<std::string> wrapper; // a program that runs kfhost (timeout 1)
+    std::string frameworkFolder;      // as given on the command line; empty: <temp>/fw
+    std::vector<std::string> env;     // NAME=VALUE set for the run
+};
+
+// kfhost with both fault probes loaded, on script, started in temp.
+HostRun RunKfhost(const kftest::TempFolder& temp, const std::string& script, const RunOptions& run = {})
 {
     const fs::path scriptFile = temp.Path() / "script.kfs";
     std::ofstream(scriptFile) << script;
-    std::vector<std::string> args{KFHOST,
-                                  "--addon",
-                                  KF_FAULT_ADDONS "/FaultA.bundle",
-                                  "--addon",
-                                  KF_FAULT_ADDONS "/FaultB.bundle",
-                                  "--framework-folder",
-                                  (temp.Path() / "fw").string(),
-                                  "--script",
-                                  scriptFile.string()};
-    args.insert(args.end(), options.begin(), options.end());
+    std::vector<std::string> args = run.wrapper;
+    args.insert(args.end(), {KFHOST, "--addon", KF_FAULT_ADDONS "/FaultA.bundle", "--addon",
+                             KF_FAULT_ADDONS "/FaultB.bundle", "--framework-folder",
+                             run.frameworkFolder.empty() ? (temp.Path() / "fw").string() : run.frameworkFolder,
+                             "--script", scriptFile.string()});
+    args.insert(args.end(), run.options.begin(), run.options.end());
     std::vector<char*> argv;
     for (auto& a : args)
         argv.push_back(a.data());
     argv.push_back(nullptr);
-    std::vector<std::string> env{"KF_FAULT_AT=" + faultAt};
+    std::vector<std::string> env = run.env;
+    env.push_back("KF_FAULT_AT=" + run.faultAt);
     for (char** e = environ; *e; ++e)
-        if (!std::string_view(*e).starts_with("KF_FAULT_AT="))
+        if (std::none_of(env.begin(), env.end(), [&](const std::string& set) {
+                return std::string_view(*e).starts_with(set.substr(0, set.find('=') + 1));
+            }))
             env.emplace_back(*e);
     std::vector<char*> envp;
     for (auto& e : env)
@@ -62,11 +75,12 @@ HostRun RunKfhost(const kftest::TempFolder& temp, const std::string& script, con
     const fs::path out = temp.Path() / "out.txt", err = temp.Path() / "err.txt";
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addchdir_np(&actions, temp.Path().c_str());
     posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
     posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
     pid_t pid = 0;
-    const int spawned = posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), envp.data());
+    const int spawned = posix_spawnp(&pid, argv[0], &actions, nullptr, argv.data(), envp.data());
     posix_spawn_file_actions_destroy(&actions);
     if (spawned != 0)
         return {};
@@ -76,74 +90,246 @@ HostRun RunKfhost(const kftest::TempFolder& temp, const std::string& script, con
     return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), Read(out), Read(err)};
 }
 
+// The processes whose command line names folder (ours ran in it), ended when found.
+std::vector<pid_t> EndLeftovers(const fs::path& folder)
+{
+    std::vector<pid_t> found;
+    std::error_code ec;
+    for (const auto& entry : fs::directory_iterator("/proc", ec)) {
+        const std::string name = entry.path().filename().string();
+        if (name.find_first_not_of("0123456789") != std::string::npos)
+            continue;
+        if (Read(entry.path() / "cmdline").find(folder.string()) == std::string::npos)
+            continue;
+        found.push_back(pid_t(std::stoi(name)));
+        ::kill(found.back(), SIGKILL);
+    }
+    return found;
+}
+
+struct Case {
+    const char* what;
+    std::string script;
+    RunOptions run;
+    int status;
+    std::string err; // standard error ends with it (after "kfhost: "); empty: no report
+    std::string out; // the transcript has it, when given
+};
+
+void Check(const Case& c)
+{
+    SCOPED_TRACE(c.what);
+    kftest::TempFolder temp;
+    const HostRun run = RunKfhost(temp, c.script, c.run);
+    EXPECT_EQ(run.status, c.status) << run.out << run.err;
+    if (c.err.empty())
+        EXPECT_EQ(run.err.find("kfhost: Fault"), std::string::npos) << run.err;
+    else
+        EXPECT_TRUE(run.err.ends_with("kfhost: " + c.err + "\n")) << run.err;
+    EXPECT_NE(run.out.find(c.out), std::string::npos) << run.out;
+}
+
+constexpr int kCrashed = kfhost::kExitAddOnCrashed;
+constexpr int kHung = kfhost::kExitAddOnHung;
+const RunOptions kOneSecond{{}, {"--timeout", "1"}};
+// What a longjmp skips is never freed: the add-on's doing, not a leak of the host's.
+const std::vector<std::string> kJumped{"ASAN_OPTIONS=detect_leaks=0"};
+
 TEST(Crashes, AreNamedWithTheAddOnAndTheCall)
 {
-    struct Case {
-        const char* what;
-        std::string faultAt;
-        std::string script;
-        std::vector<std::string> options;
-        int status;
-        std::string err; // stderr ends with it
-    };
     const Case cases[] = {
         {"null dereference in a menu handler",
-         "",
          "menu 32500 1 \"Fault B\"\n",
          {},
-         kfhost::kExitAddOnCrashed,
-         "kfhost: Fault B crashed in menu handler 32500 item 1 (signal 11)\n"},
+         kCrashed,
+         "Fault B crashed in menu handler 32500 item 1 (signal 11)"},
         {"abort in a menu handler",
-         "",
          "menu 32500 2 \"Fault A\"\n",
          {},
-         kfhost::kExitAddOnCrashed,
-         "kfhost: Fault A crashed in menu handler 32500 item 2 (signal 6)\n"},
-        {"endless loop",
-         "",
-         "menu 32500 3 \"Fault B\"\n",
-         {"--timeout", "1"},
-         kfhost::kExitAddOnHung,
-         "kfhost: Fault B did not return from menu handler 32500 item 3 within 1 s\n"},
+         kCrashed,
+         "Fault A crashed in menu handler 32500 item 2 (signal 6)"},
         {"deep recursion",
-         "",
          "menu 32500 4 \"Fault A\"\n",
          {},
-         kfhost::kExitAddOnCrashed,
-         "kfhost: Fault A crashed in menu handler 32500 item 4 (signal 11)\n"},
+         kCrashed,
+         "Fault A crashed in menu handler 32500 item 4 (signal 11)"},
         {"null dereference in Initialize",
-         "Fault B:Initialize:null",
          "",
-         {},
-         kfhost::kExitAddOnCrashed,
-         "kfhost: Fault B crashed in Initialize (signal 11)\n"},
-        {"endless loop in CheckEnvironment, before the name is known",
-         "Fault A:CheckEnvironment:loop",
-         "",
-         {"--timeout", "1"},
-         kfhost::kExitAddOnHung,
-         "kfhost: FaultA.bundle did not return from CheckEnvironment within 1 s\n"},
+         {"Fault B:Initialize:null"},
+         kCrashed,
+         "Fault B crashed in Initialize (signal 11)"},
         {"abort in a module command",
-         "Fault A:command:abort",
          "command \"FLT \" 1\n",
+         {"Fault A:command:abort"},
+         kCrashed,
+         "Fault A crashed in module command \"FLT \" version 1 (signal 6)"},
+        {"a bad pointer handed to a host entry",
+         "menu 32500 24 \"Fault B\"\n",
          {},
-         kfhost::kExitAddOnCrashed,
-         "kfhost: Fault A crashed in module command \"FLT \" version 1 (signal 6)\n"},
+         kCrashed,
+         "Fault B crashed in host entry GetReleaseNumber, called in menu handler 32500 item 24 (signal 11)"},
+        // Only the host's own handler, put back after the first call, tells a host entry from the
+        // add-on's code.
+        {"handlers reset in one call, a crash in the next",
+         "menu 32500 17 \"Fault B\"\nmenu 32500 24 \"Fault A\"\n",
+         {},
+         kCrashed,
+         "Fault A crashed in host entry GetReleaseNumber, called in menu handler 32500 item 24 (signal 11)"},
+        {"handlers reset and a crash in the same call",
+         "menu 32500 18 \"Fault B\"\n",
+         {},
+         kCrashed,
+         "Fault B crashed in menu handler 32500 item 18 (signal 11)"},
+        {"a thread of the add-on crashes after its call returned",
+         "menu 32500 16 \"Fault B\"\nwait 5\n",
+         {},
+         kCrashed,
+         "Fault B crashed after it returned from menu handler 32500 item 16 (signal 11)"},
+        {"raise(SIGALRM) is the add-on's own death, not a hang",
+         "menu 32500 12 \"Fault B\"\n",
+         {},
+         kCrashed,
+         "Fault B crashed in menu handler 32500 item 12 (signal 14)"},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        kftest::TempFolder temp;
-        const HostRun run = RunKfhost(temp, c.script, c.faultAt, c.options);
-        EXPECT_EQ(run.status, c.status) << run.out << run.err;
-        EXPECT_TRUE(run.err.ends_with(c.err)) << run.err;
-    }
+    for (const Case& c : cases)
+        Check(c);
+}
+
+TEST(Crashes, AnAddOnThatEndsTheProcessIsNamed)
+{
+    const Case cases[] = {
+        {"exit(0)",
+         "menu 32500 19 \"Fault B\"\n",
+         {{}, {"--strict"}},
+         kCrashed,
+         "Fault B ended the process in menu handler 32500 item 19 (status 0)"},
+        {"_exit(7)",
+         "menu 32500 20 \"Fault A\"\n",
+         {{}, {"--strict"}},
+         kCrashed,
+         "Fault A ended the process in menu handler 32500 item 20 (status 7)"},
+    };
+    for (const Case& c : cases)
+        Check(c);
+}
+
+// The clock measures the whole call, host entries included, and nothing the add-on does to its
+// signals stops it.
+TEST(Crashes, HangsAreNamedWhateverTheAddOnDoesToItsSignals)
+{
+    const std::string within = " within 1 s";
+    const Case cases[] = {
+        {"endless loop", "menu 32500 3 \"Fault B\"\n", kOneSecond, kHung,
+         "Fault B did not return from menu handler 32500 item 3" + within},
+        {"endless loop in CheckEnvironment, before the name is known",
+         "",
+         {"Fault A:CheckEnvironment:loop", {"--timeout", "1"}},
+         kHung,
+         "FaultA.bundle did not return from CheckEnvironment" + within},
+        {"every signal blocked", "menu 32500 10 \"Fault B\"\n", kOneSecond, kHung,
+         "Fault B did not return from menu handler 32500 item 10" + within},
+        {"alarm(0)", "menu 32500 11 \"Fault A\"\n", kOneSecond, kHung,
+         "Fault A did not return from menu handler 32500 item 11" + within},
+        {"the host waits in its modal dialog, inside the add-on's call", "menu 32500 25 \"Fault B\"\nwait 3\nclick 1\n",
+         kOneSecond, kHung,
+         "Fault B did not return from menu handler 32500 item 25" + within + " (it is in host entry ModalDialog)"},
+        {"a longjmp out of a dialog callback leaves nothing of that call behind",
+         "menu 32500 13 \"Fault B\"\nmenu 32500 8 \"Fault A\"\n",
+         {{}, {}, {}, {}, kJumped},
+         0,
+         "",
+         "warning: Fault B left dialog handler 32600 by jumping past the host (longjmp)"},
+        {"a longjmp out of a dialog callback leaves the watchdog working",
+         "menu 32500 13 \"Fault B\"\nmenu 32500 3 \"Fault A\"\n", kOneSecond, kHung,
+         "Fault A did not return from menu handler 32500 item 3" + within,
+         "warning: Fault B left dialog handler 32600 by jumping past the host (longjmp)"},
+    };
+    for (const Case& c : cases)
+        Check(c);
+
+    // An endless loop through host entries: the report may catch it inside one.
+    kftest::TempFolder temp;
+    const HostRun run = RunKfhost(temp, "menu 32500 9 \"Fault B\"\n", kOneSecond);
+    EXPECT_EQ(run.status, kHung) << run.err;
+    EXPECT_NE(run.err.find("kfhost: Fault B did not return from menu handler 32500 item 9 within 1 s"),
+              std::string::npos)
+        << run.err;
+}
+
+// What need not end the host does not: a broken pipe, calls from other threads (refused, and
+// named), a working folder and umask changed under the host.
+TEST(Crashes, WhatNeedNotEndTheHostDoesNot)
+{
+    const std::string refused = "warning: Fault B called host entry ";
+    const std::string wrongThread = std::to_string(KF_APIERR_WRONGTHREAD);
+    const Case cases[] = {
+        {"raise(SIGPIPE) and a write into a broken pipe",
+         "menu 32500 14 \"Fault B\"\n",
+         {},
+         0,
+         "",
+         "\"Fault B\": the write into the broken pipe failed with EPIPE\n"},
+        {"a call from another thread",
+         "menu 32500 21 \"Fault B\"\n",
+         {},
+         0,
+         "",
+         refused +
+             "RegisterMenu from another thread; refused (every call is made on the host's main thread)\n"
+             "\"Fault B\": a call from another thread answered " +
+             wrongThread + "\n"},
+        {"a thread that calls after its call returned",
+         "menu 32500 15 \"Fault B\"\nwait 0.5\nmenu 32500 8 \"Fault B\"\n",
+         {},
+         0,
+         "",
+         refused + "GetOwnResModule from another thread; refused"},
+        {"a thread's calls fail a strict run",
+         "menu 32500 21 \"Fault B\"\n",
+         {{}, {"--strict"}},
+         1,
+         "",
+         "FAILED end of script: host warning: Fault B called host entry RegisterMenu from another thread"},
+    };
+    for (const Case& c : cases)
+        Check(c);
+}
+
+TEST(Crashes, AChangedWorkingFolderAndUmaskDecideNothingOfTheHosts)
+{
+    kftest::TempFolder temp;
+    const mode_t umask = ::umask(022);
+    ::umask(umask);
+    const HostRun run = RunKfhost(temp, "menu 32500 22 \"Fault B\"\nmenu 32500 23 \"Fault B\"\n", {{}, {}, {}, "fw"});
+    EXPECT_EQ(run.status, 0) << run.err;
+    const fs::path folder = temp.Path() / "fw" / "Written";
+    EXPECT_NE(run.out.find("\"Fault B\": wrote " + (folder / "file.txt").string() + ": 0\n"), std::string::npos)
+        << run.out;
+    struct stat st {};
+    ASSERT_EQ(::stat((folder / "file.txt").c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 0777, 0644 & ~umask);
+    ASSERT_EQ(::stat(folder.c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 0777, 0777 & ~umask);
+}
+
+// Started under timeout(1) with every signal blocked by the add-on and kfhost's own timeout off,
+// the run still ends, and nothing of it stays behind.
+TEST(Crashes, ARunUnderTimeoutEndsWhateverTheAddOnBlocks)
+{
+    kftest::TempFolder temp;
+    const HostRun run = RunKfhost(temp, "menu 32500 10 \"Fault B\"\n", {{}, {"--timeout", "0"}, {"timeout", "1"}, {}});
+    EXPECT_EQ(run.status, 124) << run.err; // timeout's own status: it had to signal
+    EXPECT_NE(run.err.find("kfhost: Fault B did not end on signal 15 in menu handler 32500 item 10: killed"),
+              std::string::npos)
+        << run.err;
+    EXPECT_EQ(EndLeftovers(temp.Path()), std::vector<pid_t>{}) << "a kfhost process outlived its run";
 }
 
 TEST(Crashes, AnExceptionIsReportedAndTheScriptGoesOnAfterAReload)
 {
     kftest::TempFolder temp;
-    const HostRun run =
-        RunKfhost(temp, "menu 32500 6 \"Fault B\"\nreload\nmenu 32500 8 \"Fault B\"\n", "Fault A:FreeData:int", {"-v"});
+    const HostRun run = RunKfhost(temp, "menu 32500 6 \"Fault B\"\nreload\nmenu 32500 8 \"Fault B\"\n",
+                                  {"Fault A:FreeData:int", {"-v"}});
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_NE(run.out.find("exception from \"Fault B\" in menu handler: the fault probe failed on purpose\n"
                            "menu 32500 6 answered APIERR_GENERAL (a general failure)\n> reload\n"
@@ -157,6 +343,48 @@ TEST(Crashes, AnExceptionIsReportedAndTheScriptGoesOnAfterAReload)
     EXPECT_EQ(run.err.find("crashed"), std::string::npos) << run.err;
     EXPECT_NE(run.err.find("kfhost: call Fault B: menu handler 32500 item 8\n"), std::string::npos) << run.err;
     EXPECT_NE(run.err.find("kfhost: call FaultA.bundle: CheckEnvironment\n"), std::string::npos) << run.err;
+
+    // ... and fails a strict run.
+    const HostRun strict = RunKfhost(temp, "menu 32500 6 \"Fault B\"\n", {{}, {"--strict"}});
+    EXPECT_EQ(strict.status, 1) << strict.err;
+    EXPECT_NE(strict.err.find("host warning: exception from \"Fault B\" in menu handler"), std::string::npos)
+        << strict.err;
+}
+
+// In process, without kfhost's parent: the exit hook names an add-on's exit(), and the time the host
+// waits for a person is neither measured nor left on the add-on's clock.
+TEST(CallsInProcess, AnExitInsideACallIsNamed)
+{
+    EXPECT_EXIT(
+        {
+            kfhost::InstallCallReports();
+            kfhost::AddOn addOn;
+            addOn.name = "Probe";
+            const kfhost::AddOnCall call(addOn, "menu handler 1 item 1");
+            std::exit(0);
+        },
+        ::testing::ExitedWithCode(kCrashed), "kfhost: Probe ended the process in menu handler 1 item 1 \\(status 0\\)");
+}
+
+TEST(CallsInProcess, TheTimeAPersonTakesIsNotTheAddOns)
+{
+    EXPECT_EXIT(
+        {
+            kfhost::InstallCallReports();
+            kfhost::SetCallWatch({2, false});
+            kfhost::AddOn addOn;
+            addOn.name = "Probe";
+            {
+                const kfhost::AddOnCall call(addOn, "menu handler 1 item 1");
+                {
+                    const kfhost::UserWait waiting;
+                    std::this_thread::sleep_for(std::chrono::milliseconds(3000));
+                }
+                std::this_thread::sleep_for(std::chrono::milliseconds(500));
+            }
+            std::exit(0);
+        },
+        ::testing::ExitedWithCode(0), "");
 }
 
 } // namespace

@@ -12,6 +12,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QCheckBox>
+#include <QLabel>
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QMenu>
@@ -110,6 +111,11 @@ TEST_F(ProbeWindows, ModalDialogIsWorkedThroughItsWidgets)
                              Do([&] {
                                  EXPECT_EQ(drive.Text(4), "Beta") << "the change message reached the add-on";
                                  EXPECT_EQ(host.Dialogs().Current()->Item(3)->FirstSelected(), 2);
+                                 const auto* icon = qobject_cast<QLabel*>(drive.Item(8));
+                                 ASSERT_NE(icon, nullptr);
+                                 EXPECT_EQ(icon->pixmap().toImage(),
+                                           session.Backend().Icon(host.Dialogs().Current()->resModule, 32759).toImage())
+                                     << "the icon the add-on set for the row";
                                  drive.SelectRow(3, 3);
                              }),
                              Do([&] {
@@ -144,6 +150,34 @@ TEST_F(ProbeWindows, ModalDialogIsWorkedThroughItsWidgets)
     EXPECT_TRUE(Logged(host, "closed 32602 with 1")) << "the close box closes with the cancel item";
     EXPECT_TRUE(Logged(host, "closed 32600 with 1"));
     EXPECT_FALSE(Logged(host, "closed 32600 with 2"));
+}
+
+// The check box shows the state the host holds, whoever set it, and the add-on reads the user's.
+TEST_F(ProbeWindows, TheCheckBoxShowsTheStateTheHostHolds)
+{
+    const KF_HostTable& table = host.AddOns().front()->table;
+    auto box = [&] { return qobject_cast<QCheckBox*>(drive.Item(6)); };
+    drive.Run(Choose(1), {
+                             drive.Shows(32600),
+                             Do([&] { table.SetItemChecked(table.context, host.Dialogs().Current()->id, 6, 1); }),
+                             Do([&] {
+                                 ASSERT_NE(box(), nullptr);
+                                 EXPECT_TRUE(box()->isChecked()) << "set by the add-on";
+                                 EXPECT_FALSE(drive.Item(5)->isVisible()) << "setting it sends no click";
+                                 drive.Click(6);
+                             }),
+                             Do([&] {
+                                 EXPECT_FALSE(box()->isChecked());
+                                 EXPECT_EQ(table.IsItemChecked(table.context, host.Dialogs().Current()->id, 6), 0);
+                                 drive.Click(6);
+                             }),
+                             Do([&] {
+                                 EXPECT_TRUE(box()->isChecked());
+                                 EXPECT_TRUE(drive.Item(5)->isVisible()) << "the add-on read the user's state";
+                                 drive.Click(2);
+                             }),
+                         });
+    EXPECT_TRUE(Logged(host, "closed 32600 with 2"));
 }
 
 TEST_F(ProbeWindows, ModelessWindowStandsBesideTheMainWindow)

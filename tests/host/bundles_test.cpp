@@ -21,6 +21,8 @@ bool Has(const kfhost::Host& host, const std::string& line)
     return std::find(lines.begin(), lines.end(), line) != lines.end();
 }
 
+const std::string kTable = std::to_string(KF_HOST_TABLE_MAJOR) + "." + std::to_string(KF_HOST_TABLE_MINOR);
+
 kfhost::HostConfig Config(const kftest::TempFolder& temp)
 {
     kfhost::HostConfig config;
@@ -40,12 +42,12 @@ TEST(Bundles, LoadInNameOrderAndBrokenOnesAreRefusedWithTheirReasons)
     EXPECT_EQ(results[0].path.filename(), "Missing.bundle");
     EXPECT_EQ(results[0].reason, "no such folder");
     EXPECT_EQ(results[1].path.filename(), "NoEntries.bundle");
-    EXPECT_EQ(results[1].reason, "it exports no KFAddOn_Entry: rebuild it against this host's sdk (host table 2.1) "
-                                 "with kf_add_addon(), which exports KFAddOn_Entry");
+    EXPECT_EQ(results[1].reason, "it exports no KFAddOn_Entry: rebuild it against this host's sdk (host table " +
+                                     kTable + ") with kf_add_addon(), which exports KFAddOn_Entry");
     EXPECT_EQ(results[2].path.filename(), "OldTable.bundle");
     EXPECT_EQ(results[2].reason, "it was built for host table 1 (five loose entry symbols, no KFAddOn_Entry): rebuild "
-                                 "it against this host's sdk (host table 2.1) with kf_add_addon(), which exports "
-                                 "KFAddOn_Entry");
+                                 "it against this host's sdk (host table " +
+                                     kTable + ") with kf_add_addon(), which exports KFAddOn_Entry");
     ASSERT_TRUE(results[3].Loaded());
     ASSERT_TRUE(results[4].Loaded());
     EXPECT_EQ(results[3].addOn->name, "Probe A");
@@ -77,6 +79,47 @@ TEST(Bundles, MalformedResourcesAreRefusedWhileTheOthersLoad)
     EXPECT_TRUE(results[1].Loaded());
 }
 
+// The loader would say "No such file or directory" of a library it cannot run; the host reads the
+// ELF header and says what the library is.
+TEST(Bundles, ALibraryForAnotherMachineIsNamedAsSuch)
+{
+    kftest::TempFolder temp;
+    // ELF identification, then e_type (shared object) and e_machine, little-endian.
+    auto elf = [](unsigned char elfClass, unsigned machine) {
+        std::string header = {'\x7f', 'E', 'L', 'F', char(elfClass), 1, 1, 0};
+        header.resize(16);
+        header += {3, 0, char(machine & 0xff), char(machine >> 8)};
+        header.resize(64);
+        return header;
+    };
+#if defined(__aarch64__)
+    const unsigned other = 62; // x86-64
+    const std::string otherName = "x86-64 (64-bit ELF)", own = "64-bit ARM (64-bit ELF)";
+#else
+    const unsigned other = 183; // 64-bit ARM
+    const std::string otherName = "64-bit ARM (64-bit ELF)", own = "x86-64 (64-bit ELF)";
+#endif
+    const unsigned ownMachine = other == 62 ? 183 : 62;
+    struct Case {
+        std::string name, library, reason;
+    };
+    const Case cases[] = {
+        {"Foreign", elf(2, other), "Foreign.so is built for " + otherName + ", and this host runs on " + own},
+        {"ThirtyTwo", elf(1, ownMachine), "ThirtyTwo.so is built for "},
+        {"Text", "not a library at all, just some text", "Text.so is not a shared library (no ELF header)"},
+        {"Empty", "", "Empty.so is empty, not a shared library"},
+    };
+    kfhost::Host host(Config(temp));
+    for (const Case& c : cases) {
+        const fs::path bundle = temp.Path() / (c.name + ".bundle");
+        fs::create_directories(bundle);
+        kftest::WriteFile(bundle / (c.name + ".so"), c.library);
+        const kfhost::LoadResult result = host.LoadBundle(bundle);
+        EXPECT_FALSE(result.Loaded());
+        EXPECT_TRUE(result.reason.starts_with("cannot be loaded: " + c.reason)) << result.reason;
+    }
+}
+
 TEST(Bundles, AnAddOnThatDoesNotRegisterInThisHostIsNotLoaded)
 {
     kftest::TempFolder temp;
@@ -100,7 +143,7 @@ TEST(Bundles, ModuleCommandsPassBetweenLoadedBundles)
     ASSERT_EQ(host.AddOns().size(), 2u);
 
     // Probe A's menu item 10 tests and calls Probe B by its module identifier.
-    EXPECT_EQ(host.MenuCommand(32500, 10), 0);
+    EXPECT_EQ(host.MenuCommand(32500, 10).code, 0);
     EXPECT_TRUE(Has(host, "alert \"\" \"test: 0x00000000\" \"\" buttons \"OK\""));
     EXPECT_TRUE(Has(host, "alert \"\" \"call: 0x00000000 pong\" \"\" buttons \"OK\""));
 
@@ -112,10 +155,8 @@ TEST(Bundles, ModuleCommandsPassBetweenLoadedBundles)
     EXPECT_TRUE(ok) << host.Log().Text();
 
     const kfhost::ModuleID nobody{0x50524F42, 99};
-    std::string why;
-    EXPECT_EQ(host.ModuleCommand(0x50524245u, 1, &nobody, nullptr, nullptr, false, &why), KF_APIERR_MODULNOTINSTALLED);
-    EXPECT_EQ(host.ModuleCommand(0x50524245u, 2, nullptr, nullptr, nullptr, false, &why),
-              KF_APIERR_MODULCMDNOTSUPPORTED);
+    EXPECT_EQ(host.ModuleCommand({0x50524245u, 1, &nobody}).code, KF_APIERR_MODULNOTINSTALLED);
+    EXPECT_EQ(host.ModuleCommand({0x50524245u, 2}).code, KF_APIERR_MODULCMDNOTSUPPORTED);
 }
 
 TEST(Bundles, DisabledAndUnregisteredMenusAreNotDelivered)
@@ -124,16 +165,24 @@ TEST(Bundles, DisabledAndUnregisteredMenusAreNotDelivered)
     kfhost::Host host(Config(temp));
     kfhost::ScriptRunner script(host);
     host.LoadBundle(kAddOns / "ProbeA.bundle");
-    std::string why;
-    EXPECT_EQ(host.MenuCommand(32500, 11, true, &why), KF_APIERR_BADID);
-    EXPECT_EQ(why, "item 11 of menu 32500 is disabled");
-    EXPECT_EQ(host.MenuCommand(32500, 12, true, &why), KF_APIERR_BADID);
-    EXPECT_EQ(why, "menu 32500 has no item 12");
-    EXPECT_EQ(host.MenuCommand(32501, 1, true, &why), KF_APIERR_BADID);
-    EXPECT_EQ(why, "menu 32501 is not registered");
-    EXPECT_EQ(host.MenuCommand(32501, 1, false, &why), 0) << "the handler is installed all the same";
-    EXPECT_EQ(host.MenuCommand(32502, 1, false, &why), KF_APIERR_BADID);
-    EXPECT_EQ(why, "no handler is installed for menu 32502");
+    struct Case {
+        std::int16_t menu;
+        std::int32_t item;
+        kfhost::MenuCheck check;
+        std::string refusal; // empty: delivered
+    };
+    const Case cases[] = {
+        {32500, 11, kfhost::MenuCheck::Registered, "item 11 of menu 32500 is disabled"},
+        {32500, 12, kfhost::MenuCheck::Registered, "menu 32500 has no item 12"},
+        {32501, 1, kfhost::MenuCheck::Registered, "menu 32501 is not registered"},
+        {32501, 1, kfhost::MenuCheck::HandlerOnly, ""}, // the handler is installed all the same
+        {32502, 1, kfhost::MenuCheck::HandlerOnly, "no handler is installed for menu 32502"},
+    };
+    for (const Case& c : cases) {
+        const kfhost::CommandOutcome sent = host.MenuCommand(c.menu, c.item, nullptr, c.check);
+        EXPECT_EQ(sent.refusal, c.refusal);
+        EXPECT_EQ(sent.code, c.refusal.empty() ? 0 : KF_APIERR_BADID) << c.refusal;
+    }
 }
 
 } // namespace

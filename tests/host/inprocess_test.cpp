@@ -138,6 +138,7 @@ click 2
     EXPECT_TRUE(Logged("closed 32602 with 1"));
     EXPECT_TRUE(Logged("closed 32600 with 2"));
     EXPECT_EQ(host.CurrentDialog(), nullptr);
+    EXPECT_EQ(probe::Get().lastIcon, 32760) << "the icon item shows the selected row's icon";
 }
 
 TEST_F(InProcess, FailedExpectationsNameTheLineAndWhatWasThere)

@@ -165,27 +165,36 @@ TEST(Resources, IconsArePngFilesNamedByNumber)
 } // namespace
 
 // The reader decides an icon's size for every backend: a header that claims more than an icon can
-// be is refused where it is read, with the file and the position of the size.
+// be, in either direction, is refused where it is read, with the file and the position of the size;
+// exactly the limit is an icon.
 TEST(Resources, IconsOfAnInsaneSizeAreRefusedByTheReader)
 {
     kftest::TempFolder temp;
     std::string png = kftest::ReadFile(std::filesystem::path(KF_PROBE_RESOURCES) / "common" / "icons" / "32758.png");
-    const auto withSize = [&](std::uint32_t side) {
+    const auto withSize = [&](std::uint32_t width, std::uint32_t height) {
         std::string copy = png;
-        for (int field : {16, 20})
+        for (const auto& [field, side] : {std::pair{16, width}, std::pair{20, height}})
             for (int i = 0; i < 4; ++i)
                 copy[std::size_t(field + i)] = char((side >> (24 - 8 * i)) & 0xFF);
         return copy;
     };
-    for (std::uint32_t const side : {20000u, 4294967295u, kfhost::kMaxIconSide + 1}) {
-        kftest::WriteFile(temp.Path() / "7.png", withSize(side));
+    constexpr std::uint32_t limit = kfhost::kMaxIconSide;
+    static_assert(limit == 1024);
+    const std::pair<std::uint32_t, std::uint32_t> refused[] = {
+        {limit + 1, 16}, {16, limit + 1}, {limit + 1, limit + 1}, {20000, 20000}, {4294967295u, 16}, {0, 16}, {16, 0}};
+    for (const auto& [width, height] : refused) {
+        SCOPED_TRACE(std::to_string(width) + "x" + std::to_string(height));
+        kftest::WriteFile(temp.Path() / "7.png", withSize(width, height));
         try {
             kfhost::LoadResourceFolder(temp.Path());
-            ADD_FAILURE() << side;
+            ADD_FAILURE() << "accepted";
         } catch (const ResourceError& e) {
             EXPECT_NE(std::string(e.what()).find("7.png:1:17:"), std::string::npos) << e.what();
         }
     }
-    kftest::WriteFile(temp.Path() / "7.png", withSize(kfhost::kMaxIconSide));
-    EXPECT_EQ(kfhost::LoadResourceFolder(temp.Path()).icons.at(7).width, kfhost::kMaxIconSide);
+    for (const auto& [width, height] : {std::pair{limit, 16u}, std::pair{16u, limit}, std::pair{limit, limit}}) {
+        kftest::WriteFile(temp.Path() / "7.png", withSize(width, height));
+        const kfhost::IconResource icon = kfhost::LoadResourceFolder(temp.Path()).icons.at(7);
+        EXPECT_EQ(std::pair(icon.width, icon.height), std::pair(width, height));
+    }
 }

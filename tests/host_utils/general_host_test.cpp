@@ -55,11 +55,11 @@ TEST_F(ProjectTest, WithoutTheHostNothingIsAnswered)
 
 class RenderingTest : public HostTest {
 protected:
-    void Start(const char* engines, const char* current)
+    void Start(std::vector<std::string> engines, std::int32_t current)
     {
         kfhost::HostConfig config;
-        config.settings["rendering-engines"] = engines;
-        config.settings["rendering-current"] = current;
+        config.renderingEngines = std::move(engines);
+        config.currentEngine = current;
         HostTest::Start(config);
     }
     size_t Changes() const
@@ -73,7 +73,7 @@ protected:
 
 TEST_F(RenderingTest, TheCurrentEngineIsMatchedAnywhereInItsMenuTextIgnoringCase)
 {
-    Start("Basic Shading\nSketch Line Renderer\nSKETCH lines pro\n", "1");
+    Start({"Basic Shading", "Sketch Line Renderer", "SKETCH lines pro"}, 1);
     EXPECT_EQ(KF_General::CheckCurrentRenderingEngine(K("shading")), 1);
     EXPECT_EQ(KF_General::CheckCurrentRenderingEngine(K("ASIC SHAD")), 1);
     EXPECT_EQ(KF_General::CheckCurrentRenderingEngine(K("sketch")), 0);
@@ -81,7 +81,7 @@ TEST_F(RenderingTest, TheCurrentEngineIsMatchedAnywhereInItsMenuTextIgnoringCase
 
 TEST_F(RenderingTest, TheLowestMatchingEngineIsChosenAndAChoiceIsSentOnlyWhenItChanges)
 {
-    Start("Basic Shading\nSketch Line Renderer\nSKETCH lines pro\n", "1");
+    Start({"Basic Shading", "Sketch Line Renderer", "SKETCH lines pro"}, 1);
     EXPECT_TRUE(KF_General::SetRenderingEngine(K("sketch")));
     EXPECT_TRUE(TranscriptHas("rendering engine 2 \"Sketch Line Renderer\""));
     EXPECT_EQ(KF_General::CheckCurrentRenderingEngine(K("line renderer")), 1);

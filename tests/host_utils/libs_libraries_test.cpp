@@ -3,6 +3,7 @@
 #include "LibsFixture.hpp"
 
 #include "BM.hpp"
+#include "BMTesting.hpp"
 #include "KF/KF_General.hpp"
 #include "KF/KF_LibPart.hpp"
 
@@ -32,7 +33,7 @@ TEST_F(LibrariesTest, TheLibraryTheHostNamesComesFirst)
     fs::path const a = Library("A", {}), b = Library("B", {}), c = Library("C", {});
     kfhost::HostConfig config;
     config.libraries = {a, b};
-    config.settings["embedded-library"] = c.string(); // position 2 of A, B, C
+    config.embeddedLibrary = c; // position 2 of A, B, C
     Start(config);
     const long handles = BMTesting::LiveHandleCount();
     EXPECT_EQ(Loaded(), (std::vector<std::string>{c.string(), a.string(), b.string()}));

@@ -24,12 +24,11 @@ TEST(FixedBuffers, MenuTextsAreCutToTheBufferAtACharacterBoundary)
                           {std::string(256, 'c'), 255},
                           {std::string(257, 'd'), 255},
                           {accented, 254}};
-    std::string engines;
-    for (const Case& c : cases)
-        engines += c.text + "\n";
     kfhost::HostConfig config;
-    config.settings["rendering-engines"] = engines;
-    config.settings["rendering-current"] = "1";
+    config.renderingEngines.emplace();
+    for (const Case& c : cases)
+        config.renderingEngines->push_back(c.text);
+    config.currentEngine = 1;
     kftest::InProcessHost host(config);
     host.Attach();
     ASSERT_EQ(EXPGetRendNum(), 5);

@@ -1,5 +1,5 @@
-// DG calls of an add-on against the host's dialog model: lists, item states, modeless messages,
-// file dialogs and file types.
+// DG calls of an add-on against the host's dialog model: lists, item states, check boxes and icon
+// items, modeless messages, file dialogs and file types.
 #include "DG.hpp"
 #include "HostAPI.hpp"
 #include "kftest/InProcessHost.hpp"
@@ -42,6 +42,8 @@ dialog 100 "Lists" size 200 100 cancel 2
   2 button 0 0 10 10 "Cancel"
   3 list 0 0 100 100
   4 static 0 0 10 10 "label"
+  5 checkbox 0 0 10 10 "Check"
+  6 icon 0 0 32 32 32758
 end
 )");
         host.Attach();
@@ -136,6 +138,31 @@ TEST_F(Dialogs, UserActionsReachTheCallbackAndAClickAnswerCloses)
     EXPECT_EQ(gMessages[1].item, 1);
     EXPECT_FALSE(DGIsDialogOpen(dialog));
     EXPECT_EQ(host.Transcript().back(), "closed 100 with 1 result 10");
+}
+
+TEST_F(Dialogs, CheckBoxesAndIconItemsAreReadAndSetOnlyForTheirKind)
+{
+    DGShowModelessDialog(dialog);
+    EXPECT_FALSE(DGIsItemChecked(dialog, 5));
+    gMessages.clear();
+    DGSetItemChecked(dialog, 5, true);
+    EXPECT_TRUE(DGIsItemChecked(dialog, 5));
+    EXPECT_TRUE(gMessages.empty()) << "setting the state sends no message";
+    EXPECT_TRUE(host.Run("expect checked 5\nclick 5\nexpect unchecked 5\n"));
+    EXPECT_FALSE(DGIsItemChecked(dialog, 5)) << "the user's click is what the add-on reads";
+    DGSetItemChecked(dialog, 1, true);
+    EXPECT_FALSE(host.CurrentDialog()->Item(1)->checked) << "a button has no check state";
+    EXPECT_FALSE(DGIsItemChecked(dialog, 1));
+    EXPECT_FALSE(DGIsItemChecked(dialog, 99));
+
+    EXPECT_EQ(DGGetItemIcon(dialog, 6), 32758);
+    DGSetItemIcon(dialog, 6, 32760);
+    EXPECT_EQ(DGGetItemIcon(dialog, 6), 32760);
+    EXPECT_EQ(host.CurrentDialog()->Item(6)->iconResID, 32760);
+    DGSetItemIcon(dialog, 4, 32760);
+    EXPECT_EQ(host.CurrentDialog()->Item(4)->iconResID, 0) << "a static text shows no icon";
+    EXPECT_EQ(DGGetItemIcon(dialog, 4), 0);
+    EXPECT_EQ(DGGetItemIcon(dialog, 99), 0);
 }
 
 TEST_F(Dialogs, ModelessCloseFromOutsideAndTheCloseBox)

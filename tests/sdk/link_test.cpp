@@ -23,7 +23,7 @@ TEST(HostLink, RefusesAnotherMajorOrLessThanItsFirstMinorAndReadsLaterEntriesAsA
     table.version.major = KF_HOST_TABLE_MAJOR + 1;
     EXPECT_EQ(kfsdk::InstallHostTable(&table), KF_APIERR_BADTABLEVERSION);
     table.version.major = KF_HOST_TABLE_MAJOR;
-    table.size = KF_HOST_TABLE_SIZE_2_0 - sizeof(void*);
+    table.size = KF_HOST_TABLE_SIZE_2_0 - 1; // one byte short of the first minor
     EXPECT_EQ(kfsdk::InstallHostTable(&table), KF_APIERR_BADTABLEVERSION);
     EXPECT_EQ(kfsdk::CurrentHostTable(), nullptr);
 
@@ -36,9 +36,19 @@ TEST(HostLink, RefusesAnotherMajorOrLessThanItsFirstMinorAndReadsLaterEntriesAsA
     const IO::Location to(Base::UniString::FromUTF8((host.TempDir() / "b").string()));
     EXPECT_EQ(IO::FileSystem::MoveOver(from, to), APIERR_GENERAL);
 
-    table.size = sizeof(KF_HostTable) + 64; // a newer host with more entries is fine
-    EXPECT_EQ(kfsdk::InstallHostTable(&table), KF_NOERROR);
-    EXPECT_NE(kfsdk::CurrentHostTable()->MoveOver, nullptr);
+    // The last entry: present when the size ends exactly behind it, absent when it ends a byte
+    // short (never half copied), present in a newer host with more entries.
+    table.version.minor = KF_HOST_TABLE_MINOR;
+    const short dialog = 1;
+    for (const std::uint32_t size : {std::uint32_t(sizeof(KF_HostTable) - 1), std::uint32_t(sizeof(KF_HostTable)),
+                                     std::uint32_t(sizeof(KF_HostTable) + 64)}) {
+        SCOPED_TRACE(size);
+        table.size = size;
+        ASSERT_EQ(kfsdk::InstallHostTable(&table), KF_NOERROR);
+        EXPECT_EQ(kfsdk::CurrentHostTable()->GetItemIcon != nullptr, size >= sizeof(KF_HostTable));
+        EXPECT_EQ(DGGetItemIcon(dialog, 1), 0) << "no such dialog either way";
+        EXPECT_NE(kfsdk::CurrentHostTable()->MoveOver, nullptr);
+    }
     kfsdk::InstallHostTable(nullptr);
 }
 
@@ -155,7 +165,7 @@ TEST(HostLink, ServicesComeFromTheHostsConfiguration)
 {
     kfhost::HostConfig config;
     config.updateServer = "127.0.0.1:8080";
-    config.settings["download-limit"] = "5";
+    config.downloadLimit = 5;
     kftest::InProcessHost host(config);
     host.Attach();
     ASSERT_NE(HostServices::UpdateServer(), nullptr);

@@ -25,20 +25,25 @@ namespace {
 
 constexpr auto kShared = KF_AddonSettings_AllAddons;
 
-// Runs call on a thread and waits a few seconds. A call blocked in opening fifo is let go by
-// opening the other end, so that a failing test ends instead of hanging.
+// Runs call and gives it a few seconds: a call blocked in opening fifo is let go by a helper thread
+// that opens the other end, so that a failing test ends instead of hanging. The call itself runs on
+// this thread, the host's main thread, as every call into the host must.
 bool EndsPromptly(const std::function<void()>& call, const fs::path& fifo)
 {
-    auto done = std::async(std::launch::async, call);
-    if (done.wait_for(std::chrono::seconds(5)) == std::future_status::ready)
-        return true;
-    for (int flags : {O_WRONLY | O_NONBLOCK, O_RDONLY | O_NONBLOCK}) {
-        const int fd = ::open(fifo.c_str(), flags);
-        if (fd >= 0)
-            ::close(fd);
-    }
-    done.wait();
-    return false;
+    std::promise<void> finished;
+    auto watcher = std::async(std::launch::async, [&fifo, done = finished.get_future()] {
+        if (done.wait_for(std::chrono::seconds(5)) == std::future_status::ready)
+            return true;
+        for (int flags : {O_WRONLY | O_NONBLOCK, O_RDONLY | O_NONBLOCK}) {
+            const int fd = ::open(fifo.c_str(), flags);
+            if (fd >= 0)
+                ::close(fd);
+        }
+        return false;
+    });
+    call();
+    finished.set_value();
+    return watcher.get();
 }
 
 std::string Plain(const fs::path& file)

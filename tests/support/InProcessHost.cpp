@@ -93,13 +93,16 @@ void InProcessHost::Unload()
 
 std::int32_t InProcessHost::Menu(std::int16_t menuResID, std::int32_t itemIndex, bool requireRegistered)
 {
-    return host_->MenuCommand(menuResID, itemIndex, requireRegistered);
+    return host_
+        ->MenuCommand(menuResID, itemIndex, nullptr,
+                      requireRegistered ? kfhost::MenuCheck::Registered : kfhost::MenuCheck::HandlerOnly)
+        .code;
 }
 
 std::int32_t InProcessHost::Command(std::uint32_t cmd, std::int32_t version, std::optional<kfhost::ModuleID> target,
                                     void* params, char* resultData, bool silent)
 {
-    return host_->ModuleCommand(cmd, version, target ? &*target : nullptr, params, resultData, silent);
+    return host_->ModuleCommand({cmd, version, target ? &*target : nullptr, params, resultData, silent}).code;
 }
 
 void InProcessHost::Queue(std::string_view lines)

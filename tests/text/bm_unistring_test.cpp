@@ -1,5 +1,6 @@
 // The sdk pieces under the text foundation: memory handles and the host's Unicode string.
 #include "BM.hpp"
+#include "BMTesting.hpp"
 #include "HostUniString.hpp"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,5 @@
 #include "KF/KF_List.hpp"
+#include "BMTesting.hpp"
 
 #include <gtest/gtest.h>
 

@@ -42,7 +42,7 @@ protected:
     std::map<std::string, std::string> OwnSettings() const;
     std::filesystem::path VersionsCopy() const;
 
-    std::int32_t Menu(short item) { return host_->Host().MenuCommand(kMenu, item); }
+    std::int32_t Menu(short item) { return host_->Host().MenuCommand(kMenu, item).code; }
     bool MenuChecked(short item);
     bool RunUntil(const std::function<bool()>& pred, double seconds = 5.0) { return host_->RunUntil(pred, seconds); }
     // The results dialog when it is open and shown.

@@ -162,7 +162,7 @@ namespace {
 kfhost::HostConfig ConfigWithLimit(double seconds)
 {
     kfhost::HostConfig config;
-    config.settings["download-limit"] = std::to_string(seconds);
+    config.downloadLimit = seconds;
     return config;
 }
 

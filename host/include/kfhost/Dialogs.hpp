@@ -159,8 +159,6 @@ public:
     bool TypeText(Dialog& dialog, std::int16_t item, const std::u16string& text, std::string* why = nullptr);
     void CloseBox(Dialog& dialog);
 
-    std::uint64_t OpenedCount() const { return opened_; }
-
 private:
     Dialog& Create(AddOn& owner, std::int32_t resModule, const DialogTemplate& tmpl, KF_DialogProc proc, void* cookie,
                    std::int64_t userData, bool modal);
@@ -174,7 +172,6 @@ private:
     std::vector<std::int16_t> zOrder_; // visible modeless, front last
     std::int16_t nextID_ = 1;
     int callDepth_ = 0;
-    std::uint64_t opened_ = 0;
 };
 
 } // namespace kfhost

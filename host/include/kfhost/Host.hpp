@@ -16,6 +16,8 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <string_view>
+#include <system_error>
 #include <string>
 #include <type_traits>
 #include <typeindex>
@@ -33,20 +35,47 @@ inline constexpr std::int32_t kPlatform = 1; // the code of the platform add-ons
 inline constexpr std::uint32_t kMenuItemDisabled = 1;
 inline constexpr std::uint32_t kMenuItemChecked = 2;
 
+// Seconds one download may take, as far as the host lets a setting go.
+inline constexpr std::pair<double, double> kDownloadLimitRange{0.001, 86400.0};
+
 struct HostConfig {
     std::int32_t release = kDefaultRelease;
-    std::filesystem::path frameworkFolder;       // special location 13; empty: a per-user data folder
+    std::filesystem::path frameworkFolder;       // special location 13; empty: DefaultFrameworkFolder()
     std::int32_t textEncoding = KF_TEXTENC_UTF8; // or KF_TEXTENC_MACROMAN
     std::int32_t serverApplication = 0;
     std::vector<std::filesystem::path> libraries;
+    std::filesystem::path embeddedLibrary; // the open project's own library folder; empty: none
     std::filesystem::path project;
-    std::string updateServer;
-    bool launch = false;                         // really start what add-ons ask to launch
-    std::map<std::string, std::string> settings; // --set KEY=VALUE
+    // Menu texts (UTF-8) of the rendering engines; nothing: three of the host's own.
+    std::optional<std::vector<std::string>> renderingEngines;
+    std::optional<std::int32_t> currentEngine; // 1-based, 0: none; nothing: the first
+    std::string updateServer;                  // empty: the host names none
+    std::optional<double> downloadLimit;       // seconds; nothing: the host sets no limit of its own
+    bool launch = false;                       // really start what add-ons ask to launch
 };
 
-// The per-user default of the framework folder ($XDG_DATA_HOME/kfhost/framework).
-std::filesystem::path DefaultFrameworkFolder();
+// Sets the host setting key (as --set KEY=VALUE names it) from its text; answers why it refuses
+// (naming the setting), or nothing. download-limit takes a positive number of seconds, held to
+// kDownloadLimitRange.
+std::string ApplySetting(HostConfig& config, std::string_view key, std::string_view value);
+// Makes every path of config absolute, so that no add-on's change of the working folder moves it.
+void MakePathsAbsolute(HostConfig& config);
+
+// The per-user default of the framework folder: $XDG_DATA_HOME/kfhost/framework, else under
+// $HOME/.local/share. Without either, a folder no other user can have made first (under
+// $XDG_RUNTIME_DIR, else a kfhost-<uid> folder of mode 0700 in the temporary folder whose owner
+// and mode are checked); when none can be had, no folder and why.
+struct FrameworkFolderChoice {
+    std::filesystem::path folder;
+    std::string refusal;
+};
+FrameworkFolderChoice DefaultFrameworkFolder();
+
+// The file mode creation mask of the host, read before any add-on runs: the host's files and
+// folders get their modes from it, whatever an add-on's umask says.
+unsigned HostUmask();
+// Creates folder and its missing parents with the host's modes.
+std::error_code CreateFolders(const std::filesystem::path& folder);
 
 struct MenuHandler {
     KF_MenuProc proc = nullptr;
@@ -96,6 +125,26 @@ struct LoadResult {
     bool Loaded() const { return addOn != nullptr; }
 };
 
+// What became of a menu or module command the host was asked to send.
+struct CommandOutcome {
+    std::int32_t code = 0; // the handler's answer; when it was not delivered, the host's code for why
+    std::string refusal;   // why the host could not deliver it; empty when the handler ran
+    bool Delivered() const { return refusal.empty(); }
+};
+
+enum class MenuCheck { Registered, HandlerOnly };
+
+// A module command: target null is the first loaded add-on that serves it. params and resultData
+// belong to the sender and live during the call only (see KF_ModulCommandProc).
+struct ModuleCommandCall {
+    std::uint32_t cmd = 0;
+    std::int32_t version = 0;
+    const ModuleID* target = nullptr;
+    void* params = nullptr;
+    char* resultData = nullptr;
+    bool silent = false;
+};
+
 struct MenuItemState {
     std::u16string text;
     std::uint32_t flags = 0; // kMenuItemDisabled, kMenuItemChecked
@@ -135,10 +184,12 @@ public:
     Host& operator=(const Host&) = delete;
 
     const HostConfig& Config() const { return config_; }
+    // What the host tells an add-on about itself.
+    KF_ServerInfo ServerInfo() const;
     // The open project file (the user opens another project).
-    void SetProject(std::filesystem::path project) { config_.project = std::move(project); }
+    void SetProject(std::filesystem::path project);
     // Empty: the host has no framework folder (special location 13 is not found).
-    void SetFrameworkFolder(std::filesystem::path folder) { config_.frameworkFolder = std::move(folder); }
+    void SetFrameworkFolder(std::filesystem::path folder);
 
     // ---- loading: table, CheckEnvironment, RegisterInterface, Initialize ----
     LoadResult LoadBundle(const std::filesystem::path& bundle);
@@ -162,17 +213,13 @@ public:
     AddOn* FromContext(KF_HostContext* context);
 
     // ---- menus and module commands ----
-    // Sends a menu command as a user's choice and answers the handler's code; with
-    // requireRegistered the menu must have been registered and the item must exist. When the host
-    // cannot deliver it, the answer is APIERR_BADID and *why (when given) says why.
-    // Menus are per add-on: target picks the add-on (null: the first whose menu or handler fits).
-    std::int32_t MenuCommand(std::int16_t menuResID, std::int32_t itemIndex, bool requireRegistered = true,
-                             std::string* why = nullptr, AddOn* target = nullptr);
-    // A module command as another add-on would send it; target null: the first loaded add-on that
-    // serves the command.
-    std::int32_t ModuleCommand(std::uint32_t cmd, std::int32_t version, const ModuleID* target = nullptr,
-                               void* params = nullptr, char* resultData = nullptr, bool silent = false,
-                               std::string* why = nullptr);
+    // Sends a menu command as a user's choice. Menus are per add-on: target picks the add-on (null:
+    // the first whose menu or handler fits). With MenuCheck::Registered the menu must have been
+    // registered and the item must exist and be enabled; HandlerOnly needs only a handler.
+    CommandOutcome MenuCommand(std::int16_t menuResID, std::int32_t itemIndex, AddOn* target = nullptr,
+                               MenuCheck check = MenuCheck::Registered);
+    // A module command as another add-on would send it.
+    CommandOutcome ModuleCommand(const ModuleCommandCall& call);
     const std::vector<RegisteredMenu>& Menus() const { return menus_; }
     // Adds a menu, or replaces the one of the same number its owner registered before.
     void RegisterMenu(RegisteredMenu menu);
@@ -192,9 +239,11 @@ public:
     void SetRunLoop(std::unique_ptr<RunLoop> loop);
     FileFaults& Faults() { return faults_; }
     Transcript& Log() { return transcript_; }
-    // Something an add-on asked for that the host could not give; logged and kept.
+    // Something an add-on asked for that the host could not give, or did that it should not; logged
+    // and kept (a failure under --strict).
     void Warn(std::string line);
-    const std::vector<std::string>& Warnings() const { return warnings_; }
+    // Also those made on other threads so far.
+    const std::vector<std::string>& Warnings();
 
     // The state a service keeps in this host, made on first use.
     template <class State>
@@ -214,7 +263,6 @@ public:
     // ---- operating-system services ----
     const std::vector<std::vector<std::string>>& Launched() const { return launched_; }
     std::int32_t Spawn(const std::vector<std::string>& argv);
-    const char* Setting(const std::string& key) const;
 
     // ---- what add-ons registered ----
     const std::map<std::int32_t, AddOn*>& ModelessWindows() const { return modelessWindows_; } // by reference id
@@ -232,6 +280,7 @@ public:
 private:
     // The transcript names the bundle as the caller did (named), the add-on sees its absolute path.
     LoadResult Load(std::unique_ptr<AddOn> addOn, const std::filesystem::path& named);
+    LoadResult LoadBundleAt(const std::filesystem::path& absolute, const std::filesystem::path& named);
     void Forget(AddOn& addOn); // drops what the add-on registered
     void Unload(AddOn& addOn); // FreeData, Forget, dlclose; the record goes too
 
@@ -252,6 +301,10 @@ private:
     std::vector<AddOn*> builtInLibraries_;
     std::map<std::type_index, std::unique_ptr<ServiceState>> services_;
 };
+
+// Why the shared library at path cannot be loaded on this machine (built for another processor or
+// word size, or no ELF file at all), or nothing when it may be.
+std::string ForeignLibrary(const std::filesystem::path& path);
 
 // The host's file error code (KF_IOERR_...) for a system error number.
 std::int32_t FileErrorFromErrno(int error);

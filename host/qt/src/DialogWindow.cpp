@@ -36,17 +36,12 @@ std::string Signature(const Dialog& dialog)
 } // namespace
 
 DialogWindow::DialogWindow(QtBackend& backend, const Dialog& dialog, QWidget* parent)
-    : QDialog(parent),
-      backend_(backend),
-      dialogID_(dialog.id),
-      resID_(dialog.resID),
-      resModule_(dialog.resModule),
-      modal_(dialog.modal)
+    : QDialog(parent), backend_(backend), dialogID_(dialog.id), resID_(dialog.resID), resModule_(dialog.resModule)
 {
     setObjectName(QStringLiteral("dialog%1").arg(dialog.resID));
     setAttribute(Qt::WA_DeleteOnClose, false);
     setSizeGripEnabled(false);
-    if (modal_)
+    if (dialog.modal)
         setWindowModality(Qt::ApplicationModal);
     Build(dialog);
     Sync(dialog);

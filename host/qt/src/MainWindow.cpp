@@ -85,9 +85,7 @@ void MainWindow::FillMenu(QMenu& menu, std::int16_t resID)
             action, &QAction::triggered, this,
             [this, resID, index] {
                 host_.Log().Add("> menu " + std::to_string(resID) + " " + std::to_string(index));
-                std::string why;
-                host_.MenuCommand(resID, index, true, &why);
-                if (!why.empty())
+                if (const std::string why = host_.MenuCommand(resID, index).refusal; !why.empty())
                     host_.Log().Add("refused: " + why);
                 UpdateStatus();
             },
@@ -109,9 +107,7 @@ void MainWindow::FillHostMenu(QMenu& menu)
                 menu.addAction(Q(label)), &QAction::triggered, this,
                 [this, target, code, v] {
                     host_.Log().Add("> command " + Quote(FourCCText(code)) + " " + std::to_string(v));
-                    std::string why;
-                    host_.ModuleCommand(code, v, &target->moduleID, nullptr, nullptr, false, &why);
-                    if (!why.empty())
+                    if (const std::string why = host_.ModuleCommand({code, v, &target->moduleID}).refusal; !why.empty())
                         host_.Log().Add("refused: " + why);
                     UpdateStatus();
                 },

@@ -1,5 +1,6 @@
 #include "kfhost/qt/QtBackend.hpp"
 
+#include "kfhost/Calls.hpp"
 #include "kfhost/Host.hpp"
 #include "kfhost/script/Runner.hpp"
 #include "kfhost/Text.hpp"
@@ -17,6 +18,13 @@
 
 namespace kfhost::qt {
 namespace {
+
+// A system dialog run for a person: the time it takes is not the add-on's (--timeout).
+int UsersAnswer(QDialog& dialog)
+{
+    const UserWait waiting;
+    return dialog.exec();
+}
 
 QString Q(const std::u16string& text)
 {
@@ -138,7 +146,10 @@ void QtBackend::RunModal(Dialog& dialog)
     modalLoops_[id] = &loop;
     const bool scripted = scripted_;
     scripted_ = false; // what happens now is the user's doing
-    loop.exec(QEventLoop::DialogExec);
+    {
+        const UserWait waiting; // the time a person takes is not the add-on's (--timeout)
+        loop.exec(QEventLoop::DialogExec);
+    }
     scripted_ = scripted;
     modalLoops_.erase(id);
 }
@@ -212,7 +223,7 @@ std::int16_t QtBackend::Alert(const AlertRequest& request)
         return transcript_.Alert(request);
     }
     transcript_.Alert(request);
-    box.exec();
+    UsersAnswer(box);
     const auto chosen = std::find(buttons.begin(), buttons.end(), box.clickedButton());
     return chosen == buttons.end() ? std::int16_t(1) : std::int16_t(chosen - buttons.begin() + 1);
 }
@@ -241,7 +252,7 @@ std::optional<FileAnswer> QtBackend::ChooseFile(const FileRequest& request)
                        : request.type == 1 ? QFileDialog::ExistingFiles
                                            : QFileDialog::ExistingFile);
     const std::string line = "file dialog " + Quote(request.title);
-    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) {
+    if (UsersAnswer(dialog) != QDialog::Accepted || dialog.selectedFiles().isEmpty()) {
         host_.Log().Add(line + " -> cancel");
         return std::nullopt;
     }
@@ -261,7 +272,7 @@ std::optional<std::u16string> QtBackend::ChooseFolder(const FolderRequest& reque
     dialog.setFileMode(QFileDialog::Directory);
     dialog.setOption(QFileDialog::ShowDirsOnly, true);
     const std::string line = "folder dialog " + Quote(request.title);
-    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) {
+    if (UsersAnswer(dialog) != QDialog::Accepted || dialog.selectedFiles().isEmpty()) {
         host_.Log().Add(line + " -> cancel");
         return std::nullopt;
     }

@@ -27,12 +27,12 @@ Action Menu(Args& args)
         AddOn* target = nullptr;
         if (addOn && !(target = host.FindAddOn(*addOn)))
             return runner.Fail("no add-on named " + Quote(*addOn) + " is loaded");
-        std::string why;
-        const std::int32_t code = host.MenuCommand(res, item, true, &why, target);
-        if (!why.empty())
-            runner.Fail(why);
-        else if (code != 0)
-            host.Log().Add("menu " + std::to_string(res) + " " + std::to_string(item) + " answered " + ErrorText(code));
+        const CommandOutcome sent = host.MenuCommand(res, item, target);
+        if (!sent.Delivered())
+            runner.Fail(sent.refusal);
+        else if (sent.code != 0)
+            host.Log().Add("menu " + std::to_string(res) + " " + std::to_string(item) + " answered " +
+                           ErrorText(sent.code));
     };
 }
 
@@ -60,13 +60,11 @@ Action Command(Args& args)
     }
     return [=](ScriptRunner& runner) {
         Host& host = runner.GetHost();
-        std::string why;
-        const std::int32_t code =
-            host.ModuleCommand(cmd, version, target ? &*target : nullptr, nullptr, nullptr, false, &why);
-        if (!why.empty())
-            runner.Fail(why);
-        else if (code != 0)
-            host.Log().Add("command " + Quote(FourCCText(cmd)) + " answered " + ErrorText(code));
+        const CommandOutcome sent = host.ModuleCommand({cmd, version, target ? &*target : nullptr});
+        if (!sent.Delivered())
+            runner.Fail(sent.refusal);
+        else if (sent.code != 0)
+            host.Log().Add("command " + Quote(FourCCText(cmd)) + " answered " + ErrorText(sent.code));
     };
 }
 

@@ -73,12 +73,12 @@ LibraryState& StateOf(Host& host)
             if (const AddResult r = Load(host, state, folder, true); Refusal(r) != KF_NOERROR)
                 host.Warn("library refused " + Quote(folder.string()) + ": " + Reason(r));
         }
-        if (const char* embedded = host.Setting("embedded-library"); embedded && *embedded) {
+        if (const fs::path& embedded = host.Config().embeddedLibrary; !embedded.empty()) {
             const AddResult r = Load(host, state, embedded, true);
             if (r == AddResult::Added)
                 state.embedded = std::ptrdiff_t(state.catalog.Libraries().size()) - 1;
             else if (Refusal(r) != KF_NOERROR)
-                host.Warn("library refused " + Quote(embedded) + ": " + Reason(r));
+                host.Warn("library refused " + Quote(embedded.string()) + ": " + Reason(r));
         }
     }
     std::vector<fs::path> current;
@@ -95,6 +95,28 @@ LibraryState& StateOf(Host& host)
     }
     return state;
 }
+
+std::u16string_view NameOf(const KF_LibPartRecord& record)
+{
+    constexpr std::size_t room = sizeof record.name / sizeof record.name[0];
+    std::size_t length = 0;
+    while (length < room && record.name[length] != 0)
+        ++length;
+    return {reinterpret_cast<const char16_t*>(record.name), length};
+}
+
+void Answer(const Part& part, KF_LibPartRecord& record, const KF_StringOut* location)
+{
+    record.index = part.index;
+    record.typeID = part.type;
+    record.missingDef = part.missingDef ? 1 : 0;
+    record.isPlaceable = libraries::IsPlaceable(part.type) ? 1 : 0;
+    Emit(location, FromUTF8(part.file.string()));
+}
+
+} // namespace
+
+namespace entry {
 
 KF_Err RegisterBuiltInLibrary(KF_HostContext* c)
 {
@@ -138,24 +160,6 @@ KF_Err AddLibrary(KF_HostContext* c, const KF_UChar* folder, std::int32_t length
     return KF_NOERROR;
 }
 
-std::u16string_view NameOf(const KF_LibPartRecord& record)
-{
-    constexpr std::size_t room = sizeof record.name / sizeof record.name[0];
-    std::size_t length = 0;
-    while (length < room && record.name[length] != 0)
-        ++length;
-    return {reinterpret_cast<const char16_t*>(record.name), length};
-}
-
-void Answer(const Part& part, KF_LibPartRecord& record, const KF_StringOut* location)
-{
-    record.index = part.index;
-    record.typeID = part.type;
-    record.missingDef = part.missingDef ? 1 : 0;
-    record.isPlaceable = libraries::IsPlaceable(part.type) ? 1 : 0;
-    Emit(location, FromUTF8(part.file.string()));
-}
-
 // createIfMissing is not offered: nothing is ever created.
 KF_Err LibPartSearch(KF_HostContext* c, KF_LibPartRecord* record, std::int32_t /*createIfMissing*/,
                      std::int32_t onlyPlaceable, const KF_StringOut* location)
@@ -186,15 +190,6 @@ KF_Err LibPartGet(KF_HostContext* c, KF_LibPartRecord* record, const KF_StringOu
     return KF_NOERROR;
 }
 
-} // namespace
-
-void FillLibraryEntries(KF_HostTable& t)
-{
-    t.RegisterBuiltInLibrary = RegisterBuiltInLibrary;
-    t.GetLibraries = GetLibraries;
-    t.AddLibrary = AddLibrary;
-    t.LibPartSearch = LibPartSearch;
-    t.LibPartGet = LibPartGet;
-}
+} // namespace entry
 
 } // namespace kfhost::detail

@@ -6,7 +6,7 @@
 #include <system_error>
 
 namespace kfhost::detail {
-namespace {
+namespace entry {
 
 KF_Err GetProjectInfo(KF_HostContext* c, KF_ProjectRecord* record, const KF_StringOut* location,
                       const KF_StringOut* teamLocation, const KF_StringOut* projectName)
@@ -30,11 +30,6 @@ KF_Err GetProjectInfo(KF_HostContext* c, KF_ProjectRecord* record, const KF_Stri
     return KF_NOERROR;
 }
 
-} // namespace
-
-void FillProjectEntries(KF_HostTable& t)
-{
-    t.GetProjectInfo = GetProjectInfo;
-}
+} // namespace entry
 
 } // namespace kfhost::detail

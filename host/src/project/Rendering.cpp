@@ -1,10 +1,9 @@
-// Rendering engines: a list of menu texts (the host setting "rendering-engines", one per line, or
-// three of our own) and the current engine ("rendering-current", 1-based; the first by default).
+// Rendering engines: a list of menu texts (the configuration's, or three of our own) and the
+// current engine (1-based; the first by default).
 // Every change an add-on asks for is written to the transcript.
 #include "TableEntries.hpp"
 #include "kfhost/Text.hpp"
 
-#include <charconv>
 #include <string>
 #include <vector>
 
@@ -23,31 +22,22 @@ RenderingState& StateOf(Host& host)
     if (state.configured)
         return state;
     state.configured = true;
-    if (const char* list = host.Setting("rendering-engines")) {
-        std::string_view rest = list;
-        while (!rest.empty()) {
-            std::size_t const end = rest.find('\n');
-            std::string_view const line = rest.substr(0, end);
-            if (!line.empty())
-                state.engines.emplace_back(line);
-            rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + 1);
-        }
-    } else {
-        state.engines = {"Basic Shading Engine", "Sketch Line Engine", "Photon Trace Engine"};
-    }
+    const HostConfig& config = host.Config();
+    state.engines = config.renderingEngines.value_or(
+        std::vector<std::string>{"Basic Shading Engine", "Sketch Line Engine", "Photon Trace Engine"});
     state.current = state.engines.empty() ? 0 : 1;
-    if (const char* current = host.Setting("rendering-current")) {
-        std::string_view const text = current;
-        std::int32_t number = 0;
-        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-        if (error == std::errc() && end == text.data() + text.size() && number >= 0 &&
-            std::size_t(number) <= state.engines.size())
-            state.current = number;
+    if (const auto current = config.currentEngine) {
+        if (*current >= 0 && std::size_t(*current) <= state.engines.size())
+            state.current = *current;
         else
-            host.Warn("rendering-current " + Quote(text) + " ignored: no such engine");
+            host.Warn("current engine " + std::to_string(*current) + " ignored: no such engine");
     }
     return state;
 }
+
+} // namespace
+
+namespace entry {
 
 KF_Err GetRenderingSets(KF_HostContext* c, std::int32_t* currentEngine, std::int32_t* engineCount)
 {
@@ -85,14 +75,6 @@ std::int32_t GetRendererMenuText(KF_HostContext* c, std::int32_t engineNumber, c
     return 1;
 }
 
-} // namespace
-
-void FillRenderingEntries(KF_HostTable& t)
-{
-    t.GetRenderingSets = GetRenderingSets;
-    t.ChangeRenderingSets = ChangeRenderingSets;
-    t.GetRendererCount = GetRendererCount;
-    t.GetRendererMenuText = GetRendererMenuText;
-}
+} // namespace entry
 
 } // namespace kfhost::detail

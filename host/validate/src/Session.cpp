@@ -45,7 +45,7 @@ HostConfig ConfigFor(const fs::path& frameworkFolder, const std::string& updateS
     config.frameworkFolder = frameworkFolder;
     // Port 9 of loopback refuses at once: a download started without a server fails quickly.
     config.updateServer = updateServer.empty() ? "127.0.0.1:9" : updateServer;
-    config.settings["download-limit"] = "3";
+    config.downloadLimit = 3;
     return config;
 }
 
@@ -100,14 +100,10 @@ std::map<std::string, double> Play(Session& session, std::span<const UserCall> c
         const std::string label = call.Label();
         session.ctx.report.Calling(label);
         session.monkey.NewCall(kActionsPerCall);
-        std::string why;
         const auto start = std::chrono::steady_clock::now();
-        if (call.menu) {
-            host.MenuCommand(call.menuResID, call.item, true, &why, &session.addOn);
-        } else {
-            const ModuleID target = session.addOn.moduleID;
-            host.ModuleCommand(call.command, call.version, &target, nullptr, nullptr, false, &why);
-        }
+        const ModuleID target = session.addOn.moduleID;
+        const std::string why = call.menu ? host.MenuCommand(call.menuResID, call.item, &session.addOn).refusal
+                                          : host.ModuleCommand({call.command, call.version, &target}).refusal;
         const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         if (!why.empty())
             session.ctx.report.Fail(label + ": the host cannot deliver it: " + why);

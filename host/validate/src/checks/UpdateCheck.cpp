@@ -123,7 +123,7 @@ Outcome TryCall(CheckContext& ctx, LoopbackServer& server, const fs::path& folde
     fs::create_directories(folder);
     WriteWhole(folder / "Quadrelle.cfg", SwapNibbles("$Language_str: int\n"));
     HostConfig config = ConfigFor(folder, "127.0.0.1:" + std::to_string(server.Port()));
-    config.settings["download-limit"] = std::to_string(kDownloadLimit);
+    config.downloadLimit = kDownloadLimit;
     Host host(config);
     std::mt19937_64 rng(ctx.seed);
     Monkey& monkey = InstallMonkey(host, rng, true);

@@ -3,15 +3,27 @@
 // an entry point does the planned fault.
 #include "Fault.hpp"
 
-#include "HostAPI.hpp"
 #include "AddOnLinkage.hpp"
+#include "DG.hpp"
+#include "HostAPI.hpp"
+#include "MainLoop.hpp"
+#include "kfsdk/HostLink.hpp"
+#include "kfsdk/HostServices.hpp"
 
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <csetjmp>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <thread>
 
 #ifndef FAULT_NAME
 #define FAULT_NAME "Fault"
@@ -32,24 +44,130 @@ int Deeper(int depth)
     return sDeeper ? Deeper(depth + 1) + frame[0] : 0;
 }
 
+void Forever()
+{
+    for (volatile bool forever = true; forever;) {
+    }
+}
+
+void Say(const std::string& line)
+{
+    HostServices::Log(Base::UniString::FromUTF8(line.c_str()));
+}
+
+void Null()
+{
+    // A field of a null record: the first page faults, and the sanitizers do not end it first.
+    int* volatile p = reinterpret_cast<int*>(std::uintptr_t(8));
+    *p = 1;
+}
+
+constexpr int kFatal[] = {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT};
+
+void ResetHandlers()
+{
+    for (const int signal : kFatal)
+        ::signal(signal, SIG_DFL);
+}
+
+short ClosingCallback(short message, short, short item, DGUserData, DGMessageData)
+{
+    return message == DG_MSG_CLICK ? item : 0;
+}
+
+std::jmp_buf sJump;
+
+short JumpingCallback(short message, short, short, DGUserData, DGMessageData)
+{
+    if (message == DG_MSG_INIT)
+        std::longjmp(sJump, 1);
+    return 0;
+}
+
+void JumpOutOfCallback()
+{
+    if (setjmp(sJump) == 0)
+        DGModalDialog(HostAPI_GetOwnResModule(), 32600, HostAPI_GetOwnResModule(), JumpingCallback, 0);
+}
+
+void BrokenPipe()
+{
+    ::raise(SIGPIPE);
+    int fds[2];
+    if (::pipe(fds) != 0)
+        return;
+    ::close(fds[0]);
+    const ssize_t written = ::write(fds[1], "x", 1);
+    const int error = errno;
+    ::close(fds[1]);
+    Say(written < 0 && error == EPIPE ? "the write into the broken pipe failed with EPIPE"
+                                      : "the write into the broken pipe did not fail");
+}
+
+void Nothing(MainLoop::TimerID, void*) {}
+
+// Threads of the add-on's own, left running after the handler returns (and a timer, so that the
+// script's wait has something to wait for meanwhile).
+void AfterReturn(void (*what)())
+{
+    MainLoop::AddTimer(2.0, Nothing, nullptr);
+    std::thread([what] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        what();
+    }).detach();
+}
+
+void CallHostALot()
+{
+    for (int i = 0; i < 100; ++i)
+        HostAPI_GetOwnResModule();
+}
+
+void CallFromThread()
+{
+    HostErrCode answer = NoError;
+    std::thread([&] { answer = HostAPI_Register_Menu(32500, 0, MenuCode_Tools, 0); }).join();
+    Say("a call from another thread answered " + std::to_string(answer));
+}
+
+void WriteInFramework()
+{
+    IO::Location folder;
+    if (IO::FileSystem::GetSpecialLocation(13, &folder) != NoError)
+        return Say("no framework folder");
+    folder.AppendToLocal(IO::Name(Base::UniString::FromUTF8("Written")));
+    IO::Folder made(folder, IO::Folder::Create);
+    IO::Location file = folder;
+    file.AppendToLocal(IO::Name(Base::UniString::FromUTF8("file.txt")));
+    IO::File written(file, IO::File::LeaveToOpen);
+    const HostErrCode err = written.Open(IO::File::CreateNewMode);
+    written.Close();
+    Base::UniString path;
+    file.ToPath(&path);
+    Say("wrote " + path.ToUTF8() + ": " + std::to_string(err));
+}
+
+void BadPointerToHost()
+{
+    const KF_HostTable* table = kfsdk::CurrentHostTable();
+    table->GetReleaseNumber(table->context, reinterpret_cast<KF_ServerInfo*>(std::uintptr_t(8)));
+}
+
 } // namespace
 
 void Do(How how)
 {
     switch (how) {
     case How::None:
+    case How::Return:
         return;
-    case How::Null: {
-        // A field of a null record: the first page faults, and the sanitizers do not end it first.
-        int* volatile p = reinterpret_cast<int*>(std::uintptr_t(8));
-        *p = 1;
+    case How::Null:
+        Null();
         return;
-    }
     case How::Abort:
         std::abort();
     case How::Loop:
-        for (volatile bool forever = true; forever;) {
-        }
+        Forever();
         return;
     case How::Recursion:
         Deeper(0);
@@ -60,6 +178,67 @@ void Do(How how)
         throw std::runtime_error("the fault probe failed on purpose");
     case How::Int:
         throw 42;
+    case How::LoopThroughHost:
+        for (;;)
+            CallHostALot();
+    case How::LoopMasked: {
+        sigset_t all;
+        sigfillset(&all);
+        ::sigprocmask(SIG_BLOCK, &all, nullptr);
+        Forever();
+        return;
+    }
+    case How::LoopAlarmOff:
+        ::alarm(0);
+        Forever();
+        return;
+    case How::RaiseAlarm:
+        ::raise(SIGALRM);
+        return;
+    case How::JumpOutOfCallback:
+        JumpOutOfCallback();
+        return;
+    case How::BrokenPipe:
+        BrokenPipe();
+        return;
+    case How::CallAfterReturn:
+        AfterReturn(CallHostALot);
+        return;
+    case How::CrashAfterReturn:
+        AfterReturn(Null);
+        return;
+    case How::ResetHandlers:
+        ResetHandlers();
+        return;
+    case How::ResetHandlersAndNull:
+        ResetHandlers();
+        Null();
+        return;
+    case How::Exit0:
+        std::exit(0);
+    case How::UnderscoreExit7:
+        ::_exit(7);
+    case How::CallFromThread:
+        CallFromThread();
+        return;
+    case How::ChdirUmask:
+        if (::chdir("/") != 0)
+            Say("chdir failed");
+        ::umask(0777);
+        return;
+    case How::WriteInFramework:
+        WriteInFramework();
+        return;
+    case How::BadPointerToHost:
+        BadPointerToHost();
+        return;
+    case How::ModalDialog: {
+        // The timer gives a script's wait inside the dialog something to wait for.
+        const MainLoop::TimerID timer = MainLoop::AddTimer(30.0, Nothing, nullptr);
+        DGModalDialog(HostAPI_GetOwnResModule(), 32600, HostAPI_GetOwnResModule(), ClosingCallback, 0);
+        MainLoop::RemoveTimer(timer);
+        return;
+    }
     }
 }
 
@@ -110,7 +289,7 @@ void At(std::string_view entry)
 
 HostErrCode MenuHandler(const API_MenuParams* params)
 {
-    fault::Do(fault::How(params->menuItemRef.itemIndex < 8 ? params->menuItemRef.itemIndex : 0));
+    fault::Do(fault::How(params->menuItemRef.itemIndex));
     return NoError;
 }
 

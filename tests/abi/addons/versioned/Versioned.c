@@ -1,6 +1,7 @@
 /* An add-on written in C against one frozen table header (the include path picks it): it says in
  * the host's log which table it was built against and which it runs in, and uses a later entry
- * only when the host has it. REQUIRE_NEWER makes it list that entry as one it cannot do without. */
+ * only when the host has it. REQUIRE_NEWER makes it list that entry as one it cannot do without,
+ * REQUIRE_LAST the table up to its last entry. */
 #include "kfsdk/HostTable.h"
 
 #include <stdio.h>
@@ -72,7 +73,7 @@ static KF_Err Initialize(void* client)
     snprintf(line, sizeof line, "built against %u.%u, running in host table %u.%u", KF_HOST_TABLE_MAJOR,
              KF_HOST_TABLE_MINOR, (unsigned)sTable->version.major, (unsigned)sTable->version.minor);
     Say(line);
-#if KF_HOST_TABLE_MINOR >= 2
+#if KF_HOST_TABLE_MINOR >= 3
     Say(HOST_HAS(GetHostLanguage) ? "GetHostLanguage: used" : "GetHostLanguage: absent, done without");
 #endif
     return KF_NOERROR;
@@ -86,6 +87,10 @@ static KF_Err FreeData(void)
 
 #ifdef REQUIRE_NEWER
 static const KF_Requirement kRequired[] = {KF_REQUIRE(GetHostLanguage)};
+#define REQUIRED kRequired, 1
+#elif defined REQUIRE_LAST
+/* exactly up to the end of the table it was built against */
+static const KF_Requirement kRequired[] = {{"the last entry", (uint32_t)sizeof(KF_HostTable)}};
 #define REQUIRED kRequired, 1
 #else
 #define REQUIRED NULL, 0

@@ -86,11 +86,11 @@ short ModalHandler(short message, short dialID, short item, DGUserData, DGMessag
     case DG_MSG_CLICK:
         if (item == 1 || item == 2)
             return item;
-        if (item == 6) {
-            if (DGIsItemVisible(dialID, 5))
-                DGHideItem(dialID, 5);
-            else
+        if (item == 6) { // the user's click has toggled the check box already
+            if (DGIsItemChecked(dialID, 6))
                 DGShowItem(dialID, 5);
+            else
+                DGHideItem(dialID, 5);
         }
         if (item == 7) {
             const HostResModule previous = HostAPI_UseOwnResModule();
@@ -102,6 +102,7 @@ short ModalHandler(short message, short dialID, short item, DGUserData, DGMessag
         if (item == 3) {
             const short row = DGListGetSelected(dialID, 3, 0);
             DGSetItemText(dialID, 4, DGListGetTabItemText(dialID, 3, row, 1));
+            DGSetItemIcon(dialID, 8, short(32757 + row)); // the row's own icon
             if (row == 3)
                 DGDisableItem(dialID, 1);
             else
@@ -109,6 +110,7 @@ short ModalHandler(short message, short dialID, short item, DGUserData, DGMessag
         }
         return 0;
     case DG_MSG_CLOSE:
+        probe::Get().lastIcon = DGGetItemIcon(dialID, 8);
         return item;
     default:
         return 0;

@@ -13,6 +13,7 @@ struct State {
     int commandCalls = 0;
     int timerFired = 0;
     short lastModalResult = 0;
+    short lastIcon = 0; // what the modal dialog's icon item showed as it closed
     short modelessID = 0;
     std::string lastChoice; // folder or file chosen, "" after a cancel
     std::string name;       // the name the environment check reports, when not empty

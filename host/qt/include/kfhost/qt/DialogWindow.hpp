@@ -49,7 +49,6 @@ private:
     std::int16_t dialogID_;
     std::int16_t resID_;
     std::int32_t resModule_;
-    bool modal_;
     std::vector<QWidget*> items_; // [number - 1]
     std::int16_t appliedFocus_ = 0;
     std::string signature_;

@@ -1,5 +1,5 @@
-/* Frozen copy of the host table header of a later minor, 2.2, with one entry today's host does not
- * have: add-ons built against it prove how a newer add-on meets an older host. Never edit. */
+/* Frozen copy of the host table header as of version 2.1: add-ons built against it prove that an
+ * add-on of the previous minor runs in today's host. Never edit. */
 /* The one meeting point of host and add-on: a versioned table of host functions, handed to the
  * add-on before any of its entry points runs, and one record the add-on exports that carries its
  * own version and its entry points. Plain C (C11 or C++20) so that host and add-on may be built by
@@ -34,7 +34,7 @@ extern "C" {
 #endif
 
 #define KF_HOST_TABLE_MAJOR 2u
-#define KF_HOST_TABLE_MINOR 2u
+#define KF_HOST_TABLE_MINOR 1u
 
 /* Host error codes (identical to those of the C++ headers). */
 #define KF_NOERROR 0
@@ -56,6 +56,8 @@ extern "C" {
 #define KF_IOERR_ENDOFFILE ((int32_t)0x81010106u)
 #define KF_IOERR_NAMENOTFOUND ((int32_t)0x81010107u)
 #define KF_IOERR_NOTAFOLDER ((int32_t)0x81010108u)
+/* FileOpen mode: creates a new file for writing; fails when any entry is at the path */
+#define KF_FILEMODE_CREATENEW 5
 
 /* Application text encodings, as the framework numbers them. */
 #define KF_TEXTENC_UTF8 11
@@ -74,8 +76,8 @@ typedef struct KF_StringOut {
 /* Host -> add-on callbacks. */
 typedef KF_Err (*KF_MenuProc)(void* cookie, int16_t menuResID, int32_t itemIndex);
 typedef KF_Err (*KF_ModulCommandProc)(void* cookie, void* params, char* resultData, int32_t silent);
-typedef int16_t (*KF_DialogProc)(void* cookie, int16_t message, int16_t dialID, int16_t item,
-                                 int64_t userData, int64_t msgData);
+typedef int16_t (*KF_DialogProc)(void* cookie, int16_t message, int16_t dialID, int16_t item, int64_t userData,
+                                 int64_t msgData);
 typedef KF_Err (*KF_PaletteProc)(void* cookie, int32_t referenceID, int32_t messageID, int64_t param);
 typedef int32_t (*KF_EnumProc)(void* userData, const KF_UChar* name, int32_t length,
                                int32_t isFolder); /* non-zero: go on */
@@ -165,19 +167,17 @@ typedef struct KF_HostTable {
     KF_Err (*GetOwnLocation)(KF_HostContext*, const KF_StringOut* out);
     KF_Err (*GetOwnModulID)(KF_HostContext*, KF_ModulID* out);
     void (*KeepInMemory)(KF_HostContext*, int32_t keep);
-    KF_Err (*RegisterMenu)(KF_HostContext*, int16_t menuResID, int16_t promptResID, int32_t posCode,
-                           uint32_t flags);
+    KF_Err (*RegisterMenu)(KF_HostContext*, int16_t menuResID, int16_t promptResID, int32_t posCode, uint32_t flags);
     KF_Err (*RegisterBuiltInLibrary)(KF_HostContext*);
     KF_Err (*RegisterSupportedService)(KF_HostContext*, uint32_t cmdID, int32_t cmdVersion);
     KF_Err (*InstallMenuHandler)(KF_HostContext*, int16_t menuResID, KF_MenuProc proc, void* cookie);
-    KF_Err (*InstallModulCommandHandler)(KF_HostContext*, uint32_t cmdID, int32_t cmdVersion,
-                                         KF_ModulCommandProc proc, void* cookie);
+    KF_Err (*InstallModulCommandHandler)(KF_HostContext*, uint32_t cmdID, int32_t cmdVersion, KF_ModulCommandProc proc,
+                                         void* cookie);
     KF_Err (*CommandTest)(KF_HostContext*, const KF_ModulID* mdid, uint32_t cmdID, int32_t cmdVersion);
-    KF_Err (*CommandCall)(KF_HostContext*, const KF_ModulID* mdid, uint32_t cmdID, int32_t cmdVersion,
-                          void* params, char* resultData, int32_t silent);
-    KF_Err (*RegisterModelessWindow)(KF_HostContext*, int32_t referenceID, KF_PaletteProc proc,
-                                     void* cookie, uint32_t controlFlags, uint64_t guidLow,
-                                     uint64_t guidHigh);
+    KF_Err (*CommandCall)(KF_HostContext*, const KF_ModulID* mdid, uint32_t cmdID, int32_t cmdVersion, void* params,
+                          char* resultData, int32_t silent);
+    KF_Err (*RegisterModelessWindow)(KF_HostContext*, int32_t referenceID, KF_PaletteProc proc, void* cookie,
+                                     uint32_t controlFlags, uint64_t guidLow, uint64_t guidHigh);
     KF_Err (*UnregisterModelessWindow)(KF_HostContext*, int32_t referenceID);
     KF_Err (*GetMenuItemFlags)(KF_HostContext*, int16_t menuResID, int32_t itemIndex, uint32_t* flags);
     KF_Err (*SetMenuItemFlags)(KF_HostContext*, int16_t menuResID, int32_t itemIndex, uint32_t flags);
@@ -189,10 +189,10 @@ typedef struct KF_HostTable {
     int32_t (*GetResString)(KF_HostContext*, int16_t resID, int16_t index, const KF_StringOut* out);
 
     /* dialogs */
-    int16_t (*ModalDialog)(KF_HostContext*, int32_t resModule, int16_t resID, int32_t iconModule,
-                           KF_DialogProc proc, void* cookie, int64_t userData);
-    int16_t (*ModelessInit)(KF_HostContext*, int32_t resModule, int16_t resID, int32_t iconModule,
-                            KF_DialogProc proc, void* cookie, int64_t userData, int16_t refID);
+    int16_t (*ModalDialog)(KF_HostContext*, int32_t resModule, int16_t resID, int32_t iconModule, KF_DialogProc proc,
+                           void* cookie, int64_t userData);
+    int16_t (*ModelessInit)(KF_HostContext*, int32_t resModule, int16_t resID, int32_t iconModule, KF_DialogProc proc,
+                            void* cookie, int64_t userData, int16_t refID);
     void (*ShowModeless)(KF_HostContext*, int16_t dialID, int16_t behind);
     void (*ModelessClose)(KF_HostContext*, int16_t dialID);
     int32_t (*IsDialogOpen)(KF_HostContext*, int16_t dialID);
@@ -211,28 +211,28 @@ typedef struct KF_HostTable {
     void (*RedrawItem)(KF_HostContext*, int16_t dialID, int16_t item);
     void (*SetItemDraw)(KF_HostContext*, int16_t dialID, int16_t item, int32_t drawing);
     int32_t (*ListSetTabFieldCount)(KF_HostContext*, int16_t dialID, int16_t item, int16_t count);
-    int32_t (*ListSetTabFieldData)(KF_HostContext*, int16_t dialID, int16_t item, int16_t tabIndex,
-                                   int16_t begPos, int16_t endPos, int16_t justFlag, int16_t truncFlag,
-                                   int32_t hasSeparator, int32_t status);
+    int32_t (*ListSetTabFieldData)(KF_HostContext*, int16_t dialID, int16_t item, int16_t tabIndex, int16_t begPos,
+                                   int16_t endPos, int16_t justFlag, int16_t truncFlag, int32_t hasSeparator,
+                                   int32_t status);
     void (*ListSetItemHeight)(KF_HostContext*, int16_t dialID, int16_t item, int16_t height);
     int32_t (*ListInsertItem)(KF_HostContext*, int16_t dialID, int16_t item, int16_t listItem);
     void (*ListDeleteItem)(KF_HostContext*, int16_t dialID, int16_t item, int16_t listItem);
     int16_t (*ListGetItemCount)(KF_HostContext*, int16_t dialID, int16_t item);
     /* tabIndex 0 is the row's own text; 1..n its tab fields */
-    void (*ListSetTabItemText)(KF_HostContext*, int16_t dialID, int16_t item, int16_t listItem,
-                               int16_t tabIndex, const KF_UChar* text, int32_t length);
-    int32_t (*ListGetTabItemText)(KF_HostContext*, int16_t dialID, int16_t item, int16_t listItem,
-                                  int16_t tabIndex, const KF_StringOut* out);
-    void (*ListSetItemIcon)(KF_HostContext*, int16_t dialID, int16_t item, int16_t listItem,
-                            int32_t iconModule, int16_t iconResID);
+    void (*ListSetTabItemText)(KF_HostContext*, int16_t dialID, int16_t item, int16_t listItem, int16_t tabIndex,
+                               const KF_UChar* text, int32_t length);
+    int32_t (*ListGetTabItemText)(KF_HostContext*, int16_t dialID, int16_t item, int16_t listItem, int16_t tabIndex,
+                                  const KF_StringOut* out);
+    void (*ListSetItemIcon)(KF_HostContext*, int16_t dialID, int16_t item, int16_t listItem, int32_t iconModule,
+                            int16_t iconResID);
     void (*ListSelectItem)(KF_HostContext*, int16_t dialID, int16_t item, int16_t listItem, int32_t select);
     int16_t (*ListGetSelected)(KF_HostContext*, int16_t dialID, int16_t item, int16_t startItem);
     int16_t (*Alert)(KF_HostContext*, int16_t alertType, const KF_AlertTexts* texts);
     /* 1 chosen (out gets the file, *selectedFilter the filter's position), 0 cancelled */
     int32_t (*FileDialog)(KF_HostContext*, const KF_FileDialogRequest* request, const KF_StringOut* out,
                           uint32_t* selectedFilter);
-    int32_t (*FolderDialog)(KF_HostContext*, const KF_UChar* title, int32_t titleLength,
-                            const KF_UChar* folder, int32_t folderLength, const KF_StringOut* out);
+    int32_t (*FolderDialog)(KF_HostContext*, const KF_UChar* title, int32_t titleLength, const KF_UChar* folder,
+                            int32_t folderLength, const KF_StringOut* out);
     uint32_t (*AddFileType)(KF_HostContext*, const KF_UChar* managerName, int32_t managerNameLength,
                             const KF_FileTypeRecord* type, uint32_t group);
 
@@ -241,9 +241,9 @@ typedef struct KF_HostTable {
     KF_Err (*FolderOpen)(KF_HostContext*, const KF_UChar* path, int32_t length, int32_t createIfMissing);
     KF_Err (*GetEntryType)(KF_HostContext*, const KF_UChar* path, int32_t length, int32_t* type);
     KF_Err (*DeleteEntry)(KF_HostContext*, const KF_UChar* path, int32_t length);
-    KF_Err (*Enumerate)(KF_HostContext*, const KF_UChar* path, int32_t length, KF_EnumProc proc,
-                        void* userData);
+    KF_Err (*Enumerate)(KF_HostContext*, const KF_UChar* path, int32_t length, KF_EnumProc proc, void* userData);
     KF_Err (*FileProbe)(KF_HostContext*, const KF_UChar* path, int32_t length, int32_t createIfMissing);
+    /* modes 0 to 4 as IO::File::OpenMode, or KF_FILEMODE_CREATENEW; only regular files open */
     KF_Err (*FileOpen)(KF_HostContext*, const KF_UChar* path, int32_t length, int32_t mode, int64_t* handle);
     KF_Err (*FileClose)(KF_HostContext*, int64_t handle);
     KF_Err (*FileGetLength)(KF_HostContext*, int64_t handle, uint64_t* length);
@@ -254,8 +254,7 @@ typedef struct KF_HostTable {
     /* main run loop */
     int64_t (*AddTimer)(KF_HostContext*, double seconds, KF_TimerProc proc, void* cookie, void* userData);
     void (*RemoveTimer)(KF_HostContext*, int64_t timer);
-    int64_t (*AddWatch)(KF_HostContext*, int32_t fd, uint32_t events, KF_WatchProc proc, void* cookie,
-                        void* userData);
+    int64_t (*AddWatch)(KF_HostContext*, int32_t fd, uint32_t events, KF_WatchProc proc, void* cookie, void* userData);
     void (*RemoveWatch)(KF_HostContext*, int64_t watch);
     double (*Now)(KF_HostContext*);
 
@@ -271,8 +270,8 @@ typedef struct KF_HostTable {
     KF_Err (*ChangeRenderingSets)(KF_HostContext*, int32_t currentEngine);
     int32_t (*GetRendererCount)(KF_HostContext*);
     int32_t (*GetRendererMenuText)(KF_HostContext*, int32_t engineNumber, const KF_StringOut* out);
-    KF_Err (*LibPartSearch)(KF_HostContext*, KF_LibPartRecord* record, int32_t createIfMissing,
-                            int32_t onlyPlaceable, const KF_StringOut* location);
+    KF_Err (*LibPartSearch)(KF_HostContext*, KF_LibPartRecord* record, int32_t createIfMissing, int32_t onlyPlaceable,
+                            const KF_StringOut* location);
     KF_Err (*LibPartGet)(KF_HostContext*, KF_LibPartRecord* record, const KF_StringOut* location);
 
     /* optional services by versioned name (KF_SERVICE_...); null when this host has none. The
@@ -287,10 +286,6 @@ typedef struct KF_HostTable {
     /* the add-on caught an exception at its side of the boundary: the host reports it (UTF-8, the
      * texts live during the call only) */
     void (*ReportException)(KF_HostContext*, const char* call, const char* what);
-
-    /* ---- 2.2 ---- */
-    /* the language of the host's user interface, as a BCP 47 tag */
-    KF_Err (*GetHostLanguage)(KF_HostContext*, const KF_StringOut* out);
 } KF_HostTable;
 
 /* The size of the table of a 2.0 host: every 2.x host provides at least this. */
@@ -329,8 +324,10 @@ typedef struct KF_Requirement {
     const char* name;
     uint32_t end;
 } KF_Requirement;
-#define KF_REQUIRE(entry) \
-    { #entry, (uint32_t)(offsetof(KF_HostTable, entry) + sizeof(((KF_HostTable*)0)->entry)) }
+#define KF_REQUIRE(entry)                                                                                              \
+    {                                                                                                                  \
+#entry, (uint32_t)(offsetof(KF_HostTable, entry) + sizeof(((KF_HostTable*)0)->entry))                          \
+    }
 
 /* The one symbol a bundle exports (everything else is hidden): a const KF_AddOnEntry named
  * KF_ADDON_ENTRY_SYMBOL. Its first two fields keep their place in every major version. */
