@@ -424,6 +424,15 @@ void SetCallWatch(CallWatch watch)
         StartWatchdog();
 }
 
+std::pair<std::string, std::string> CurrentCall()
+{
+    const CallRecord& r = Record();
+    for (int i = std::min(r.depth.load(std::memory_order_relaxed), kMaxFrames) - 1; i >= 0; --i)
+        if (r.frames[i].kind == FrameKind::AddOn)
+            return {r.frames[i].who, r.frames[i].call};
+    return {};
+}
+
 const CallWatch& CurrentCallWatch()
 {
     return sWatch;

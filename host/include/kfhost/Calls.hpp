@@ -42,6 +42,10 @@ void InstallCallReports();
 // child that does not end on them is killed. Without a fork it returns at once, unsupervised.
 void SuperviseThisProcess();
 
+// The innermost add-on and call on the stack (a person's wait in between included), or two empty
+// texts outside every add-on.
+std::pair<std::string, std::string> CurrentCall();
+
 // One call into an add-on, from entry to return. On return the host's signal handlers and mask
 // are put back, and frames a longjmp skipped are dropped (and reported).
 class AddOnCall {
