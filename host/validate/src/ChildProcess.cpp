@@ -1,18 +1,18 @@
 #include "ChildProcess.hpp"
 
+#include "Processes.hpp"
+
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
-#include <spawn.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <chrono>
-#include <filesystem>
-
-extern char** environ;
+#include <cstdio>
 
 namespace kfhost::validate {
 
@@ -50,95 +50,135 @@ private:
     std::array<int, 2> fds_{};
 };
 
-// Appends what is readable; false at the end of the stream.
+// Appends what is readable now; false at the end of the stream (or an error).
 bool Drain(int fd, std::string& into)
 {
     char buf[4096];
-    const ssize_t n = ::read(fd, buf, sizeof buf);
-    if (n > 0) {
-        into.append(buf, std::size_t(n));
-        return true;
+    for (;;) {
+        const ssize_t n = ::read(fd, buf, sizeof buf);
+        if (n > 0) {
+            into.append(buf, std::size_t(n));
+            continue;
+        }
+        return n < 0 && (errno == EINTR || errno == EAGAIN);
     }
-    return n < 0 && (errno == EINTR || errno == EAGAIN);
+}
+
+// The child's side: its own process group, the pipes in place of its output, the signals as a
+// fresh process has them (the validator's own handlers and ignored signals are not the add-on's).
+[[noreturn]] void BecomeChild(const std::function<int(int)>& body, int reportFd, int outputFd)
+{
+    ::setpgid(0, 0);
+    ::dup2(outputFd, STDOUT_FILENO);
+    ::dup2(outputFd, STDERR_FILENO);
+    if (const int null = ::open("/dev/null", O_RDONLY | O_CLOEXEC); null >= 0)
+        ::dup2(null, STDIN_FILENO);
+    for (int signal = 1; signal < NSIG; ++signal)
+        if (signal != SIGKILL && signal != SIGSTOP)
+            ::signal(signal, SIG_DFL);
+    sigset_t none;
+    sigemptyset(&none);
+    ::sigprocmask(SIG_SETMASK, &none, nullptr);
+    const int reportCopy = ::fcntl(reportFd, F_DUPFD_CLOEXEC, 3);
+    int status = 70;
+    try {
+        status = body(reportCopy);
+    } catch (...) {
+    }
+    std::fflush(nullptr);
+    // No static destruction and no leak report at exit: what the add-on left is the checks' finding.
+    ::_exit(status);
+}
+
+bool StartsCall(const std::string& line)
+{
+    return !line.empty() && (line[0] == 'C' || line[0] == 'U' || line[0] == 'T');
 }
 
 } // namespace
 
-std::string SelfPath()
+ChildOutcome RunChild(const std::function<int(int reportFd)>& body, ChildLimits limits)
 {
-    std::error_code ec;
-    return std::filesystem::read_symlink("/proc/self/exe", ec).string();
-}
-
-ChildOutcome RunChild(const std::vector<std::string>& argv, double timeoutSeconds)
-{
+    using Clock = std::chrono::steady_clock;
     ChildOutcome outcome;
     Pipe report, output;
     if (!report.Ok() || !output.Ok()) {
         outcome.output = "cannot make a pipe";
         return outcome;
     }
-    posix_spawn_file_actions_t actions;
-    ::posix_spawn_file_actions_init(&actions);
-    ::posix_spawn_file_actions_adddup2(&actions, output.Write(), 1);
-    ::posix_spawn_file_actions_adddup2(&actions, output.Write(), 2);
-    ::posix_spawn_file_actions_adddup2(&actions, report.Write(), 3);
-    ::posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-    posix_spawnattr_t attr;
-    ::posix_spawnattr_init(&attr);
-    ::posix_spawnattr_setflags(&attr, POSIX_SPAWN_SETPGROUP);
-    ::posix_spawnattr_setpgroup(&attr, 0);
-    std::vector<char*> args;
-    for (const auto& a : argv)
-        args.push_back(const_cast<char*>(a.c_str()));
-    args.push_back(nullptr);
-
-    const auto start = std::chrono::steady_clock::now();
-    pid_t pid = 0;
-    const int error = ::posix_spawn(&pid, args[0], &actions, &attr, args.data(), environ);
-    ::posix_spawn_file_actions_destroy(&actions);
-    ::posix_spawnattr_destroy(&attr);
-    report.CloseWrite();
-    output.CloseWrite();
-    if (error != 0) {
-        outcome.output = "cannot start " + argv[0];
+    // Whatever the parent has buffered would be written twice.
+    std::fflush(nullptr);
+    AdoptOrphans();
+    const auto start = Clock::now();
+    const pid_t pid = ::fork();
+    if (pid < 0) {
+        outcome.output = "cannot start a process";
         return outcome;
     }
+    if (pid == 0)
+        BecomeChild(body, report.Write(), output.Write());
+    ::setpgid(pid, pid); // either side may be first
+    report.CloseWrite();
+    output.CloseWrite();
+    ::fcntl(report.Read(), F_SETFL, O_NONBLOCK);
+    ::fcntl(output.Read(), F_SETFL, O_NONBLOCK);
 
+    // Readable when the child ends; without it (an old kernel) the loop looks every few milliseconds.
+    const int exitFd = int(::syscall(SYS_pidfd_open, pid, 0));
     std::string reportText;
-    const auto deadline = start + std::chrono::duration<double>(timeoutSeconds);
+    std::size_t scanned = 0; // of reportText, up to the last whole line seen
+    auto callStart = start;
+    const auto callLimit =
+        std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(limits.callSeconds));
     bool reportOpen = true, outputOpen = true;
-    while (reportOpen || outputOpen) {
-        const auto left =
-            std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-        if (left.count() <= 0) {
+    int status = 0;
+    for (;;) {
+        // The end of the child, not of its pipes: a process it left may hold them open.
+        const pid_t ended = ::waitpid(pid, &status, WNOHANG);
+        if (ended == pid)
+            break;
+        const auto now = Clock::now();
+        if (now - callStart >= callLimit) {
             outcome.timedOut = true;
-            ::kill(-pid, SIGKILL); // the group this child leads, and nothing else
+            ::kill(-pid, SIGKILL);
+            ::kill(pid, SIGKILL);
+            while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+            }
             break;
         }
-        pollfd fds[2] = {{reportOpen ? report.Read() : -1, POLLIN, 0}, {outputOpen ? output.Read() : -1, POLLIN, 0}};
-        if (::poll(fds, 2, int(std::min<long long>(left.count(), 1000) + 1)) < 0 && errno != EINTR)
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(callStart + callLimit - now).count();
+        pollfd fds[3] = {{reportOpen ? report.Read() : -1, POLLIN, 0},
+                         {outputOpen ? output.Read() : -1, POLLIN, 0},
+                         {exitFd, POLLIN, 0}};
+        if (::poll(fds, 3, int(exitFd >= 0 ? left + 1 : std::min<long long>(left + 1, 5))) < 0 && errno != EINTR) {
+            ::kill(-pid, SIGKILL);
+            while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+            }
             break;
-        if (fds[0].revents)
+        }
+        if (reportOpen && fds[0].revents)
             reportOpen = Drain(report.Read(), reportText);
-        if (fds[1].revents) {
+        if (outputOpen && fds[1].revents) {
             outputOpen = Drain(output.Read(), outcome.output);
             if (outcome.output.size() > 2 * kOutputKept)
                 outcome.output.erase(0, outcome.output.size() - kOutputKept);
         }
+        // Each call the child starts has its own time.
+        for (std::size_t end; (end = reportText.find('\n', scanned)) != std::string::npos; scanned = end + 1)
+            if (StartsCall(reportText.substr(scanned, 1)))
+                callStart = Clock::now();
     }
     // What was written before the end still counts.
-    ::fcntl(report.Read(), F_SETFL, O_NONBLOCK);
-    for (char buf[4096]; reportOpen;) {
-        const ssize_t n = ::read(report.Read(), buf, sizeof buf);
-        if (n <= 0)
-            break;
-        reportText.append(buf, std::size_t(n));
-    }
-    int status = 0;
-    while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
-    }
-    outcome.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    if (reportOpen)
+        Drain(report.Read(), reportText);
+    if (outputOpen)
+        Drain(output.Read(), outcome.output);
+    if (exitFd >= 0)
+        ::close(exitFd);
+    // The group, and whatever left it and came to us as an orphan.
+    ::kill(-pid, SIGKILL);
+    EndChildProcesses();
+    outcome.seconds = std::chrono::duration<double>(Clock::now() - start).count();
     if (WIFEXITED(status) && !outcome.timedOut) {
         outcome.exited = true;
         outcome.exitStatus = WEXITSTATUS(status);
