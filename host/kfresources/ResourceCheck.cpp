@@ -21,10 +21,10 @@ constexpr const char* kSetForm = "(base + 0 ita, 1 int, 2 fra, 3 ger, 4 spa, 5 j
 
 // Short words that read the same in English and in at least one other of the seven languages.
 constexpr std::array<std::u16string_view, 34> kSameWords{
-    u"OK",     u"Name",     u"Info",      u"Internet", u"Web",     u"E-mail", u"Email",  u"Logo",  u"Software",
-    u"Design", u"Layout",   u"Status",    u"Version",  u"Menu",    u"Format", u"Standard", u"Start", u"Stop",
-    u"Test",   u"Filter",   u"Text",      u"Online",   u"Offline", u"Copyright", u"Pixel", u"Zoom", u"Auto",
-    u"Radio",  u"Hotel",    u"Plan",      u"Proxy",    u"Server",  u"Manager", u"Mode"};
+    u"OK",     u"Name",   u"Info",   u"Internet", u"Web",     u"E-mail",    u"Email",    u"Logo",  u"Software",
+    u"Design", u"Layout", u"Status", u"Version",  u"Menu",    u"Format",    u"Standard", u"Start", u"Stop",
+    u"Test",   u"Filter", u"Text",   u"Online",   u"Offline", u"Copyright", u"Pixel",    u"Zoom",  u"Auto",
+    u"Radio",  u"Hotel",  u"Plan",   u"Proxy",    u"Server",  u"Manager",   u"Mode"};
 
 struct Origin {
     std::string file;
@@ -70,7 +70,8 @@ public:
                 std::ifstream in(icon.file, std::ios::binary);
                 const std::string data{std::istreambuf_iterator<char>(in), {}};
                 if (const std::string problem = PngProblem(data); !problem.empty())
-                    Add(Topic::Layout, true, "icon " + std::to_string(resID), "icon " + std::to_string(resID) + ": " + problem);
+                    Add(Topic::Layout, true, "icon " + std::to_string(resID),
+                        "icon " + std::to_string(resID) + ": " + problem);
             }
         const LanguageSets sets = FindLanguageSets(module_);
         for (const std::int16_t first : sets.broken)
@@ -218,7 +219,8 @@ private:
                     continue;
                 // The pack's list cannot be changed: the add-on's list that brought the index is at fault.
                 const int at = pack[std::size_t(language)] ? having : language;
-                Add(Topic::Translation, true, pack[std::size_t(language)] ? StringKey(base + at, index) : ListKey(base + at),
+                Add(Topic::Translation, true,
+                    pack[std::size_t(language)] ? StringKey(base + at, index) : ListKey(base + at),
                     "string list " + ListName(base, language) + " lacks index " + std::to_string(index) + ", which " +
                         ListName(base, having) + " has");
             }

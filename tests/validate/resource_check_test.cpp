@@ -33,7 +33,7 @@ std::vector<std::string> Check(const std::string& text, const ResourceCheckOptio
     return found;
 }
 
-constexpr std::array<const char*, 7> kWell{"Ciao %s", "Hello %s", "Bonjour %s", "Hallo %s",
+constexpr std::array<const char*, 7> kWell{"Ciao %s", "Hello %s",      "Bonjour %s", "Hallo %s",
                                            "Hola %s", "Konnichiwa %s", "Privet %s"};
 
 TEST(ResourceCheck, SevenLanguagesThatAgreePass)
@@ -44,19 +44,20 @@ TEST(ResourceCheck, SevenLanguagesThatAgreePass)
 TEST(ResourceCheck, EveryTranslationFaultAtItsLine)
 {
     auto texts = kWell;
-    texts[3] = "Hallo";   // ger: no placeholder
-    texts[5] = "";        // jap: empty
+    texts[3] = "Hallo";    // ger: no placeholder
+    texts[5] = "";         // jap: empty
     texts[2] = "Hello %s"; // fra: the English text
     std::string lists = Lists(texts);
     // rus without its index 2: the list lacks what the others have.
     lists.replace(lists.find("  2 \"rus\"\n"), 10, "");
-    EXPECT_EQ(Check(lists), (std::vector<std::string>{
-                                "error strings.res:25: string list 32536 (rus) lacks index 2, which 32531 (int) has",
-                                "warning strings.res:10: string list 32532 (fra) index 1 is the English text \"Hello %s\" "
-                                "(translate it, or list it in untranslated.txt when it stays the same in every language)",
-                                "error strings.res:14: string list 32533 (ger) index 1 carries the placeholders none "
-                                "where English carries %s",
-                                "error strings.res:22: string list 32535 (jap) index 1 is empty"}));
+    EXPECT_EQ(Check(lists),
+              (std::vector<std::string>{
+                  "error strings.res:25: string list 32536 (rus) lacks index 2, which 32531 (int) has",
+                  "warning strings.res:10: string list 32532 (fra) index 1 is the English text \"Hello %s\" "
+                  "(translate it, or list it in untranslated.txt when it stays the same in every language)",
+                  "error strings.res:14: string list 32533 (ger) index 1 carries the placeholders none "
+                  "where English carries %s",
+                  "error strings.res:22: string list 32535 (jap) index 1 is empty"}));
 }
 
 TEST(ResourceCheck, TextsThatStayTheSameAreNoWarning)

@@ -74,10 +74,13 @@ Attempt ParseAttempt(const ChildOutcome& outcome, double callSeconds)
             break;
         case 'C':
         case 'U':
-        case 'T':
+        case 'T': {
+            const std::size_t tab = text.find('\t');
             attempt.callKind = line[0];
-            attempt.call = text;
+            attempt.call = text.substr(0, tab);
+            attempt.callKey = tab == std::string::npos ? text : text.substr(tab + 1);
             break;
+        }
         case 'M': {
             const std::size_t tab = text.rfind('\t');
             if (tab != std::string::npos)
@@ -100,15 +103,20 @@ Attempt ParseAttempt(const ChildOutcome& outcome, double callSeconds)
     const std::string during = attempt.callKind == 'T' ? "the timers and downloads of " + attempt.call : attempt.call;
     const std::string where = (attempt.addOn.empty() ? std::string() : " in \"" + attempt.addOn + "\"") +
                               (during.empty() ? std::string() : " during " + during);
+    std::string how;
     if (outcome.timedOut)
-        attempt.abnormal = "did not finish within " + Seconds(callSeconds) + " s: it hangs" + where;
+        how = "did not finish within " + Seconds(callSeconds) + " s: it hangs";
     else if (outcome.signal != 0)
-        attempt.abnormal = "crashed with " + SignalName(outcome.signal) + where;
+        how = "crashed with " + SignalName(outcome.signal);
     else if (!outcome.exited || outcome.exitStatus != 0 || !attempt.done) {
         const std::string sanitizer = SanitizerFinding(outcome.output);
-        attempt.abnormal = !sanitizer.empty() ? "crashed with " + sanitizer + where
-                                              : "ended with exit status " + std::to_string(outcome.exitStatus) +
-                                                    " before the check was done" + where;
+        how = !sanitizer.empty()
+                  ? "crashed with " + sanitizer
+                  : "ended with exit status " + std::to_string(outcome.exitStatus) + " before the check was done";
+    }
+    if (!how.empty()) {
+        attempt.abnormal = how + where;
+        attempt.abnormalKey = how + " (" + (attempt.callKind == 'T' ? "timers of " : "") + attempt.callKey + ")";
     }
     if (!attempt.abnormal.empty())
         attempt.output = outcome.output;

@@ -51,6 +51,8 @@ struct Attempt {
     std::string addOn;
     char callKind = 0; // of the last call started: C, U or T
     std::string call;
+    std::string callKey;     // of a U or T call; the step itself for C
+    std::string abnormalKey; // the same crash or hang of the same call, whatever the menu's language
     bool done = false;
     std::string abnormal; // a crash, a hang or an early end, said as a finding; empty when none
     std::string output;   // kept when abnormal

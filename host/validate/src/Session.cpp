@@ -33,9 +33,9 @@ void Reporter::Measured(std::string_view label, double seconds)
     Line('M', std::string(label) + buf);
 }
 
-const std::string* CheckContext::Known(const std::string& label) const
+const std::string* CheckContext::Known(const std::string& key) const
 {
-    const auto it = knownBad.find(label);
+    const auto it = knownBad.find(key);
     return it == knownBad.end() ? nullptr : &it->second;
 }
 
@@ -77,7 +77,7 @@ AddOn* LoadFor(Host& host, CheckContext& ctx)
         ctx.report.Fail("the bundle does not load: " + result.reason);
     else
         ctx.report.AddOnName(result.addOn->name);
-    AfterCall(host, ctx, step, logFrom);
+    AfterCall(host, ctx, step, step, logFrom);
     return result.addOn;
 }
 
@@ -87,10 +87,10 @@ void UnloadFor(Host& host, CheckContext& ctx)
     ctx.report.Calling(step);
     const std::size_t logFrom = host.Log().Lines().size();
     host.UnloadAll();
-    AfterCall(host, ctx, step, logFrom);
+    AfterCall(host, ctx, step, step, logFrom);
 }
 
-void AfterCall(Host& host, CheckContext& ctx, const std::string& label, std::size_t logFrom)
+void AfterCall(Host& host, CheckContext& ctx, const std::string& label, const std::string& key, std::size_t logFrom)
 {
     // The host logs an exception that left an add-on's call where it caught it.
     const auto& lines = host.Log().Lines();
@@ -99,11 +99,11 @@ void AfterCall(Host& host, CheckContext& ctx, const std::string& label, std::siz
             ctx.report.Fail(lines[i], lines[i] + ", during " + label);
     for (const pid_t pid : ChildProcesses()) {
         const std::string finding = "left process " + std::to_string(pid) + " running after " + label;
-        ctx.report.Fail("left a process running after " + label, finding + " (ended)");
+        ctx.report.Fail("left a process running after " + key, finding + " (ended)");
         EndProcess(pid);
         // What such a process did to files cannot be told from what the call did: later checks leave
         // the call out.
-        ctx.report.LeaveOut(label, finding);
+        ctx.report.LeaveOut(key, finding);
         ++ctx.processesLeft;
     }
 }
@@ -115,15 +115,24 @@ std::string UserCall::Label() const
     return "module command " + Quote(FourCCText(command)) + " " + std::to_string(version);
 }
 
+std::string UserCall::Key() const
+{
+    if (menu)
+        return "item " + std::to_string(item) + " of the add-on's menu " + std::to_string(menuIndex + 1);
+    return Label();
+}
+
 std::vector<UserCall> UserCalls(Host& host, const AddOn& addOn)
 {
     std::vector<UserCall> calls;
+    int index = 0;
     for (const RegisteredMenu& menu : host.Menus()) {
         if (menu.owner != &addOn)
             continue;
         for (std::size_t i = 0; i < menu.items.size(); ++i)
             if (!(menu.items[i].flags & 1))
-                calls.push_back(UserCall{true, menu.resID, std::int32_t(i + 1), 0, 0});
+                calls.push_back(UserCall{true, menu.resID, std::int32_t(i + 1), 0, 0, index});
+        ++index;
     }
     for (const auto& [command, version] : addOn.services)
         calls.push_back(UserCall{false, 0, 0, command, version});
@@ -148,13 +157,13 @@ std::map<std::string, double> Play(Session& session, std::span<const UserCall> c
     std::map<std::string, double> times;
     Host& host = session.host;
     for (const UserCall& call : calls) {
-        const std::string label = call.Label();
-        if (const std::string* finding = ctx.Known(label)) {
-            if (ctx.leftOut.insert(label).second)
+        const std::string label = call.Label(), key = call.Key();
+        if (const std::string* finding = ctx.Known(key)) {
+            if (ctx.leftOut.insert(key).second)
                 ctx.report.Note("left out " + label + ": " + *finding);
             continue;
         }
-        ctx.report.UserCall(label);
+        ctx.report.UserCall(label, key);
         const std::size_t logFrom = host.Log().Lines().size();
         session.monkey.NewCall(kActionsPerCall);
         std::string why;
@@ -171,12 +180,12 @@ std::map<std::string, double> Play(Session& session, std::span<const UserCall> c
         double& slot = times[label];
         slot = std::max(slot, seconds);
         // Timers and downloads the call started run to their end before the next call.
-        ctx.report.Timers(label);
+        ctx.report.Timers(label, key);
         const double until = host.Loop().Now() + settleSeconds;
         while (host.Loop().HasPending() && host.Loop().Now() < until)
             host.Loop().RunFor(0.05);
         session.monkey.DriveModeless();
-        AfterCall(host, ctx, label, logFrom);
+        AfterCall(host, ctx, label, key, logFrom);
     }
     return times;
 }

@@ -123,17 +123,17 @@ CheckResult RunCheck(const CheckRequest& request, BundleRun& run)
             run.knownBad.emplace(call, why + " (" + name + ")");
         if (last.abnormal.empty())
             break;
-        const bool ours = add({last.abnormal, last.abnormal});
+        const bool ours = add({last.abnormalKey, last.abnormal});
         if (ours && result.output.empty())
             result.output = last.output;
         // A call the user makes can be left out; the validator's own steps cannot.
         const bool userCall = last.callKind == 'U' || last.callKind == 'T';
-        if (userCall && !run.knownBad.contains(last.call) && attempt < kMaxAttempts) {
-            run.knownBad[last.call] = last.abnormal + " (" + run.foundBy[last.abnormal] + ")";
+        if (userCall && !run.knownBad.contains(last.callKey) && attempt < kMaxAttempts) {
+            run.knownBad[last.callKey] = last.abnormal + " (" + run.foundBy[last.abnormalKey] + ")";
             continue;
         }
         if (!ours)
-            stoppedBy = last.abnormal + " (found by " + run.foundBy[last.abnormal] + ")";
+            stoppedBy = last.abnormal + " (found by " + run.foundBy[last.abnormalKey] + ")";
         break;
     }
     result.warnings = last.warnings;

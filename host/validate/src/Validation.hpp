@@ -20,13 +20,14 @@ namespace kfhost::validate {
 //   A name       the add-on's name
 //   C text       a step of the validator's own (loading, unloading, a scenario): a crash or a hang
 //                in it is laid at its door
-//   U label      a call the user makes (a menu item, a module command): a crash or a hang in it ends
-//                that call only, and the check starts again without it
-//   T label      the timers and downloads that call started, in the same way
+//   U label<TAB>key  a call the user makes (a menu item, a module command): a crash or a hang in it
+//                ends that call only, and the check starts again without it. The key is the same
+//                for the same item of every language's copy of a menu.
+//   T label<TAB>key  the timers and downloads that call started, in the same way
 //   F text       a failure; "F key<US>text" when findings of one key are one finding whatever the text
 //   W text       a warning;  N text  what was measured;  S text  why the check does not apply
 //   M label<TAB>seconds  how long a call took
-//   X label<TAB>why      leave this call out from now on (what it does cannot be judged)
+//   X key<TAB>why        leave this call out from now on (what it does cannot be judged)
 //   D            the check is done
 // C, U and T lines each start a call of its own time limit (the parent's).
 class Reporter {
@@ -38,8 +39,8 @@ public:
     void Note(std::string_view text) { Line('N', text); }
     void Skip(std::string_view why) { Line('S', why); }
     void Calling(std::string_view step) { Line('C', step); }
-    void UserCall(std::string_view label) { Line('U', label); }
-    void Timers(std::string_view label) { Line('T', label); }
+    void UserCall(std::string_view label, std::string_view key) { Line('U', Tabbed(label, key)); }
+    void Timers(std::string_view label, std::string_view key) { Line('T', Tabbed(label, key)); }
     void Measured(std::string_view label, double seconds);
     void AddOnName(std::string_view name) { Line('A', name); }
     void LeaveOut(std::string_view label, std::string_view why)
@@ -50,6 +51,7 @@ public:
     bool Failed() const { return failed_; }
 
 private:
+    static std::string Tabbed(std::string_view a, std::string_view b) { return std::string(a) + '\t' + std::string(b); }
     void Line(char kind, std::string_view text);
     int fd_;
     bool failed_ = false;
@@ -64,15 +66,15 @@ struct CheckContext {
     int strictness = 5;
     std::uint64_t seed = 0;
     Reporter& report;
-    // Calls that crashed or hung in an earlier process of this run: label -> the finding.
+    // Calls that crashed or hung in an earlier process of this run: key -> the finding.
     std::map<std::string, std::string> knownBad;
     double callSeconds = 5;        // the parent's limit for one call
     double callBudget = 0;         // a call slower than this fails; 0: times are only reported
-    std::set<std::string> leftOut; // calls already said to be left out
+    std::set<std::string> leftOut; // keys of calls already said to be left out
     int processesLeft = 0;         // processes the add-on left running, so far
 
-    // The finding that ended this call before, or null.
-    const std::string* Known(const std::string& label) const;
+    // The finding that ended this call (by its key) before, or null.
+    const std::string* Known(const std::string& key) const;
 };
 
 struct CheckInfo {
@@ -107,9 +109,9 @@ HostConfig ConfigFor(const std::filesystem::path& frameworkFolder, const std::st
 AddOn* LoadFor(Host& host, CheckContext& ctx);
 // FreeData and dlclose of every add-on of host.
 void UnloadFor(Host& host, CheckContext& ctx);
-// What a call left behind: exceptions that escaped the add-on since the transcript had logFrom lines,
-// and processes it left running (named and ended).
-void AfterCall(Host& host, CheckContext& ctx, const std::string& label, std::size_t logFrom);
+// What a call (label, and key as in UserCall::Key) left behind: exceptions that escaped the add-on
+// since the transcript had logFrom lines, and processes it left running (named and ended).
+void AfterCall(Host& host, CheckContext& ctx, const std::string& label, const std::string& key, std::size_t logFrom);
 
 // One thing a user can do to a loaded add-on: choose a menu item or send it a module command.
 struct UserCall {
@@ -118,7 +120,12 @@ struct UserCall {
     std::int32_t item = 0;
     std::uint32_t command = 0;
     std::int32_t version = 0;
+    int menuIndex = 0; // among the add-on's registered menus
+    // "menu 32501 item 1", "module command 'QRT ' 0"
     std::string Label() const;
+    // The same for the same item whichever language's copy of the menu is registered:
+    // "item 1 of the add-on's menu 1".
+    std::string Key() const;
 };
 // Every enabled item of the add-on's registered menus in the menus' order, then its commands.
 std::vector<UserCall> UserCalls(Host& host, const AddOn& addOn);

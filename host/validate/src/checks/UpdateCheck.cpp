@@ -179,7 +179,7 @@ void CheckUpdate(CheckContext& ctx)
     }
     std::vector<UserCall> checking;
     for (std::size_t i = 0; i < calls.size(); ++i)
-        if (!ctx.Known(calls[i].Label()) &&
+        if (!ctx.Known(calls[i].Key()) &&
             TryCall(ctx, server, ctx.scratch / ("discover-" + std::to_string(i)), calls[i]).requests > 0)
             checking.push_back(calls[i]);
     if (checking.empty()) {
