@@ -1,5 +1,5 @@
 # Writes a new add-on project from the template beside this file:
-#   cmake -DNAME=<Name> [-DDIR=<folder>] [-DPREFIX=<the package's prefix>] -P new-addon.cmake
+#   cmake -DNAME=<Name> [-DDIR=<folder>] [-DPREFIX=<the package's prefix>] [-DDATE=DD/MM/YYYY] -P new-addon.cmake
 # NAME becomes the bundle's, the CMake target's and the add-on's displayed name; DIR (default
 # ./<Name>) must not exist or be empty. The project builds against the installed package, whose
 # prefix its README names: PREFIX, or the package this file was installed with.
@@ -34,10 +34,12 @@ if(NOT DEFINED PREFIX OR PREFIX STREQUAL "")
   endif()
 endif()
 
-# Its versions-file line: the name in capitals as its code, release 1.0.0.0 of today.
+# Its versions-file line: the name in capitals as its code, release 1.0.0.0 of today (or DATE).
 string(TOUPPER "${NAME}" code)
-string(TIMESTAMP today "%d/%m/%Y")
-set(VERSION_LINE "${code} 1.0.0.0 (HV170) ${today}")
+if(NOT DATE)
+  string(TIMESTAMP DATE "%d/%m/%Y")
+endif()
+set(VERSION_LINE "${code} 1.0.0.0 (HV170) ${DATE}")
 
 set(template ${CMAKE_CURRENT_LIST_DIR}/template)
 file(GLOB_RECURSE files RELATIVE ${template} ${template}/*)

@@ -91,6 +91,11 @@ file(READ ${hello}/build/kf_addon_tests/Hello_first_run/transcript.txt transcrip
 if(NOT transcript MATCHES "dialog 32734" OR transcript MATCHES "_ERR_")
   message(FATAL_ERROR "the language dialog is missing or shows a missing string:\n${transcript}")
 endif()
+# What the framework says in every add-on holds for every add-on: no other add-on's name, no button
+# of a dialog this one does not have.
+if(transcript MATCHES "Orvella|Language button")
+  message(FATAL_ERROR "the framework's texts speak of another add-on:\n${transcript}")
+endif()
 
 set(build_hello ${CMAKE_COMMAND} --build ${hello}/build)
 set(test_hello ${CMAKE_CTEST_COMMAND} --test-dir ${hello}/build --output-on-failure)
