@@ -2,6 +2,7 @@
 // the start of a process that does nothing, and one check in a forked child of its own (as the
 // validator runs each) beside the same check in this process.
 #include "kfhost/validate/Validate.hpp"
+#include "../../host/validate/src/ChildProcess.hpp"
 
 #include <benchmark/benchmark.h>
 
@@ -41,7 +42,8 @@ class Scratch {
 public:
     Scratch()
     {
-        std::string pattern = (std::filesystem::temp_directory_path() / "kfbench-XXXXXX").string();
+        // In memory, as kfhost validate makes its own.
+        std::string pattern = "/dev/shm/kfbench-XXXXXX";
         if (mkdtemp(pattern.data()))
             path_ = pattern;
     }
@@ -93,6 +95,13 @@ void BM_CheckInProcess(benchmark::State& state)
             state.SkipWithError("the check failed");
 }
 BENCHMARK(BM_CheckInProcess)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+void BM_ForkOnly(benchmark::State& state)
+{
+    for (auto _ : state)
+        kfhost::validate::RunChild([](int) { return 0; }, {5});
+}
+BENCHMARK(BM_ForkOnly)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 } // namespace
 

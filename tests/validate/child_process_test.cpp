@@ -120,24 +120,36 @@ TEST(ChildProcess, KeepsWhatTheProcessPrinted)
 // waiting nor survives it.
 TEST(ChildProcess, WhatTheChildLeavesRunningEndsWithIt)
 {
-    static pid_t sLeft = 0;
-    int pids[2];
-    ASSERT_EQ(::pipe(pids), 0);
     const ChildOutcome outcome = RunChild(
-        [&](int fd) {
+        [](int fd) {
             const pid_t left = ::fork();
             if (left == 0)
                 WaitForEver();
-            [[maybe_unused]] const auto n = ::write(pids[1], &left, sizeof left);
-            return Say(fd, "D\n"), 0;
+            Say(fd, ("N " + std::to_string(left) + "\nD\n").c_str());
+            return 0;
         },
         {10});
-    ::close(pids[1]);
-    ASSERT_EQ(::read(pids[0], &sLeft, sizeof sLeft), ssize_t(sizeof sLeft));
-    ::close(pids[0]);
     EXPECT_TRUE(outcome.exited); // and did not wait for the left process, which holds its pipes for ever
-    EXPECT_NE(::kill(sLeft, 0), 0) << "process " << sLeft << " still runs";
+    ASSERT_EQ(outcome.reportLines.size(), 2u);
+    const pid_t left = std::stoi(outcome.reportLines[0].substr(2));
+    EXPECT_NE(::kill(left, 0), 0) << "process " << left << " still runs";
     EXPECT_TRUE(ChildProcesses().empty());
+}
+
+// Checks run side by side: the end of one ends nothing of another.
+TEST(ChildProcess, ChildrenSideBySide)
+{
+    Child slow([](int fd) { return Sleep(0.3), Say(fd, "D\n"), 0; }, {10});
+    Child quick([](int fd) { return Say(fd, "D\n"), 0; }, {10});
+    Child* const both[] = {&slow, &quick};
+    while (!quick.Step())
+        WaitForAny(both);
+    while (!slow.Step())
+        WaitForAny(both);
+    for (Child* child : both) {
+        EXPECT_TRUE(child->Outcome().exited);
+        EXPECT_EQ(child->Outcome().reportLines, std::vector<std::string>{"D"});
+    }
 }
 
 TEST(Processes, ALeftProcessIsFoundAndEnded)

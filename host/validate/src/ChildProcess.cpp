@@ -13,6 +13,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <set>
 
 namespace kfhost::validate {
 
@@ -79,10 +80,15 @@ bool Drain(int fd, std::string& into)
     sigset_t none;
     sigemptyset(&none);
     ::sigprocmask(SIG_SETMASK, &none, nullptr);
-    const int reportCopy = ::fcntl(reportFd, F_DUPFD_CLOEXEC, 3);
+    // Descriptor 3 reports; nothing else of the parent's (other checks' pipes) stays open.
+    if (reportFd != 3) {
+        ::dup2(reportFd, 3);
+        reportFd = 3;
+    }
+    ::close_range(4, ~0U, 0);
     int status = 70;
     try {
-        status = body(reportCopy);
+        status = body(reportFd);
     } catch (...) {
     }
     std::fflush(nullptr);
@@ -90,111 +96,187 @@ bool Drain(int fd, std::string& into)
     ::_exit(status);
 }
 
-bool StartsCall(const std::string& line)
+bool StartsCall(std::string_view line)
 {
-    return !line.empty() && (line[0] == 'C' || line[0] == 'U' || line[0] == 'T');
+    return line.size() >= 2 && (line[0] == 'C' || line[0] == 'U' || line[0] == 'T');
+}
+
+// The checks' processes this process has running: what else is its child came as an orphan.
+std::set<pid_t>& Running()
+{
+    static std::set<pid_t> running;
+    return running;
+}
+
+// Room for what a check reports between two looks of the parent.
+void Widen(int fd)
+{
+    ::fcntl(fd, F_SETPIPE_SZ, 1 << 20);
 }
 
 } // namespace
 
-ChildOutcome RunChild(const std::function<int(int reportFd)>& body, ChildLimits limits)
+std::string CallStamp()
 {
-    using Clock = std::chrono::steady_clock;
-    ChildOutcome outcome;
+    return "@" + std::to_string(std::chrono::steady_clock::now().time_since_epoch().count()) + " ";
+}
+
+std::optional<std::chrono::steady_clock::time_point> TakeCallStamp(std::string_view& text)
+{
+    if (text.empty() || text[0] != '@')
+        return std::nullopt;
+    const std::size_t space = text.find(' ');
+    if (space == std::string_view::npos)
+        return std::nullopt;
+    long long ns = 0;
+    for (const char c : text.substr(1, space - 1)) {
+        if (c < '0' || c > '9')
+            return std::nullopt;
+        ns = ns * 10 + (c - '0');
+    }
+    text.remove_prefix(space + 1);
+    return std::chrono::steady_clock::time_point(std::chrono::steady_clock::duration(ns));
+}
+
+Child::Child(const std::function<int(int reportFd)>& body, ChildLimits limits) : limits_(limits)
+{
     Pipe report, output;
     if (!report.Ok() || !output.Ok()) {
-        outcome.output = "cannot make a pipe";
-        return outcome;
+        outcome_.output = "cannot make a pipe";
+        ended_ = true;
+        return;
     }
     // Whatever the parent has buffered would be written twice.
     std::fflush(nullptr);
     AdoptOrphans();
-    const auto start = Clock::now();
-    const pid_t pid = ::fork();
-    if (pid < 0) {
-        outcome.output = "cannot start a process";
-        return outcome;
+    start_ = callStart_ = std::chrono::steady_clock::now();
+    pid_ = ::fork();
+    if (pid_ < 0) {
+        outcome_.output = "cannot start a process";
+        ended_ = true;
+        return;
     }
-    if (pid == 0)
+    if (pid_ == 0)
         BecomeChild(body, report.Write(), output.Write());
-    ::setpgid(pid, pid); // either side may be first
-    report.CloseWrite();
-    output.CloseWrite();
-    ::fcntl(report.Read(), F_SETFL, O_NONBLOCK);
-    ::fcntl(output.Read(), F_SETFL, O_NONBLOCK);
+    ::setpgid(pid_, pid_); // either side may be first
+    Running().insert(pid_);
+    reportFd_ = ::fcntl(report.Read(), F_DUPFD_CLOEXEC, 0);
+    outputFd_ = ::fcntl(output.Read(), F_DUPFD_CLOEXEC, 0);
+    for (const int fd : {reportFd_, outputFd_}) {
+        ::fcntl(fd, F_SETFL, O_NONBLOCK);
+        Widen(fd);
+    }
+    exitFd_ = int(::syscall(SYS_pidfd_open, pid_, 0));
+}
 
-    // Readable when the child ends; without it (an old kernel) the loop looks every few milliseconds.
-    const int exitFd = int(::syscall(SYS_pidfd_open, pid, 0));
-    std::string reportText;
-    std::size_t scanned = 0; // of reportText, up to the last whole line seen
-    auto callStart = start;
-    const auto callLimit =
-        std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(limits.callSeconds));
-    bool reportOpen = true, outputOpen = true;
-    int status = 0;
-    for (;;) {
-        // The end of the child, not of its pipes: a process it left may hold them open.
-        const pid_t ended = ::waitpid(pid, &status, WNOHANG);
-        if (ended == pid)
-            break;
-        const auto now = Clock::now();
-        if (now - callStart >= callLimit) {
-            outcome.timedOut = true;
-            ::kill(-pid, SIGKILL);
-            ::kill(pid, SIGKILL);
-            while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
-            }
-            break;
-        }
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(callStart + callLimit - now).count();
-        pollfd fds[3] = {{reportOpen ? report.Read() : -1, POLLIN, 0},
-                         {outputOpen ? output.Read() : -1, POLLIN, 0},
-                         {exitFd, POLLIN, 0}};
-        if (::poll(fds, 3, int(exitFd >= 0 ? left + 1 : std::min<long long>(left + 1, 5))) < 0 && errno != EINTR) {
-            ::kill(-pid, SIGKILL);
-            while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
-            }
-            break;
-        }
-        if (reportOpen && fds[0].revents)
-            reportOpen = Drain(report.Read(), reportText);
-        if (outputOpen && fds[1].revents) {
-            outputOpen = Drain(output.Read(), outcome.output);
-            if (outcome.output.size() > 2 * kOutputKept)
-                outcome.output.erase(0, outcome.output.size() - kOutputKept);
-        }
-        // Each call the child starts has its own time.
-        for (std::size_t end; (end = reportText.find('\n', scanned)) != std::string::npos; scanned = end + 1)
-            if (StartsCall(reportText.substr(scanned, 1)))
-                callStart = Clock::now();
+Child::~Child()
+{
+    if (!ended_ && pid_ > 0)
+        End(false);
+    for (const int fd : {reportFd_, outputFd_, exitFd_})
+        if (fd >= 0)
+            ::close(fd);
+}
+
+void Child::End(bool timedOut)
+{
+    outcome_.timedOut = timedOut;
+    ::kill(-pid_, SIGKILL);
+    ::kill(pid_, SIGKILL);
+    while (::waitpid(pid_, &status_, 0) < 0 && errno == EINTR) {
     }
+    Finish();
+}
+
+std::chrono::steady_clock::time_point Child::Due() const
+{
+    return callStart_ + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+                            std::chrono::duration<double>(limits_.callSeconds));
+}
+
+bool Child::Step()
+{
+    if (ended_)
+        return true;
+    if (reportOpen_)
+        reportOpen_ = Drain(reportFd_, reportText_);
+    if (outputOpen_) {
+        outputOpen_ = Drain(outputFd_, outcome_.output);
+        if (outcome_.output.size() > 2 * kOutputKept)
+            outcome_.output.erase(0, outcome_.output.size() - kOutputKept);
+    }
+    // Each call the child starts has its own time.
+    for (std::size_t end; (end = reportText_.find('\n', scanned_)) != std::string::npos; scanned_ = end + 1) {
+        std::string_view line(reportText_.data() + scanned_, end - scanned_);
+        if (!StartsCall(line))
+            continue;
+        line.remove_prefix(2);
+        callStart_ = TakeCallStamp(line).value_or(std::chrono::steady_clock::now());
+    }
+    // The end of the child, not of its pipes: a process it left may hold them open.
+    if (::waitpid(pid_, &status_, WNOHANG) == pid_)
+        Finish();
+    else if (std::chrono::steady_clock::now() >= Due())
+        End(true);
+    return ended_;
+}
+
+void Child::Finish()
+{
+    ended_ = true;
+    Running().erase(pid_);
     // What was written before the end still counts.
-    if (reportOpen)
-        Drain(report.Read(), reportText);
-    if (outputOpen)
-        Drain(output.Read(), outcome.output);
-    if (exitFd >= 0)
-        ::close(exitFd);
+    if (reportOpen_)
+        Drain(reportFd_, reportText_);
+    if (outputOpen_)
+        Drain(outputFd_, outcome_.output);
     // The group, and whatever left it and came to us as an orphan.
-    ::kill(-pid, SIGKILL);
-    EndChildProcesses();
-    outcome.seconds = std::chrono::duration<double>(Clock::now() - start).count();
-    if (WIFEXITED(status) && !outcome.timedOut) {
-        outcome.exited = true;
-        outcome.exitStatus = WEXITSTATUS(status);
-    } else if (WIFSIGNALED(status) && !outcome.timedOut) {
-        outcome.signal = WTERMSIG(status);
+    ::kill(-pid_, SIGKILL);
+    EndChildProcesses(Running());
+    outcome_.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
+    if (WIFEXITED(status_) && !outcome_.timedOut) {
+        outcome_.exited = true;
+        outcome_.exitStatus = WEXITSTATUS(status_);
+    } else if (WIFSIGNALED(status_) && !outcome_.timedOut) {
+        outcome_.signal = WTERMSIG(status_);
     }
-    if (outcome.output.size() > kOutputKept)
-        outcome.output.erase(0, outcome.output.size() - kOutputKept);
-    for (std::size_t begin = 0; begin < reportText.size();) {
-        const std::size_t end = reportText.find('\n', begin);
+    if (outcome_.output.size() > kOutputKept)
+        outcome_.output.erase(0, outcome_.output.size() - kOutputKept);
+    for (std::size_t begin = 0; begin < reportText_.size();) {
+        const std::size_t end = reportText_.find('\n', begin);
         if (end == std::string::npos)
             break;
-        outcome.reportLines.push_back(reportText.substr(begin, end - begin));
+        outcome_.reportLines.push_back(reportText_.substr(begin, end - begin));
         begin = end + 1;
     }
-    return outcome;
+}
+
+void WaitForAny(std::span<Child* const> children)
+{
+    constexpr auto kTick = std::chrono::milliseconds(100);
+    auto due = std::chrono::steady_clock::now() + kTick;
+    std::vector<pollfd> fds;
+    bool blind = false; // a child without an exit descriptor: look often
+    for (const Child* child : children) {
+        due = std::min(due, child->Due());
+        if (child->ExitFd() >= 0)
+            fds.push_back({child->ExitFd(), POLLIN, 0});
+        else
+            blind = true;
+    }
+    auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(due - std::chrono::steady_clock::now()).count() + 1;
+    if (blind)
+        ms = std::min<long long>(ms, 2);
+    ::poll(fds.data(), nfds_t(fds.size()), int(std::max<long long>(ms, 0)));
+}
+
+ChildOutcome RunChild(const std::function<int(int reportFd)>& body, ChildLimits limits)
+{
+    Child child(body, limits);
+    Child* const children[] = {&child};
+    while (!child.Step())
+        WaitForAny(children);
+    return std::move(child.Outcome());
 }
 
 } // namespace kfhost::validate

@@ -75,10 +75,12 @@ Attempt ParseAttempt(const ChildOutcome& outcome, double callSeconds)
         case 'C':
         case 'U':
         case 'T': {
-            const std::size_t tab = text.find('\t');
+            std::string_view call = text;
+            TakeCallStamp(call);
+            const std::size_t tab = call.find('\t');
             attempt.callKind = line[0];
-            attempt.call = text.substr(0, tab);
-            attempt.callKey = tab == std::string::npos ? text : text.substr(tab + 1);
+            attempt.call = std::string(call.substr(0, tab));
+            attempt.callKey = std::string(tab == std::string_view::npos ? call : call.substr(tab + 1));
             break;
         }
         case 'M': {

@@ -48,15 +48,18 @@ void EndProcess(pid_t pid)
         EndProcess(child);
 }
 
-void EndChildProcesses()
+void EndChildProcesses(const std::set<pid_t>& keep)
 {
     // Bounded: a process that forks as fast as it is ended cannot keep this going for ever.
     for (int round = 0; round < 16; ++round) {
-        const std::vector<pid_t> children = ChildProcesses();
-        if (children.empty())
+        bool ended = false;
+        for (const pid_t child : ChildProcesses())
+            if (!keep.contains(child)) {
+                EndProcess(child);
+                ended = true;
+            }
+        if (!ended)
             return;
-        for (const pid_t child : children)
-            EndProcess(child);
     }
 }
 

@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <set>
 #include <vector>
 
 namespace kfhost::validate {
@@ -15,7 +16,7 @@ void AdoptOrphans();
 std::vector<pid_t> ChildProcesses();
 // Ends the process and everything it started that is still around, and reaps what becomes ours.
 void EndProcess(pid_t pid);
-// Ends every child process (the whole line under each) and reaps them.
-void EndChildProcesses();
+// Ends every child process (the whole line under each) but those in keep, and reaps them.
+void EndChildProcesses(const std::set<pid_t>& keep = {});
 
 } // namespace kfhost::validate

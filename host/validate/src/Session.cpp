@@ -1,4 +1,5 @@
 // Helpers every check uses: reporting to the parent, loading the bundle, playing the user, files.
+#include "ChildProcess.hpp"
 #include "Monkey.hpp"
 #include "Processes.hpp"
 #include "StageResources.hpp"
@@ -45,6 +46,8 @@ void Reporter::Line(char kind, std::string_view text)
         return;
     std::string line(1, kind);
     line += ' ';
+    if (kind == 'C' || kind == 'U' || kind == 'T')
+        line += CallStamp();
     for (const char c : text)
         line += c == '\n' ? ' ' : c;
     line += '\n';

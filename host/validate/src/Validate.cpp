@@ -1,10 +1,9 @@
-// The command line of `kfhost validate` and the parent's side: which checks run on which bundle,
-// each in a forked child, and what becomes of what they report. A call that crashes or hangs is
-// found once: the check starts again without it, and later checks leave it out.
+// The command line of `kfhost validate`: which checks run on which bundle (Runner.hpp runs them),
+// and the reports.
 #include "kfhost/validate/Validate.hpp"
 
-#include "ChildProcess.hpp"
 #include "Report.hpp"
+#include "Runner.hpp"
 #include "Validation.hpp"
 
 #include "KFKit/VersionLine.hpp"
@@ -24,9 +23,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// A check starts again at most this often, each time without one more call that crashed or hung.
-constexpr int kMaxAttempts = 32;
-
 struct Options {
     std::vector<std::string> bundles;
     int strictness = 5;
@@ -35,123 +31,13 @@ struct Options {
     bool randomise = false;
     double callSeconds = 5;
     double callBudget = 0;
+    int jobs = 0; // 0: one per processor
     std::vector<std::string> only, skip;
     std::string junit, json;
     bool keepGoing = false;
     bool list = false;
     bool verbose = false;
 };
-
-class ScratchFolder {
-public:
-    ScratchFolder()
-    {
-        std::string pattern = (fs::temp_directory_path() / "kfvalidate-XXXXXX").string();
-        if (::mkdtemp(pattern.data()))
-            path_ = pattern;
-    }
-    ~ScratchFolder()
-    {
-        std::error_code ec;
-        if (!path_.empty()) {
-            // A folder the add-on made read-only must not stay behind.
-            for (fs::recursive_directory_iterator it(path_, ec), end; !ec && it != end; it.increment(ec))
-                if (it->is_directory(ec))
-                    fs::permissions(it->path(), fs::perms::owner_all, fs::perm_options::add, ec);
-            fs::remove_all(path_, ec);
-        }
-    }
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-    const fs::path& Path() const { return path_; }
-
-private:
-    fs::path path_;
-};
-
-// What the checks of one bundle share within a round.
-struct BundleRun {
-    std::map<std::string, std::string> knownBad; // call -> why it is left out
-    std::map<std::string, std::string> foundBy;  // finding's key -> the check that reported it
-};
-
-struct CheckRequest {
-    const CheckInfo* check = nullptr;
-    std::string bundle;
-    std::uint64_t seed = 0;
-    const Options* options = nullptr;
-};
-
-// The child's side of one check: runs it and reports to fd.
-int RunInChild(const CheckRequest& request, const fs::path& scratch, const BundleRun& run, int fd)
-{
-    Reporter report(fd);
-    CheckContext ctx{fs::path(request.bundle), scratch, request.options->strictness, request.seed, report};
-    ctx.knownBad = run.knownBad;
-    ctx.callSeconds = request.options->callSeconds;
-    ctx.callBudget = request.options->callBudget;
-    request.check->run(ctx);
-    report.Done();
-    return 0;
-}
-
-CheckResult RunCheck(const CheckRequest& request, BundleRun& run)
-{
-    const std::string name(request.check->name);
-    CheckResult result;
-    result.bundle = request.bundle;
-    result.check = name;
-    std::string stoppedBy;
-    Attempt last;
-    auto add = [&](const Finding& finding) {
-        const auto [it, fresh] = run.foundBy.emplace(finding.key, name);
-        if (fresh)
-            result.failures.push_back(finding.text);
-        return fresh || it->second == name;
-    };
-    for (int attempt = 1;; ++attempt) {
-        const ScratchFolder scratch;
-        const ChildOutcome outcome = RunChild([&](int fd) { return RunInChild(request, scratch.Path(), run, fd); },
-                                              {request.options->callSeconds});
-        last = ParseAttempt(outcome, request.options->callSeconds);
-        result.seconds += last.seconds;
-        if (!last.addOn.empty())
-            result.addOn = last.addOn;
-        for (const Finding& finding : last.failures)
-            add(finding);
-        for (const auto& [call, why] : last.leaveOut)
-            run.knownBad.emplace(call, why + " (" + name + ")");
-        if (last.abnormal.empty())
-            break;
-        const bool ours = add({last.abnormalKey, last.abnormal});
-        if (ours && result.output.empty())
-            result.output = last.output;
-        // A call the user makes can be left out; the validator's own steps cannot.
-        const bool userCall = last.callKind == 'U' || last.callKind == 'T';
-        if (userCall && !run.knownBad.contains(last.callKey) && attempt < kMaxAttempts) {
-            run.knownBad[last.callKey] = last.abnormal + " (" + run.foundBy[last.abnormalKey] + ")";
-            continue;
-        }
-        if (!ours)
-            stoppedBy = last.abnormal + " (found by " + run.foundBy[last.abnormalKey] + ")";
-        break;
-    }
-    result.warnings = last.warnings;
-    result.notes = last.notes;
-    result.times = last.times;
-    if (!result.failures.empty()) {
-        result.status = CheckResult::Status::Fail;
-    } else if (!stoppedBy.empty()) {
-        result.status = CheckResult::Status::Skip;
-        result.notes.insert(result.notes.begin(), "could not go on: " + stoppedBy);
-    } else if (!last.skips.empty()) {
-        result.status = CheckResult::Status::Skip;
-        result.notes.insert(result.notes.begin(), last.skips.begin(), last.skips.end());
-    }
-    if (result.status != CheckResult::Status::Fail)
-        result.output.clear();
-    return result;
-}
 
 CheckResult Skipped(const std::string& bundle, const CheckInfo& check, std::string why)
 {
@@ -185,6 +71,9 @@ int RunAll(const Options& options)
             return 2;
         }
     RunInfo info{options.strictness, options.seed, options.repeat, options.callSeconds, options.callBudget};
+    const long processors = ::sysconf(_SC_NPROCESSORS_ONLN);
+    const RunOptions run{options.strictness, options.callSeconds, options.callBudget,
+                         options.jobs > 0 ? options.jobs : int(std::clamp(processors, 1L, 16L))};
     std::vector<CheckResult> results;
     for (int round = 1; round <= options.repeat; ++round) {
         const std::uint64_t seed = options.seed + std::uint64_t(round - 1);
@@ -197,25 +86,41 @@ int RunAll(const Options& options)
             std::shuffle(order.begin() + 2, order.end(), rng);
         }
         for (const std::string& bundle : options.bundles) {
-            BundleRun run;
-            bool loads = true;
-            for (const CheckInfo* check : order) {
-                const std::string name(check->name);
-                if (!Chosen(options, name))
-                    continue;
-                CheckResult result;
-                if (check->level > options.strictness) {
-                    result = Skipped(bundle, *check, "from strictness " + std::to_string(check->level));
-                } else if (!loads && !options.keepGoing) {
-                    result = Skipped(bundle, *check, "the bundle does not load (--keep-going runs it anyway)");
-                } else {
-                    result = RunCheck({check, bundle, seed, &options}, run);
-                    // Only a load check that never saw the add-on's name stops the others.
-                    if (name == "load" && result.addOn.empty())
-                        loads = false;
+            BundleRun shared;
+            std::vector<CheckResult> mine;
+            for (const bool first : {true, false}) {
+                bool loads = true;
+                for (const CheckResult& r : mine)
+                    if (r.check == "load" && r.addOn.empty() && r.status != CheckResult::Status::Skip)
+                        loads = false; // only a load check that never saw the add-on's name stops the others
+                std::vector<const CheckInfo*> wave;
+                for (std::size_t i = first ? 0 : 2; i < (first ? 2 : order.size()); ++i) {
+                    const CheckInfo* check = order[i];
+                    const std::string name(check->name);
+                    if (!Chosen(options, name))
+                        continue;
+                    if (check->level > options.strictness)
+                        mine.push_back(Skipped(bundle, *check, "from strictness " + std::to_string(check->level)));
+                    else if (!loads && !options.keepGoing)
+                        mine.push_back(
+                            Skipped(bundle, *check, "the bundle does not load (--keep-going runs it anyway)"));
+                    else
+                        wave.push_back(check);
                 }
-                result.round = round;
-                results.push_back(std::move(result));
+                for (CheckResult& r : RunChecks(bundle, wave, seed, run, shared))
+                    mine.push_back(std::move(r));
+            }
+            // In the checks' order, as listed.
+            std::stable_sort(mine.begin(), mine.end(), [&](const CheckResult& a, const CheckResult& b) {
+                auto at = [&](const std::string& name) {
+                    return std::find_if(order.begin(), order.end(),
+                                        [&](const CheckInfo* c) { return c->name == name; });
+                };
+                return at(a.check) < at(b.check);
+            });
+            for (CheckResult& r : mine) {
+                r.round = round;
+                results.push_back(std::move(r));
             }
         }
     }
@@ -259,6 +164,8 @@ int Main(int argc, char** argv)
     app.add_option("--call-budget", options.callBudget,
                    "seconds a call may take before it fails the check (default: times are only reported)")
         ->check(CLI::PositiveNumber);
+    app.add_option("--jobs,-j", options.jobs, "checks run at a time (default: one per processor)")
+        ->check(CLI::Range(1, 64));
     app.add_option("--only", options.only, "run only this check (repeatable)")->allow_extra_args(false);
     app.add_option("--skip", options.skip, "do not run this check (repeatable)")->allow_extra_args(false);
     app.add_option("--junit", options.junit, "write a JUnit XML report to this file");
@@ -313,11 +220,12 @@ bool RunCheckIsolated(std::string_view check, std::string_view bundle, int stric
     const CheckInfo* info = FindCheck(check);
     if (!info)
         return false;
-    Options options;
+    RunOptions options;
     options.strictness = strictness;
     BundleRun run;
-    const CheckResult result = RunCheck({info, std::string(bundle), seed, &options}, run);
-    return result.status != CheckResult::Status::Fail;
+    const CheckInfo* const checks[] = {info};
+    const std::vector<CheckResult> results = RunChecks(std::string(bundle), checks, seed, options, run);
+    return results.front().status != CheckResult::Status::Fail;
 }
 
 } // namespace kfhost::validate
