@@ -8,7 +8,6 @@
 #include <fstream>
 #include <iterator>
 #include <map>
-#include <regex>
 
 namespace kfhost {
 
@@ -147,23 +146,51 @@ private:
         return ListKey(list) + " index " + std::to_string(index);
     }
 
-    // What the framework and printf-style formatting replace at run time.
-    static const std::regex& PlaceholderPattern()
+    // The placeholders a text carries (what the framework and printf-style formatting replace at run
+    // time: ADDONNAME, ADDONLIBNAME, %s, %ld, %%, ^1), in order; every language needs the same. What
+    // is left of the text without them goes to rest when asked.
+    static std::multiset<std::string> Placeholders(const std::u16string& text, std::string* rest = nullptr)
     {
-        static const std::regex pattern(R"(ADDONLIBNAME|ADDONNAME|%[-+ #0-9.]*(hh|h|ll|l|L|z|j|t)?[a-zA-Z%]|\^[0-9])");
-        return pattern;
-    }
-
-    // The placeholders a text carries: replaced at run time, so every language needs the same.
-    static std::multiset<std::string> Placeholders(const std::u16string& text)
-    {
-        const std::regex& pattern = PlaceholderPattern();
         std::multiset<std::string> found;
         const std::string utf8 = ToUTF8(text);
-        for (std::sregex_iterator it(utf8.begin(), utf8.end(), pattern), end; it != end; ++it)
-            if (it->str() != "%%")
-                found.insert(it->str());
+        for (std::size_t i = 0; i < utf8.size();) {
+            std::size_t length = 0;
+            const std::string_view at = std::string_view(utf8).substr(i);
+            if (at.starts_with("ADDONLIBNAME"))
+                length = 12;
+            else if (at.starts_with("ADDONNAME"))
+                length = 9;
+            else if (at.size() >= 2 && at[0] == '^' && at[1] >= '0' && at[1] <= '9')
+                length = 2;
+            else if (at[0] == '%')
+                length = FormatLength(at);
+            if (length == 0) {
+                if (rest)
+                    *rest += utf8[i];
+                ++i;
+                continue;
+            }
+            if (at.substr(0, length) != "%%")
+                found.insert(std::string(at.substr(0, length)));
+            i += length;
+        }
         return found;
+    }
+
+    // The length of a printf conversion at the start of text ("%-5.2ld"), 0 when there is none.
+    static std::size_t FormatLength(std::string_view text)
+    {
+        std::size_t i = 1;
+        while (i < text.size() && std::string_view("-+ #0123456789.").find(text[i]) != std::string_view::npos)
+            ++i;
+        for (const std::string_view size : {"hh", "ll", "h", "l", "L", "z", "j", "t"})
+            if (text.substr(i).starts_with(size)) {
+                i += size.size();
+                break;
+            }
+        const bool conversion = i < text.size() && ((text[i] >= 'a' && text[i] <= 'z') ||
+                                                    (text[i] >= 'A' && text[i] <= 'Z') || text[i] == '%');
+        return conversion ? i + 1 : 0;
     }
 
     static std::string Join(const std::multiset<std::string>& items)
@@ -185,7 +212,8 @@ private:
             word.remove_suffix(1);
         if (std::find(kSameWords.begin(), kSameWords.end(), word) != kSameWords.end())
             return true;
-        const std::string rest = std::regex_replace(ToUTF8(text), PlaceholderPattern(), "");
+        std::string rest;
+        Placeholders(text, &rest);
         return std::none_of(rest.begin(), rest.end(), [](char c) {
             return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (static_cast<unsigned char>(c) & 0x80);
         });
@@ -260,7 +288,10 @@ std::string ResourceFinding::Located() const
 {
     if (file.empty())
         return message;
-    return file + (line > 0 ? ":" + std::to_string(line) : std::string()) + ": " + message;
+    std::string located = file;
+    if (line > 0)
+        located.append(1, ':').append(std::to_string(line));
+    return located.append(": ").append(message);
 }
 
 LanguageSets FindLanguageSets(const ResourceModule& module)

@@ -118,7 +118,10 @@ void Widen(int fd)
 
 std::string CallStamp()
 {
-    return "@" + std::to_string(std::chrono::steady_clock::now().time_since_epoch().count()) + " ";
+    std::string stamp(1, '@');
+    stamp += std::to_string(std::chrono::steady_clock::now().time_since_epoch().count());
+    stamp += ' ';
+    return stamp;
 }
 
 std::optional<std::chrono::steady_clock::time_point> TakeCallStamp(std::string_view& text)

@@ -65,7 +65,7 @@ HostConfig ConfigFor(const fs::path& frameworkFolder, const std::string& updateS
     HostConfig config;
     config.frameworkFolder = frameworkFolder;
     // Port 9 of loopback refuses at once: a download started without a server fails quickly.
-    config.updateServer = updateServer.empty() ? "127.0.0.1:9" : updateServer;
+    config.updateServer = updateServer.empty() ? std::string("127.0.0.1:9") : updateServer;
     config.settings["download-limit"] = "3";
     return config;
 }

@@ -61,6 +61,15 @@ private:
 inline constexpr char kKeySeparator = '\x1f';
 
 struct CheckContext {
+    CheckContext(std::filesystem::path bundle_, std::filesystem::path scratch_, int strictness_, std::uint64_t seed_,
+                 Reporter& report_)
+        : bundle(std::move(bundle_)),
+          scratch(std::move(scratch_)),
+          strictness(strictness_),
+          seed(seed_),
+          report(report_)
+    {}
+
     std::filesystem::path bundle;
     std::filesystem::path scratch; // empty and this check's own
     int strictness = 5;

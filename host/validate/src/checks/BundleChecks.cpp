@@ -198,7 +198,7 @@ void CheckLoad(CheckContext& ctx)
 void CheckCycles(CheckContext& ctx)
 {
     Reporter& report = ctx.report;
-    const int cycles = 2 + ctx.strictness;
+    const int cycles = 2 + ctx.strictness / 2;
     Host host(ConfigFor(ctx.scratch));
     std::set<std::string> seen;
     auto cycle = [&](int number) {
