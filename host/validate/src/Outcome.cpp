@@ -106,15 +106,18 @@ Attempt ParseAttempt(const ChildOutcome& outcome, double callSeconds)
     const std::string where = (attempt.addOn.empty() ? std::string() : " in \"" + attempt.addOn + "\"") +
                               (during.empty() ? std::string() : " during " + during);
     std::string how;
-    if (outcome.timedOut)
+    if (outcome.timedOut) {
         how = "did not finish within " + Seconds(callSeconds) + " s: it hangs";
-    else if (outcome.signal != 0)
+        attempt.abnormalWhy = "it hangs";
+    } else if (outcome.signal != 0) {
         how = "crashed with " + SignalName(outcome.signal);
-    else if (!outcome.exited || outcome.exitStatus != 0 || !attempt.done) {
+        attempt.abnormalWhy = "it crashes";
+    } else if (!outcome.exited || outcome.exitStatus != 0 || !attempt.done) {
         const std::string sanitizer = SanitizerFinding(outcome.output);
         how = !sanitizer.empty()
                   ? "crashed with " + sanitizer
                   : "ended with exit status " + std::to_string(outcome.exitStatus) + " before the check was done";
+        attempt.abnormalWhy = !sanitizer.empty() ? "it crashes" : "it ends the process";
     }
     if (!how.empty()) {
         attempt.abnormal = how + where;

@@ -53,6 +53,7 @@ struct Attempt {
     std::string call;
     std::string callKey;     // of a U or T call; the step itself for C
     std::string abnormalKey; // the same crash or hang of the same call, whatever the menu's language
+    std::string abnormalWhy; // said short, for the checks that leave the call out: "it hangs"
     bool done = false;
     std::string abnormal; // a crash, a hang or an early end, said as a finding; empty when none
     std::string output;   // kept when abnormal

@@ -87,13 +87,13 @@ public:
         scratch_.reset();
         const Attempt& last = attempts_.back();
         for (const auto& [key, why] : last.leaveOut)
-            run_.knownBad.emplace(key, why);
+            run_.knownBad.emplace(key, why + " (" + std::string(check_.name) + ")");
         // A call the user makes can be left out; the validator's own steps cannot.
         const bool userCall = last.callKind == 'U' || last.callKind == 'T';
         if (last.abnormal.empty() || !userCall || known_.contains(last.callKey) ||
             int(attempts_.size()) >= kMaxAttempts)
             return false;
-        run_.knownBad.emplace(last.callKey, last.abnormal);
+        run_.knownBad.emplace(last.callKey, last.abnormalWhy + " (" + std::string(check_.name) + ")");
         Start();
         return true;
     }
