@@ -97,6 +97,14 @@ if(transcript MATCHES "Orvella|Language button")
   message(FATAL_ERROR "the framework's texts speak of another add-on:\n${transcript}")
 endif()
 
+# The untouched template has nothing to warn about: not the framework's own texts, not a word that
+# reads the same in two languages.
+run("validating the template as written"
+  COMMAND ${prefix}/bin/kfhost validate --strictness 10 --seed 1 ${hello}/build/addons/Hello.bundle)
+if(out MATCHES "warning:")
+  message(FATAL_ERROR "the untouched template has warnings:\n${out}")
+endif()
+
 set(build_hello ${CMAKE_COMMAND} --build ${hello}/build)
 set(test_hello ${CMAKE_CTEST_COMMAND} --test-dir ${hello}/build --output-on-failure)
 

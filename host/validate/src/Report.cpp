@@ -208,8 +208,9 @@ void WriteSummary(std::ostream& out, const RunInfo& info, const std::vector<Chec
         out << line << "\n";
         for (const auto& f : r.failures)
             out << "        " << Printable(f) << "\n";
-        if (r.status == CheckResult::Status::Skip)
-            for (const auto& n : r.notes)
+        // The calls a check left out qualify what it says, whatever it says.
+        for (const auto& n : r.notes)
+            if (r.status == CheckResult::Status::Skip || (!verbose && n.starts_with("left out ")))
                 out << "        " << Printable(n) << "\n";
         for (const auto& w : r.warnings)
             out << "        warning: " << Printable(w) << "\n";
