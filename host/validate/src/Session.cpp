@@ -8,6 +8,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <fstream>
@@ -21,10 +22,16 @@ namespace fs = std::filesystem;
 void Reporter::Fail(std::string_view key, std::string_view text)
 {
     failed_ = true;
+    // What an add-on said (an exception's text) must not split the line anew.
+    auto plain = [](std::string_view part) {
+        std::string out(part);
+        std::replace(out.begin(), out.end(), kKeySeparator, '?');
+        return out;
+    };
     if (key == text)
-        Line('F', text);
+        Line('F', plain(text));
     else
-        Line('F', std::string(key) + kKeySeparator + std::string(text));
+        Line('F', plain(key) + kKeySeparator + plain(text));
 }
 
 void Reporter::Measured(std::string_view label, double seconds)
