@@ -1,5 +1,7 @@
-// kfhost validate on the add-on (the whole command, as CI runs it), and what running a check in a
-// child process costs over running it here.
+// What validation costs: `kfhost validate` on the add-on (the whole command, as CI runs it) beside
+// the start of a process that does nothing, and one check in a forked child of its own (as the
+// validator runs each) beside the same check in this process and beside an empty child.
+#include "ChildProcess.hpp"
 #include "kfhost/validate/Validate.hpp"
 
 #include <benchmark/benchmark.h>
@@ -17,12 +19,12 @@ extern char** environ;
 
 namespace {
 
-// Runs argv with its output (and descriptor 3) on /dev/null; answers its exit status.
+// Runs argv with its output on /dev/null; answers its exit status.
 int Run(const std::vector<std::string>& argv)
 {
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    for (const int fd : {1, 2, 3})
+    for (const int fd : {1, 2})
         posix_spawn_file_actions_addopen(&actions, fd, "/dev/null", O_WRONLY, 0);
     std::vector<char*> args;
     for (const auto& a : argv)
@@ -40,7 +42,8 @@ class Scratch {
 public:
     Scratch()
     {
-        std::string pattern = (std::filesystem::temp_directory_path() / "kfbench-XXXXXX").string();
+        // In memory, as kfhost validate makes its own.
+        std::string pattern = "/dev/shm/kfbench-XXXXXX";
         if (mkdtemp(pattern.data()))
             path_ = pattern;
     }
@@ -55,6 +58,15 @@ private:
     std::filesystem::path path_;
 };
 
+// The reference of the whole command: a process started and ended the same way.
+void BM_StartTrue(benchmark::State& state)
+{
+    for (auto _ : state)
+        if (Run({"/bin/true"}) != 0)
+            state.SkipWithError("/bin/true failed");
+}
+BENCHMARK(BM_StartTrue)->Unit(benchmark::kMillisecond)->UseRealTime();
+
 void BM_ValidateShell(benchmark::State& state)
 {
     const std::vector<std::string> argv{KF_KFHOST, "validate", "--strictness", std::to_string(state.range(0)),
@@ -65,17 +77,15 @@ void BM_ValidateShell(benchmark::State& state)
 }
 BENCHMARK(BM_ValidateShell)->Arg(5)->Arg(10)->Unit(benchmark::kMillisecond)->UseRealTime();
 
-// The menus check: loads the add-on, plays every menu item and command, unloads it.
-void BM_CheckInChildProcess(benchmark::State& state)
+// The menus check: loads the add-on, plays every menu item and command, unloads it; in a child
+// forked from this prepared process, as kfhost validate runs each check.
+void BM_CheckIsolated(benchmark::State& state)
 {
-    const Scratch scratch;
-    const std::vector<std::string> argv{KF_KFHOST,      "validate", "--child", "menus", "--scratch",    scratch.Path(),
-                                        "--strictness", "5",        "--seed",  "1",     KF_SHELL_BUNDLE};
     for (auto _ : state)
-        if (Run(argv) != 0)
-            state.SkipWithError("the check's process failed");
+        if (!kfhost::validate::RunCheckIsolated("menus", KF_SHELL_BUNDLE, 5, 1))
+            state.SkipWithError("the check failed");
 }
-BENCHMARK(BM_CheckInChildProcess)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_CheckIsolated)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 void BM_CheckInProcess(benchmark::State& state)
 {
@@ -85,6 +95,14 @@ void BM_CheckInProcess(benchmark::State& state)
             state.SkipWithError("the check failed");
 }
 BENCHMARK(BM_CheckInProcess)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// What isolation itself costs: a child that does nothing, forked, waited for and ended as a check's.
+void BM_EmptyChild(benchmark::State& state)
+{
+    for (auto _ : state)
+        kfhost::validate::RunChild([](int) { return 0; }, {5});
+}
+BENCHMARK(BM_EmptyChild)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 } // namespace
 

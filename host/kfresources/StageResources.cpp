@@ -3,6 +3,7 @@
 #include "kfhost/Resources.hpp"
 
 #include <algorithm>
+#include <fstream>
 #include <map>
 
 namespace kfhost {
@@ -43,9 +44,13 @@ StageResult StageResources(const StageRequest& request)
     for (const auto& folder : request.sources)
         Collect(folder, own, result.read);
     ResourceModule module;
+    ResourceCheckOptions options;
+    options.frameworkPack = request.frameworkPack;
     for (const auto& [inBundle, source] : own) {
         result.read.push_back(source);
         ReadResourceFile(source, module);
+        if (inBundle.filename() == kSameTextsFile)
+            ReadSameTexts(source, options.sameTexts);
     }
 
     // The framework's pack holds one resource per file, so that the add-on's own list, dialog or
@@ -61,24 +66,32 @@ StageResult StageResources(const StageRequest& request)
         const bool replaced = std::any_of(one.origins.begin(), one.origins.end(),
                                           [&](const auto& entry) { return module.origins.count(entry.first) != 0; });
         if (replaced) {
-            for (const auto& entry : one.origins)
-                result.packSkipped.push_back(entry.first);
+            for (const auto& [key, origin] : one.origins)
+                if (std::count(key.begin(), key.end(), ' ') <= 1) // "strings 32711", not its strings
+                    result.packSkipped.push_back(key);
         } else {
             added[fs::path(kFrameworkPackFolder) / inPack] = source;
         }
     }
+    // What the host will load, as a whole, read from the sources: the pack must fit the add-on, and
+    // every finding names the file the developer edits.
+    for (const auto& [inBundle, source] : added)
+        ReadResourceFile(source, module);
+    result.findings = CheckResources(module, options);
 
     std::error_code ec;
     fs::remove_all(request.out, ec);
     if (ec)
         throw std::runtime_error(request.out.string() + ": cannot be replaced: " + ec.message());
     fs::create_directories(request.out);
-    for (const auto& [inBundle, source] : own)
-        Copy(source, request.out / inBundle);
-    for (const auto& [inBundle, source] : added)
-        Copy(source, request.out / inBundle);
-    // What the host will load, read once more as a whole: the pack must fit the add-on.
-    LoadResourceFolder(request.out);
+    std::ofstream sources(request.out / kSourcesFile, std::ios::trunc);
+    for (const FileMap* files : {&own, &added})
+        for (const auto& [inBundle, source] : *files) {
+            Copy(source, request.out / inBundle);
+            sources << inBundle.generic_string() << '\t' << fs::absolute(source).lexically_normal().string() << '\n';
+        }
+    if (!sources.flush())
+        throw std::runtime_error((request.out / kSourcesFile).string() + ": cannot be written");
     return result;
 }
 

@@ -1,5 +1,7 @@
 // kfresources: checks an add-on's resource files and puts them, with the framework's own texts,
-// into the bundle. kf_add_addon runs it at build time.
+// into the bundle. kf_add_addon runs it at build time. The checks are the validator's own
+// (ResourceCheck.hpp): a dialog item outside its dialog or a string missing in one language fails
+// the build at the line that is wrong.
 #include "StageResources.hpp"
 
 #include "kfhost/Resources.hpp"
@@ -66,6 +68,17 @@ int main(int argc, char** argv)
         std::cerr << "kfresources: " << e.what() << "\n";
         return 1;
     }
+
+    // The compiler's form again; a warning does not stop the build.
+    bool errors = false;
+    for (const kfhost::ResourceFinding& finding : result.findings) {
+        const std::string where =
+            finding.file.empty() ? std::string("kfresources") : finding.file + ":" + std::to_string(finding.line);
+        std::cerr << where << ": " << (finding.error ? "error: " : "warning: ") << finding.message << "\n";
+        errors = errors || finding.error;
+    }
+    if (errors)
+        return 1;
 
     if (!stamp.empty()) {
         std::ofstream(stamp, std::ios::trunc) << "resources of " << request.out.string() << "\n";

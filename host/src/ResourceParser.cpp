@@ -115,10 +115,15 @@ private:
 
     void Claim(const std::string& key, const Token& at)
     {
-        const std::string here = file_ + ":" + std::to_string(line_);
-        auto [it, fresh] = module_.origins.emplace(key, here);
+        auto [it, fresh] = module_.origins.emplace(key, Here());
         if (!fresh)
             Error(at, key + " is defined twice (first at " + it->second + ")");
+    }
+    std::string Here() const { return file_ + ":" + std::to_string(line_); }
+    // Where a string, a dialog item or a menu item is written, for checks that name its own line.
+    void Mark(const char* part, std::int64_t number)
+    {
+        module_.origins.emplace(blockName_ + " " + part + " " + std::to_string(number), Here());
     }
 
     void Open(Block block, std::string name)
@@ -200,6 +205,7 @@ private:
         auto& list = module_.strings[resID_];
         if (!list.emplace(index, FromUTF8(text)).second)
             Error(first, "string " + std::to_string(index) + " of " + blockName_ + " is defined twice");
+        Mark("index", index);
     }
 
     void ItemLine()
@@ -236,6 +242,7 @@ private:
                 Error(flag, "unexpected '" + flag.text + "' (hidden, disabled" +
                                 (item.kind == ItemKind::CheckBox ? ", checked)" : ")"));
         }
+        Mark("item", item.number);
         d.items.push_back(std::move(item));
     }
 
@@ -252,7 +259,9 @@ private:
             else
                 Error(flag, "unexpected '" + flag.text + "' (checked, disabled)");
         }
-        module_.menus[resID_].items.push_back(std::move(item));
+        auto& items = module_.menus[resID_].items;
+        items.push_back(std::move(item));
+        Mark("item", std::int64_t(items.size()));
     }
 
     const std::string& file_;

@@ -1,17 +1,31 @@
-# Runs kfhost validate at strictness 10 on one bundle and checks that it fails with exactly the
-# findings expected. -DKFHOST -DBUNDLE -DFAILS=<number of FAIL lines> -DEXPECT=<regexes, one a line>
-# [-DARGS=<more arguments, one a line>] [-DREPORTS=<folder>: the JSON and JUnit reports agree]
+# Runs kfhost validate at strictness 10 on one bundle and checks that it ends as expected with
+# exactly the findings expected. -DKFHOST -DBUNDLE -DFAILS=<number of FAIL lines> -DEXPECT=<regexes,
+# one a line> [-DARGS=<more arguments, one a line>] [-DWORK=<folder> -DPATCH=<folder>: validate a copy
+# of the bundle with the files of PATCH laid over its Resources] [-DREPORTS=<folder>: the JSON and
+# JUnit reports agree with the summary] [-DPYTHON=<python3>: and both parse].
 string(REPLACE "\n" ";" args "${ARGS}")
+string(REPLACE "\n" ";" expect "${EXPECT}")
+string(REPLACE "\n" ";" reject "${REJECT}")
+if(DEFINED PATCH)
+  get_filename_component(name ${BUNDLE} NAME)
+  file(REMOVE_RECURSE ${WORK})
+  file(COPY ${BUNDLE} DESTINATION ${WORK})
+  file(COPY ${PATCH}/ DESTINATION ${WORK}/${name}/Resources)
+  set(BUNDLE ${WORK}/${name})
+endif()
 if(DEFINED REPORTS)
   file(MAKE_DIRECTORY ${REPORTS})
   list(APPEND args --json ${REPORTS}/report.json --junit ${REPORTS}/report.xml)
 endif()
-string(REPLACE "\n" ";" expect "${EXPECT}")
 execute_process(
   COMMAND ${KFHOST} validate --strictness 10 --seed 1 ${args} ${BUNDLE}
-  RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err TIMEOUT 240)
-if(NOT rc STREQUAL "1")
-  message(FATAL_ERROR "kfhost validate exited with ${rc}, not 1:\n${out}\n${err}")
+  RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
+set(want 1)
+if(FAILS EQUAL 0)
+  set(want 0)
+endif()
+if(NOT rc STREQUAL want)
+  message(FATAL_ERROR "kfhost validate exited with ${rc}, not ${want}:\n${out}\n${err}")
 endif()
 string(REGEX MATCHALL "\n  FAIL " fails "\n${out}")
 list(LENGTH fails count)
@@ -19,12 +33,31 @@ if(NOT count EQUAL FAILS)
   message(FATAL_ERROR "${count} checks failed, not ${FAILS}:\n${out}")
 endif()
 foreach(regex IN LISTS expect)
-  if(NOT out MATCHES "${regex}")
+  string(REGEX MATCHALL "${regex}" found "${out}")
+  list(LENGTH found times)
+  if(times EQUAL 0)
     message(FATAL_ERROR "the report lacks \"${regex}\":\n${out}")
+  endif()
+  # Each finding once per run, whatever number of checks meet it.
+  if(times GREATER 1)
+    message(FATAL_ERROR "the report has \"${regex}\" ${times} times:\n${out}")
+  endif()
+endforeach()
+foreach(regex IN LISTS reject)
+  if(out MATCHES "${regex}")
+    message(FATAL_ERROR "the report has \"${regex}\":\n${out}")
   endif()
 endforeach()
 
 if(DEFINED REPORTS)
+  if(DEFINED PYTHON)
+    execute_process(COMMAND ${PYTHON} -c "import json, sys, xml.etree.ElementTree as x
+json.load(open(sys.argv[1], encoding='utf-8'))
+x.parse(sys.argv[2])" ${REPORTS}/report.json ${REPORTS}/report.xml RESULT_VARIABLE parsed ERROR_VARIABLE why)
+    if(NOT parsed EQUAL 0)
+      message(FATAL_ERROR "the reports do not parse:\n${why}")
+    endif()
+  endif()
   file(READ ${REPORTS}/report.json json)
   string(JSON checks LENGTH "${json}" checks)
   set(failed 0)

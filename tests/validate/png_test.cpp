@@ -1,4 +1,5 @@
 // Icons that do not decode are found, each for the reason a viewer would stumble on.
+#include "ResourceCheck.hpp"
 #include "Validation.hpp"
 
 #include <gtest/gtest.h>
@@ -6,7 +7,8 @@
 
 #include <functional>
 
-using namespace kfhost::validate;
+using kfhost::PngProblem;
+using kfhost::validate::ReadWhole;
 
 namespace {
 

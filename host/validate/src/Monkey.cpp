@@ -1,5 +1,7 @@
 #include "Monkey.hpp"
 
+#include "kfhost/Text.hpp"
+
 #include <algorithm>
 #include <utility>
 
@@ -12,9 +14,10 @@ void Monkey::Shown(Dialog& dialog)
         modeless_.push_back(dialog.id);
 }
 
-std::int16_t Monkey::Alert(const AlertRequest&)
+std::int16_t Monkey::Alert(const AlertRequest& alert)
 {
     ++alerts_;
+    lastAlert_ = ToUTF8(alert.texts[1]);
     return 1;
 }
 

@@ -5,6 +5,7 @@
 #include "kfhost/Host.hpp"
 
 #include <random>
+#include <string>
 #include <vector>
 
 namespace kfhost::validate {
@@ -16,7 +17,7 @@ public:
     void Shown(Dialog& dialog) override;
     void RunModal(Dialog& dialog) override { Drive(dialog.id); }
     void Closed(Dialog&) override {}
-    std::int16_t Alert(const AlertRequest&) override;
+    std::int16_t Alert(const AlertRequest& alert) override;
     std::optional<FileAnswer> ChooseFile(const FileRequest&) override { return std::nullopt; }
     std::optional<std::u16string> ChooseFolder(const FolderRequest&) override { return std::nullopt; }
 
@@ -25,6 +26,8 @@ public:
     // Drives and closes the modeless dialogs shown since the last time.
     void DriveModeless();
     int Alerts() const { return alerts_; }
+    // The large text of the last alert (UTF-8).
+    const std::string& LastAlert() const { return lastAlert_; }
     int DialogsShown() const { return shown_; }
 
 private:
@@ -36,6 +39,7 @@ private:
     bool passive_;
     int budget_ = 0;
     int alerts_ = 0;
+    std::string lastAlert_;
     int shown_ = 0;
     std::vector<std::int16_t> modeless_;
 };

@@ -1,10 +1,12 @@
-// What a check's process said and how it ended, turned into the check's result.
+// What a check's process said and how it ended.
 #include "ChildProcess.hpp"
 #include "Report.hpp"
+#include "Validation.hpp"
 
 #include <string.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <regex>
 
 namespace kfhost::validate {
@@ -32,68 +34,98 @@ std::string SanitizerFinding(const std::string& output)
     return match[1].str() + ": " + what;
 }
 
+std::string Seconds(double seconds)
+{
+    char text[32];
+    std::snprintf(text, sizeof text, "%g", seconds);
+    return text;
+}
+
 } // namespace
 
-CheckResult ResultOf(const std::string& bundle, std::string_view check, const ChildOutcome& outcome, double timeout)
+Attempt ParseAttempt(const ChildOutcome& outcome, double callSeconds)
 {
-    CheckResult result;
-    result.bundle = bundle;
-    result.check = std::string(check);
-    result.seconds = outcome.seconds;
-    std::string call;
-    bool done = false;
-    std::vector<std::string> skips;
+    Attempt attempt;
+    attempt.seconds = outcome.seconds;
     for (const std::string& line : outcome.reportLines) {
-        if (line.size() < 1)
+        if (line.empty())
             continue;
         const std::string text = line.size() > 2 ? line.substr(2) : std::string();
         switch (line[0]) {
-        case 'F':
-            result.failures.push_back(text);
+        case 'F': {
+            const std::size_t separator = text.find(kKeySeparator);
+            if (separator == std::string::npos)
+                attempt.failures.push_back({text, text});
+            else
+                attempt.failures.push_back({text.substr(0, separator), text.substr(separator + 1)});
             break;
+        }
         case 'W':
-            result.warnings.push_back(text);
+            attempt.warnings.push_back(text);
             break;
         case 'N':
-            result.notes.push_back(text);
+            attempt.notes.push_back(text);
             break;
         case 'S':
-            skips.push_back(text);
+            attempt.skips.push_back(text);
             break;
         case 'A':
-            result.addOn = text;
+            attempt.addOn = text;
             break;
         case 'C':
-            call = text;
+        case 'U':
+        case 'T': {
+            std::string_view call = text;
+            TakeCallStamp(call);
+            const std::size_t tab = call.find('\t');
+            attempt.callKind = line[0];
+            attempt.call = std::string(call.substr(0, tab));
+            attempt.callKey = std::string(tab == std::string_view::npos ? call : call.substr(tab + 1));
             break;
+        }
+        case 'M': {
+            const std::size_t tab = text.rfind('\t');
+            if (tab != std::string::npos)
+                attempt.times.emplace_back(text.substr(0, tab), std::strtod(text.c_str() + tab + 1, nullptr));
+            break;
+        }
+        case 'X': {
+            const std::size_t tab = text.find('\t');
+            if (tab != std::string::npos)
+                attempt.leaveOut.emplace_back(text.substr(0, tab), text.substr(tab + 1));
+            break;
+        }
         case 'D':
-            done = true;
+            attempt.done = true;
             break;
         default:
             break;
         }
     }
-    const std::string where = (result.addOn.empty() ? std::string() : " in \"" + result.addOn + "\"") +
-                              (call.empty() ? std::string() : " during " + call);
-    char limit[32];
-    std::snprintf(limit, sizeof limit, "%g", timeout);
-    if (outcome.timedOut)
-        result.failures.push_back(std::string("did not finish within ") + limit + " s: it hangs" + where);
-    else if (outcome.signal != 0)
-        result.failures.push_back("crashed with " + SignalName(outcome.signal) + where);
-    else if (const std::string sanitizer = SanitizerFinding(outcome.output); !sanitizer.empty())
-        result.failures.push_back("crashed with " + sanitizer + where);
-    else if (!outcome.exited || outcome.exitStatus != 0 || !done)
-        result.failures.push_back("ended with exit status " + std::to_string(outcome.exitStatus) +
-                                  " before the check was done" + where);
-    if (!result.failures.empty()) {
-        result.status = CheckResult::Status::Fail;
-        result.output = outcome.output;
-    } else if (!skips.empty()) {
-        result.status = CheckResult::Status::Skip;
-        result.notes.insert(result.notes.begin(), skips.begin(), skips.end());
+    const std::string during = attempt.callKind == 'T' ? "the timers and downloads of " + attempt.call : attempt.call;
+    const std::string where = (attempt.addOn.empty() ? std::string() : " in \"" + attempt.addOn + "\"") +
+                              (during.empty() ? std::string() : " during " + during);
+    std::string how;
+    if (outcome.timedOut) {
+        how = "did not finish within " + Seconds(callSeconds) + " s: it hangs";
+        attempt.abnormalWhy = "it hangs";
+    } else if (outcome.signal != 0) {
+        how = "crashed with " + SignalName(outcome.signal);
+        attempt.abnormalWhy = "it crashes";
+    } else if (!outcome.exited || outcome.exitStatus != 0 || !attempt.done) {
+        const std::string sanitizer = SanitizerFinding(outcome.output);
+        how = !sanitizer.empty()
+                  ? "crashed with " + sanitizer
+                  : "ended with exit status " + std::to_string(outcome.exitStatus) + " before the check was done";
+        attempt.abnormalWhy = !sanitizer.empty() ? "it crashes" : "it ends the process";
     }
-    return result;
+    if (!how.empty()) {
+        attempt.abnormal = how + where;
+        attempt.abnormalKey = how + " (" + (attempt.callKind == 'T' ? "timers of " : "") + attempt.callKey + ")";
+    }
+    if (!attempt.abnormal.empty())
+        attempt.output = outcome.output;
+    return attempt;
 }
 
 } // namespace kfhost::validate

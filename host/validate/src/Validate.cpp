@@ -1,22 +1,21 @@
-// The command line of `kfhost validate` and the parent's side: which checks run on which bundle,
-// each in a child process, and what becomes of what they report.
+// The command line of `kfhost validate`: which checks run on which bundle (Runner.hpp runs them),
+// and the reports.
 #include "kfhost/validate/Validate.hpp"
 
-#include "ChildProcess.hpp"
 #include "Report.hpp"
+#include "Runner.hpp"
 #include "Validation.hpp"
+
+#include "KFKit/VersionLine.hpp"
 
 #include <CLI/CLI.hpp>
 
 #include <stdlib.h>
-#include <string.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <iostream>
 #include <random>
-#include <set>
 
 namespace kfhost::validate {
 
@@ -28,40 +27,16 @@ struct Options {
     std::vector<std::string> bundles;
     int strictness = 5;
     std::uint64_t seed = 0;
-    bool seedGiven = false;
     int repeat = 1;
     bool randomise = false;
-    double timeout = 60;
+    double callSeconds = 5;
+    double callBudget = 0;
+    int jobs = 0; // 0: one per processor
     std::vector<std::string> only, skip;
     std::string junit, json;
     bool keepGoing = false;
     bool list = false;
     bool verbose = false;
-    // the child's side
-    std::string child;
-    std::string scratch;
-};
-
-class ScratchFolder {
-public:
-    ScratchFolder()
-    {
-        std::string pattern = (fs::temp_directory_path() / "kfvalidate-XXXXXX").string();
-        if (::mkdtemp(pattern.data()))
-            path_ = pattern;
-    }
-    ~ScratchFolder()
-    {
-        std::error_code ec;
-        if (!path_.empty())
-            fs::remove_all(path_, ec);
-    }
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-    const fs::path& Path() const { return path_; }
-
-private:
-    fs::path path_;
 };
 
 CheckResult Skipped(const std::string& bundle, const CheckInfo& check, std::string why)
@@ -74,21 +49,6 @@ CheckResult Skipped(const std::string& bundle, const CheckInfo& check, std::stri
     return result;
 }
 
-int RunAsChild(const Options& options)
-{
-    const CheckInfo* check = FindCheck(options.child);
-    if (!check || options.bundles.size() != 1)
-        return 2;
-    Reporter report(3);
-    CheckContext ctx{fs::path(options.bundles.front()), fs::path(options.scratch), options.strictness, options.seed,
-                     report};
-    check->run(ctx);
-    report.Done();
-    std::fflush(nullptr);
-    // No static destruction and no leak report at exit: what the add-on left is the checks' finding.
-    ::_exit(0);
-}
-
 void ListChecks()
 {
     for (const CheckInfo& check : Checks())
@@ -96,15 +56,24 @@ void ListChecks()
                     std::string(check.what).c_str());
 }
 
+bool Chosen(const Options& options, const std::string& name)
+{
+    const bool only =
+        options.only.empty() || std::find(options.only.begin(), options.only.end(), name) != options.only.end();
+    return only && std::find(options.skip.begin(), options.skip.end(), name) == options.skip.end();
+}
+
 int RunAll(const Options& options)
 {
-    const std::string self = SelfPath();
     for (const auto& name : options.only)
         if (!FindCheck(name)) {
             std::cerr << "kfhost validate: no check is called \"" << name << "\" (see --list)\n";
             return 2;
         }
-    RunInfo info{options.strictness, options.seed, options.repeat};
+    RunInfo info{options.strictness, options.seed, options.repeat, options.callSeconds, options.callBudget};
+    const long processors = ::sysconf(_SC_NPROCESSORS_ONLN);
+    const RunOptions run{options.strictness, options.callSeconds, options.callBudget,
+                         options.jobs > 0 ? options.jobs : int(std::clamp(processors, 1L, 16L))};
     std::vector<CheckResult> results;
     for (int round = 1; round <= options.repeat; ++round) {
         const std::uint64_t seed = options.seed + std::uint64_t(round - 1);
@@ -117,33 +86,41 @@ int RunAll(const Options& options)
             std::shuffle(order.begin() + 2, order.end(), rng);
         }
         for (const std::string& bundle : options.bundles) {
-            bool loads = true;
-            for (const CheckInfo* check : order) {
-                CheckResult result;
-                const std::string name(check->name);
-                const bool chosen = options.only.empty() ||
-                                    std::find(options.only.begin(), options.only.end(), name) != options.only.end();
-                if (!chosen || std::find(options.skip.begin(), options.skip.end(), name) != options.skip.end())
-                    continue;
-                if (check->level > options.strictness) {
-                    result = Skipped(bundle, *check, "from strictness " + std::to_string(check->level));
-                } else if (!loads && !options.keepGoing) {
-                    result = Skipped(bundle, *check, "the bundle does not load (--keep-going runs it anyway)");
-                } else {
-                    ScratchFolder scratch;
-                    const std::vector<std::string> argv{self,           "validate",
-                                                        "--child",      name,
-                                                        "--scratch",    scratch.Path().string(),
-                                                        "--strictness", std::to_string(options.strictness),
-                                                        "--seed",       std::to_string(seed),
-                                                        bundle};
-                    result = ResultOf(bundle, name, RunChild(argv, options.timeout), options.timeout);
-                    // Only a load check that never saw the add-on's name stops the others.
-                    if (name == "load" && result.addOn.empty())
-                        loads = false;
+            BundleRun shared;
+            std::vector<CheckResult> mine;
+            for (const bool first : {true, false}) {
+                bool loads = true;
+                for (const CheckResult& r : mine)
+                    if (r.check == "load" && r.addOn.empty() && r.status != CheckResult::Status::Skip)
+                        loads = false; // only a load check that never saw the add-on's name stops the others
+                std::vector<const CheckInfo*> wave;
+                for (std::size_t i = first ? 0 : 2; i < (first ? 2 : order.size()); ++i) {
+                    const CheckInfo* check = order[i];
+                    const std::string name(check->name);
+                    if (!Chosen(options, name))
+                        continue;
+                    if (check->level > options.strictness)
+                        mine.push_back(Skipped(bundle, *check, "from strictness " + std::to_string(check->level)));
+                    else if (!loads && !options.keepGoing)
+                        mine.push_back(
+                            Skipped(bundle, *check, "the bundle does not load (--keep-going runs it anyway)"));
+                    else
+                        wave.push_back(check);
                 }
-                result.round = round;
-                results.push_back(std::move(result));
+                for (CheckResult& r : RunChecks(bundle, wave, seed, run, shared))
+                    mine.push_back(std::move(r));
+            }
+            // In the checks' order, as listed.
+            std::stable_sort(mine.begin(), mine.end(), [&](const CheckResult& a, const CheckResult& b) {
+                auto at = [&](const std::string& name) {
+                    return std::find_if(order.begin(), order.end(),
+                                        [&](const CheckInfo* c) { return c->name == name; });
+                };
+                return at(a.check) < at(b.check);
+            });
+            for (CheckResult& r : mine) {
+                r.round = round;
+                results.push_back(std::move(r));
             }
         }
     }
@@ -179,9 +156,16 @@ int Main(int argc, char** argv)
         ->check(CLI::Range(1, 1000))
         ->capture_default_str();
     app.add_flag("--randomise,--randomize", options.randomise, "run the checks in a seeded random order");
-    app.add_option("--timeout", options.timeout, "seconds one check may take before it counts as hanging")
+    app.add_option("--timeout", options.callSeconds,
+                   "seconds one call into the add-on may take before it counts as hanging (the call is then left "
+                   "out and the check goes on without it)")
         ->check(CLI::PositiveNumber)
         ->capture_default_str();
+    app.add_option("--call-budget", options.callBudget,
+                   "seconds a call may take before it fails the check (default: times are only reported)")
+        ->check(CLI::PositiveNumber);
+    app.add_option("--jobs,-j", options.jobs, "checks run at a time (default: one per processor)")
+        ->check(CLI::Range(1, 64));
     app.add_option("--only", options.only, "run only this check (repeatable)")->allow_extra_args(false);
     app.add_option("--skip", options.skip, "do not run this check (repeatable)")->allow_extra_args(false);
     app.add_option("--junit", options.junit, "write a JUnit XML report to this file");
@@ -193,17 +177,19 @@ int Main(int argc, char** argv)
     app.add_flag("--keep-going", options.keepGoing, "run every check even when the bundle does not load");
     app.add_flag("--list", options.list, "list the checks with the strictness that runs them, and exit");
     app.add_flag("-v,--verbose", options.verbose, "show what each check measured");
-    app.add_option("--child", options.child)->group("");
-    app.add_option("--scratch", options.scratch)->group("");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
         return app.exit(e) == 0 ? 0 : 2;
     }
-    if (!versionLine.empty())
-        ::setenv("KF_VALIDATE_VERSION_LINE", versionLine.c_str(), 1); // the children read it
-    if (!options.child.empty())
-        return RunAsChild(options);
+    if (!versionLine.empty()) {
+        if (!kfkit::IsVersionLine(versionLine)) {
+            std::cerr << "kfhost validate: --version-line \"" << Printable(versionLine)
+                      << "\" is not of the form " KF_VERSION_LINE_FORM "\n";
+            return 2;
+        }
+        ::setenv("KF_VALIDATE_VERSION_LINE", versionLine.c_str(), 1); // the checks read it
+    }
     if (options.list) {
         ListChecks();
         return 0;
@@ -227,6 +213,19 @@ bool RunCheckHere(std::string_view check, std::string_view bundle, std::string_v
     CheckContext ctx{fs::path(bundle), fs::path(scratchFolder), strictness, seed, report};
     info->run(ctx);
     return !report.Failed();
+}
+
+bool RunCheckIsolated(std::string_view check, std::string_view bundle, int strictness, std::uint64_t seed)
+{
+    const CheckInfo* info = FindCheck(check);
+    if (!info)
+        return false;
+    RunOptions options;
+    options.strictness = strictness;
+    BundleRun run;
+    const CheckInfo* const checks[] = {info};
+    const std::vector<CheckResult> results = RunChecks(std::string(bundle), checks, seed, options, run);
+    return results.front().status != CheckResult::Status::Fail;
 }
 
 } // namespace kfhost::validate

@@ -1,4 +1,6 @@
 // The bundle as it lies on disk, its entry points, and loading it again and again.
+#include "ResourceCheck.hpp"
+#include "StageResources.hpp"
 #include "Validation.hpp"
 #include "kfhost/Text.hpp"
 
@@ -30,43 +32,44 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string Where(const ResourceModule& module, const std::string& what)
+// The bundle's resources through the checks kfresources makes at build time; what concerns topic is
+// reported, named at the source file's line when the bundle says where it was built from.
+void ReportResources(CheckContext& ctx, ResourceFinding::Topic topic)
 {
-    const auto it = module.origins.find(what);
-    return it == module.origins.end() ? what : it->second + ": " + what;
-}
-
-void CheckDialog(const ResourceModule& module, const DialogTemplate& dialog, Reporter& report)
-{
-    const std::string name = "dialog " + std::to_string(dialog.resID);
-    if (dialog.items.empty())
-        report.Fail(Where(module, name) + " has no items");
-    if (dialog.cancelItem > std::int16_t(dialog.items.size()))
-        report.Fail(Where(module, name) + " names cancel item " + std::to_string(dialog.cancelItem) +
-                    ", which it does not have");
-    for (const ItemTemplate& item : dialog.items) {
-        const std::string itemName = name + " item " + std::to_string(item.number);
-        const Rect& r = item.rect;
-        if (r.left < 0 || r.top < 0 || r.width <= 0 || r.height <= 0 || r.left + r.width > dialog.width ||
-            r.top + r.height > dialog.height)
-            report.Fail(Where(module, name) + ": item " + std::to_string(item.number) + " lies outside the dialog's " +
-                        std::to_string(dialog.width) + " x " + std::to_string(dialog.height));
-        if (item.kind == ItemKind::Icon && !module.icons.contains(item.iconResID))
-            report.Fail(Where(module, name) + ": item " + std::to_string(item.number) + " shows icon " +
-                        std::to_string(item.iconResID) + ", which the bundle lacks");
+    const fs::path resources = ctx.bundle / "Resources";
+    ResourceModule module;
+    try {
+        module = LoadResourceFolder(resources);
+    } catch (const ResourceError& e) {
+        if (topic == ResourceFinding::Topic::Layout)
+            ctx.report.Fail("malformed resources: " + Shown(ctx, e.File()) + ":" + std::to_string(e.Line()) + ":" +
+                            std::to_string(e.Column()) + ": " + e.Message());
+        return;
     }
-}
-
-void CheckMenu(const ResourceModule& module, const MenuTemplate& menu, Reporter& report)
-{
-    const std::string name = "menu " + std::to_string(menu.resID);
-    if (menu.title.empty())
-        report.Fail(Where(module, name) + " has no title");
-    if (menu.items.empty())
-        report.Fail(Where(module, name) + " has no items");
-    for (std::size_t i = 0; i < menu.items.size(); ++i)
-        if (menu.items[i].text.empty())
-            report.Fail(Where(module, name) + ": item " + std::to_string(i + 1) + " has no text");
+    ResourceCheckOptions options;
+    options.frameworkPack = resources / kFrameworkPackFolder;
+    std::error_code ec;
+    for (fs::recursive_directory_iterator it(resources, ec), end; !ec && it != end; it.increment(ec))
+        if (it->path().filename() == kSameTextsFile)
+            ReadSameTexts(it->path(), options.sameTexts);
+    for (ResourceFinding& finding : CheckResources(module, options)) {
+        if (finding.topic != topic)
+            continue;
+        finding.file = finding.file.empty() ? std::string() : Shown(ctx, finding.file);
+        if (finding.error)
+            ctx.report.Fail(finding.Located());
+        else
+            ctx.report.Warn(finding.Located());
+    }
+    if (topic == ResourceFinding::Topic::Layout) {
+        if (module.menus.empty() && !module.moduleID)
+            ctx.report.Warn("the bundle has neither menus nor a module identifier: nothing can reach it");
+        ctx.report.Note(std::to_string(module.strings.size()) + " string lists, " +
+                        std::to_string(module.dialogs.size()) + " dialogs, " + std::to_string(module.menus.size()) +
+                        " menus, " + std::to_string(module.icons.size()) + " icons");
+    } else {
+        ctx.report.Note(std::to_string(FindLanguageSets(module).bases.size()) + " seven-language sets");
+    }
 }
 
 std::size_t HeapInUse()
@@ -94,11 +97,11 @@ std::multiset<std::string> OpenDescriptors()
 }
 
 // Host file handles the add-on did not close before it was unloaded (then closed by the host).
-void ReportHostFilesLeft(Host& host, Reporter& report, std::set<std::string>& seen)
+void ReportHostFilesLeft(Host& host, CheckContext& ctx, std::set<std::string>& seen)
 {
     for (const std::string& path : host.OpenFilePaths())
         if (seen.insert(path).second)
-            report.Fail("left " + path + " open at unload");
+            ctx.report.Fail("left " + Shown(ctx, path) + " open at unload");
     host.CloseOpenFiles();
 }
 
@@ -120,25 +123,14 @@ void CheckBundle(CheckContext& ctx)
         report.Fail("the bundle has no Resources folder");
         return;
     }
-    ResourceModule module;
-    try {
-        module = LoadResourceFolder(bundle / "Resources");
-    } catch (const ResourceError& e) {
-        report.Fail(std::string("malformed resources: ") + e.what());
-        return;
-    }
-    for (const auto& [resID, dialog] : module.dialogs)
-        CheckDialog(module, dialog, report);
-    for (const auto& [resID, menu] : module.menus)
-        CheckMenu(module, menu, report);
-    for (const auto& [resID, icon] : module.icons)
-        if (const std::string problem = PngProblem(ReadWhole(icon.file)); !problem.empty())
-            report.Fail("icon " + icon.file.filename().string() + ": " + problem);
-    if (module.menus.empty() && !module.moduleID)
-        report.Warn("the bundle has neither menus nor a module identifier: nothing can reach it");
-    report.Note(std::to_string(module.strings.size()) + " string lists, " + std::to_string(module.dialogs.size()) +
-                " dialogs, " + std::to_string(module.menus.size()) + " menus, " + std::to_string(module.icons.size()) +
-                " icons");
+    ReportResources(ctx, ResourceFinding::Topic::Layout);
+}
+
+// Every seven-language set compared as written, whatever a run asks for: the same indexes in all
+// seven, no empty text, the same placeholders; the framework's own pack is not the add-on's to fix.
+void CheckTranslations(CheckContext& ctx)
+{
+    ReportResources(ctx, ResourceFinding::Topic::Translation);
 }
 
 void CheckLoad(CheckContext& ctx)
@@ -195,11 +187,10 @@ void CheckLoad(CheckContext& ctx)
         return;
     if (addOn->name.empty())
         report.Fail("CheckEnvironment gives no name");
-    report.Calling("unload (FreeData)");
-    host.UnloadAll();
+    UnloadFor(host, ctx);
     const auto unloaded = std::chrono::steady_clock::now();
     std::set<std::string> seen;
-    ReportHostFilesLeft(host, report, seen);
+    ReportHostFilesLeft(host, ctx, seen);
     ReportTime(ctx, "load", std::chrono::duration<double>(loaded - start).count());
     ReportTime(ctx, "unload", std::chrono::duration<double>(unloaded - loaded).count());
 }
@@ -207,16 +198,16 @@ void CheckLoad(CheckContext& ctx)
 void CheckCycles(CheckContext& ctx)
 {
     Reporter& report = ctx.report;
-    const int cycles = 2 + ctx.strictness;
+    const int cycles = 2 + ctx.strictness / 2;
     Host host(ConfigFor(ctx.scratch));
     std::set<std::string> seen;
     auto cycle = [&](int number) {
         report.Calling("load/unload cycle " + std::to_string(number));
         if (!LoadFor(host, ctx))
             return false;
-        host.UnloadAll();
+        UnloadFor(host, ctx);
         host.Log().Clear();
-        ReportHostFilesLeft(host, report, seen);
+        ReportHostFilesLeft(host, ctx, seen);
         return true;
     };
     // Two rounds first: what the first use creates, and pools the allocator keeps, are no leak.

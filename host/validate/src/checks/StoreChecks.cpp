@@ -75,8 +75,7 @@ void PassiveRun(CheckContext& ctx, const fs::path& folder, bool withCalls,
         Session session{host, *addOn, monkey, ctx};
         Play(session, UserCalls(host, *addOn));
     }
-    ctx.report.Calling("unload (FreeData)");
-    host.UnloadAll();
+    UnloadFor(host, ctx);
 }
 
 } // namespace
@@ -91,6 +90,9 @@ void CheckStore(CheckContext& ctx)
     const auto before = Snapshot(folder);
     PassiveRun(ctx, folder, false);
     const auto after = Snapshot(folder);
+    // What a process the add-on left did is that process's finding, not the store's.
+    if (ctx.processesLeft > 0)
+        return;
     for (const auto& [name, state] : before) {
         if (!EndsWith(name, ".cfg"))
             continue;
@@ -117,8 +119,7 @@ void CheckSurroundings(CheckContext& ctx)
         if (AddOn* addOn = LoadFor(host, ctx)) {
             Session session{host, *addOn, monkey, ctx};
             Play(session, UserCalls(host, *addOn));
-            report.Calling("unload (FreeData)");
-            host.UnloadAll();
+            UnloadFor(host, ctx);
         }
     }
     const auto written = FolderContents(first);
@@ -161,6 +162,7 @@ void CheckSurroundings(CheckContext& ctx)
         for (const auto& [name, bytes] : scenario.plant)
             WriteWhole(folder / name, bytes);
         const auto before = FolderContents(folder);
+        const int processesLeft = ctx.processesLeft;
         report.Calling(scenario.name);
         PassiveRun(ctx, folder, true, [&](Host& host) {
             if (!scenario.readOnly)
@@ -169,6 +171,9 @@ void CheckSurroundings(CheckContext& ctx)
             for (const FileOp op : {FileOp::Create, FileOp::Write, FileOp::Delete, FileOp::Move, FileOp::Folder})
                 host.Faults().Fail(op, pattern, KF_IOERR_ACCESSDENIED, -1);
         });
+        // What a process the add-on left did is no finding of the scenario: the process is one.
+        if (ctx.processesLeft != processesLeft)
+            continue;
         // The user did nothing: what was there is there, byte for byte, and nothing half-done is left.
         const auto after = FolderContents(folder);
         for (const auto& [name, bytes] : before) {

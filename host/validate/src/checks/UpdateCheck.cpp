@@ -4,6 +4,8 @@
 #include "Validation.hpp"
 
 #include <httplib.h>
+#include <pthread.h>
+#include <signal.h>
 
 #include <atomic>
 #include <chrono>
@@ -26,6 +28,9 @@ class LoopbackServer {
 public:
     LoopbackServer()
     {
+        // A few threads do (the server owns the pool): one may wait in a request that never answers, the
+        // next scenario needs another.
+        server_.new_task_queue = [] { return new httplib::ThreadPool(3); };
         server_.Get("/update_plugins/versions16.txt", [this](const httplib::Request&, httplib::Response& response) {
             ++requests_;
             Serve serve;
@@ -57,10 +62,18 @@ public:
         port_ = server_.bind_to_any_port("127.0.0.1");
         if (port_ <= 0)
             return;
+        // The server's threads never take SIGPIPE (they inherit this mask), so that the add-on meets
+        // it as in every other check: the server library ignores it for the whole process.
+        sigset_t pipe, old;
+        sigemptyset(&pipe);
+        sigaddset(&pipe, SIGPIPE);
+        ::pthread_sigmask(SIG_BLOCK, &pipe, &old);
         thread_ = std::thread([this] { server_.listen_after_bind(); });
+        ::pthread_sigmask(SIG_SETMASK, &old, nullptr);
         // stop() before the server runs would be lost, and the thread never end.
         while (!server_.is_running())
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        ::signal(SIGPIPE, SIG_DFL);
     }
     ~LoopbackServer()
     {
@@ -106,6 +119,7 @@ std::string MovedRelease(const std::string& line, int years)
     return line.substr(0, slash + 1) + std::to_string(std::stoi(line.substr(slash + 1)) + years);
 }
 
+// A versions file with a line of another add-on (and of another host), and the given one.
 std::string VersionsFile(const std::string& line)
 {
     return "* versions file served by kfhost validate\r\nZZZ 9.9.9.9 (HV999) 01/01/2030\r\n" + line + "\r\n";
@@ -113,7 +127,9 @@ std::string VersionsFile(const std::string& line)
 
 struct Outcome {
     int requests = 0;
-    int outcomes = 0; // alerts and dialogs shown
+    int alerts = 0;
+    int dialogs = 0;
+    std::string alert; // the last alert's text
     double seconds = 0;
     bool temporaryLeft = false;
 };
@@ -132,18 +148,44 @@ Outcome TryCall(CheckContext& ctx, LoopbackServer& server, const fs::path& folde
     if (!addOn)
         return outcome;
     const int requests = server.Requests();
-    const int before = monkey.Alerts() + monkey.DialogsShown();
+    const int alertsBefore = monkey.Alerts(), dialogsBefore = monkey.DialogsShown();
     const auto start = std::chrono::steady_clock::now();
     Session session{host, *addOn, monkey, ctx};
     Play(session, std::span(&call, 1));
     outcome.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     outcome.requests = server.Requests() - requests;
-    outcome.outcomes = monkey.Alerts() + monkey.DialogsShown() - before;
-    ctx.report.Calling("unload (FreeData)");
-    host.UnloadAll();
+    outcome.alerts = monkey.Alerts() - alertsBefore;
+    outcome.dialogs = monkey.DialogsShown() - dialogsBefore;
+    outcome.alert = monkey.LastAlert();
+    UnloadFor(host, ctx);
     for (const auto& [name, bytes] : FolderContents(folder))
         outcome.temporaryLeft = outcome.temporaryLeft || name.ends_with("tmp");
     return outcome;
+}
+
+// Which of the user's calls asks the server: each is made in turn, in one host, as a user who only
+// closes what opens.
+std::vector<UserCall> CallsThatAsk(CheckContext& ctx, LoopbackServer& server)
+{
+    const fs::path folder = ctx.scratch / "discover";
+    fs::create_directories(folder);
+    WriteWhole(folder / "Quadrelle.cfg", SwapNibbles("$Language_str: int\n"));
+    Host host(ConfigFor(folder, "127.0.0.1:" + std::to_string(server.Port())));
+    std::mt19937_64 rng(ctx.seed);
+    Monkey& monkey = InstallMonkey(host, rng, true);
+    std::vector<UserCall> asking;
+    AddOn* addOn = LoadFor(host, ctx);
+    if (!addOn)
+        return asking;
+    Session session{host, *addOn, monkey, ctx};
+    for (const UserCall& call : UserCalls(host, *addOn)) {
+        const int before = server.Requests();
+        Play(session, std::span(&call, 1));
+        if (server.Requests() > before)
+            asking.push_back(call);
+    }
+    UnloadFor(host, ctx);
+    return asking;
 }
 
 } // namespace
@@ -156,17 +198,7 @@ void CheckUpdate(CheckContext& ctx)
         report.Fail("cannot start a loopback server");
         return;
     }
-    // Which of the user's calls asks the server? Each is tried in a fresh folder.
-    std::vector<UserCall> calls;
-    {
-        Host host(ConfigFor(ctx.scratch / "discover"));
-        if (AddOn* addOn = LoadFor(host, ctx))
-            calls = UserCalls(host, *addOn);
-    }
-    std::vector<UserCall> checking;
-    for (std::size_t i = 0; i < calls.size(); ++i)
-        if (TryCall(ctx, server, ctx.scratch / ("discover-" + std::to_string(i)), calls[i]).requests > 0)
-            checking.push_back(calls[i]);
+    const std::vector<UserCall> checking = CallsThatAsk(ctx, server);
     if (checking.empty()) {
         report.Skip("the add-on does not check for updates");
         return;
@@ -177,13 +209,16 @@ void CheckUpdate(CheckContext& ctx)
         std::string name;
         Serve serve;
         std::string body;
+        bool answered = false; // a versions file that reads well: the outcome is no failure alert
     };
-    std::vector<Scenario> scenarios{{"an error page", Serve::ErrorPage, {}},
+    std::vector<Scenario> scenarios{{"a well-formed versions file", Serve::VersionsFile, VersionsFile({}), true},
+                                    {"an error page", Serve::ErrorPage, {}},
                                     {"an empty versions file", Serve::Empty, {}},
                                     {"a server that never answers", Serve::Hang, {}}};
     if (versionLine && *versionLine) {
-        scenarios.push_back({"a newer release", Serve::VersionsFile, VersionsFile(MovedRelease(versionLine, 1))});
-        scenarios.push_back({"an older release", Serve::VersionsFile, VersionsFile(MovedRelease(versionLine, -1))});
+        scenarios.push_back({"a newer release", Serve::VersionsFile, VersionsFile(MovedRelease(versionLine, 1)), true});
+        scenarios.push_back(
+            {"an older release", Serve::VersionsFile, VersionsFile(MovedRelease(versionLine, -1)), true});
     } else {
         report.Warn("newer and older releases not tried: give the add-on's version line with --version-line");
     }
@@ -194,8 +229,15 @@ void CheckUpdate(CheckContext& ctx)
             report.Calling(call.Label() + " against " + scenario.name);
             const Outcome outcome = TryCall(ctx, server, ctx.scratch / ("scenario-" + std::to_string(n++)), call);
             const std::string what = call.Label() + " against " + scenario.name + ": ";
-            if (outcome.outcomes != 1)
-                report.Fail(what + std::to_string(outcome.outcomes) + " outcomes (alerts and dialogs), not one");
+            const int outcomes = outcome.alerts + outcome.dialogs;
+            // An automatic check that finds nothing newer stays silent; one the user asked for
+            // shows its result.
+            if (scenario.answered && outcome.alerts > 0)
+                report.Fail(what + "shows the alert \"" + outcome.alert +
+                            "\" although the server answered well: is the add-on's version line of the form "
+                            "CODE a.b.c.d (HVn) DD/MM/YYYY?");
+            else if (outcomes > 1 || (outcomes == 0 && !scenario.answered))
+                report.Fail(what + std::to_string(outcomes) + " outcomes (alerts and dialogs), not one");
             if (outcome.seconds > kDownloadLimit + kGraceSeconds)
                 report.Fail(what + "the outcome took " + Milliseconds(outcome.seconds));
             if (outcome.temporaryLeft)

@@ -15,5 +15,8 @@ int Main(int argc, char** argv);
 // (-1: nowhere). For measuring the cost of a child process against the check itself.
 bool RunCheckHere(std::string_view check, std::string_view bundle, std::string_view scratchFolder, int strictness,
                   std::uint64_t seed, int reportFd = -1);
+// Runs one check as `kfhost validate` does, in a forked child with a scratch folder of its own, and
+// answers whether it did not fail.
+bool RunCheckIsolated(std::string_view check, std::string_view bundle, int strictness, std::uint64_t seed);
 
 } // namespace kfhost::validate

@@ -1,12 +1,12 @@
 // Icons decoded far enough to be shown: chunk checksums, a header that makes sense, and image
 // data that inflates to exactly the size the header announces.
-#include "Validation.hpp"
+#include "ResourceCheck.hpp"
 
 #include <zlib.h>
 
 #include <array>
 
-namespace kfhost::validate {
+namespace kfhost {
 
 namespace {
 
@@ -91,4 +91,4 @@ std::string PngProblem(std::string_view data)
     return {};
 }
 
-} // namespace kfhost::validate
+} // namespace kfhost
