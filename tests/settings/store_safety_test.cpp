@@ -19,12 +19,12 @@ namespace {
 
 constexpr auto kShared = KF_AddonSettings_AllAddons;
 
-// Runs call on a thread and waits a few seconds. A call blocked in opening fifo is let go by
-// opening the other end, so that a failing test ends instead of hanging.
+// Runs call on a thread and waits for it with the tests' patience. A call blocked in opening fifo
+// is let go by opening the other end, so that a failing test ends instead of hanging.
 bool EndsPromptly(const std::function<void()>& call, const fs::path& fifo)
 {
     auto done = std::async(std::launch::async, call);
-    if (done.wait_for(std::chrono::seconds(5)) == std::future_status::ready)
+    if (done.wait_for(std::chrono::duration<double>(kftest::kPatienceSeconds)) == std::future_status::ready)
         return true;
     for (int flags : {O_WRONLY | O_NONBLOCK, O_RDONLY | O_NONBLOCK}) {
         const int fd = ::open(fifo.c_str(), flags);

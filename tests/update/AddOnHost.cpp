@@ -30,7 +30,8 @@ void AddOnHost::Load(const std::string& updateServer)
 {
     kfhost::HostConfig config;
     config.updateServer = updateServer.empty() ? server_->BaseUrl() : updateServer;
-    config.settings["download-limit"] = "1";
+    if (downloadLimit_ > 0)
+        config.settings["download-limit"] = std::to_string(downloadLimit_);
     // Settings written before the load sit in the folder the host will use.
     config.frameworkFolder = framework_.Path();
     host_ = std::make_unique<kftest::InProcessHost>(config);

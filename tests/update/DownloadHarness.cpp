@@ -103,7 +103,8 @@ namespace {
 kfhost::HostConfig ConfigWithLimit(double seconds)
 {
     kfhost::HostConfig config;
-    config.settings["download-limit"] = std::to_string(seconds);
+    if (seconds > 0)
+        config.settings["download-limit"] = std::to_string(seconds);
     return config;
 }
 

@@ -36,15 +36,13 @@ std::string GzipOfZeros(std::size_t size)
 
 class BoundedDownload : public DownloadTest {
 protected:
-    BoundedDownload() : DownloadTest(10.0) {}
-
     bool FetchBounded(const std::string& url, Recorder& r, unsigned long long maxBytes)
     {
         r.target = Target();
         return KF_General::URLDownload(KF_String(url.c_str(), KF_String::Enc_UTF8),
                                        KF_Location(KF_String(r.target.c_str(), KF_String::Enc_UTF8)),
                                        &Recorder::CallBack, &r, maxBytes) &&
-               RunUntil([&] { return r.Ended(); }, 20.0);
+               RunUntil([&] { return r.Ended(); });
     }
     std::size_t FilesLeft() const
     {
