@@ -3,7 +3,7 @@
 # "fuzz"), followed by a dot: `ctest -R '^update\.'`. Each test carries its area as a label and any of
 #   net      opens sockets (loopback servers, downloads)
 #   gui      drives Qt windows (offscreen)
-#   slow     takes more than a few seconds in the dev build
+#   slow     takes more than about two seconds in the dev build
 #   install  installs the package or writes projects and builds them
 # so that `ctest -L net` or `ctest -LE slow` selects.
 #
@@ -23,6 +23,7 @@
 #
 # In a folder that uses any of these, every test it adds (with add_test too) gets the area label at
 # the end of the folder, and one without the area's prefix fails the configure step.
+#
 # TIMEOUT only ends a hung test: it is far above what any test needs under a sanitizer on a loaded
 # machine (default 300 s).
 
