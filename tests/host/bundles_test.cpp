@@ -3,6 +3,7 @@
 #include "kfhost/Host.hpp"
 #include "kfhost/script/Runner.hpp"
 #include "kftest/InProcessHost.hpp"
+#include "kftest/Scoped.hpp"
 
 #include <gtest/gtest.h>
 
@@ -216,12 +217,13 @@ TEST(Bundles, UnloadingRemovesTheLibraryFromTheProcess)
 TEST(Bundles, ARelativeBundlePathIsReportedAsNamed)
 {
     kftest::TempFolder temp;
-    const fs::path before = fs::current_path();
-    fs::current_path(kAddOns.parent_path());
     const fs::path folder = kAddOns.filename();
     kfhost::Host host(Config(temp));
-    const kfhost::LoadResult result = host.LoadBundle(fs::path(".") / folder / ".." / folder / "ProbeA.bundle");
-    fs::current_path(before);
+    kfhost::LoadResult result;
+    {
+        kftest::ScopedCurrentPath const inBuild(kAddOns.parent_path());
+        result = host.LoadBundle(fs::path(".") / folder / ".." / folder / "ProbeA.bundle");
+    }
     ASSERT_TRUE(result.Loaded()) << result.reason;
     EXPECT_TRUE(Has(host, "loaded \"Probe A\" from " + (folder / "ProbeA.bundle").string()));
     EXPECT_EQ(result.addOn->bundlePath, kAddOns / "ProbeA.bundle");

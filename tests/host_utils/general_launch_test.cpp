@@ -3,10 +3,9 @@
 #include "LibsFixture.hpp"
 
 #include "KF/KF_General.hpp"
+#include "kftest/Scoped.hpp"
 
-#include <chrono>
 #include <cstdlib>
-#include <thread>
 
 using namespace kftest;
 
@@ -88,7 +87,7 @@ TEST(LaunchForReal, TheOpenerGetsThePathAsOneArgument)
                                             record.string() + "\"\n");
     fs::permissions(bin / "xdg-open", fs::perms::owner_all);
     std::string const path = std::getenv("PATH") ? std::getenv("PATH") : "";
-    ::setenv("PATH", (bin.string() + ":" + path).c_str(), 1);
+    kftest::ScopedEnv const opener("PATH", bin.string() + ":" + path);
 
     fs::path const doc = files.Path() / "a'b; touch pwned '.txt";
     kftest::WriteFile(doc, "text");
@@ -98,15 +97,12 @@ TEST(LaunchForReal, TheOpenerGetsThePathAsOneArgument)
         kftest::InProcessHost host(config);
         host.AddResourceText(kStrings);
         host.Attach("Test");
-        fs::current_path(files.Path());
+        kftest::ScopedCurrentPath const inFiles(files.Path());
         EXPECT_TRUE(KF_General::LaunchDocByPath(K(doc.string())));
-        for (int i = 0; i < 500 && !fs::exists(record); ++i)
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        EXPECT_TRUE(kftest::WaitUntil([&] { return fs::exists(record); }));
     }
-    ::setenv("PATH", path.c_str(), 1);
     EXPECT_EQ(kftest::ReadFile(record), doc.string() + "\n");
     EXPECT_FALSE(fs::exists(files.Path() / "pwned"));
-    fs::current_path("/");
 }
 
 } // namespace

@@ -9,14 +9,13 @@ add_executable(test_libs_general
 target_include_directories(test_libs_general PRIVATE ${PROJECT_SOURCE_DIR}/host/src/project)
 target_link_libraries(test_libs_general PRIVATE KF::framework kf_test_support GTest::gtest_main)
 kf_set_warnings(test_libs_general)
-gtest_discover_tests(test_libs_general TEST_PREFIX "libs." DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 60)
+kf_add_gtest(test_libs_general)
 
 # The example add-on Orvella Interiors, driven by scripts through kfhost.
 get_property(_interiors_bundle TARGET OrvellaInteriors PROPERTY KF_BUNDLE_DIR)
 foreach(run suite asked missing)
-  add_test(NAME libs.example_${run}
+  kf_add_test(NAME host_utils.libs_example_${run}
     COMMAND ${CMAKE_COMMAND} -DKFHOST=$<TARGET_FILE:kfhost> -DBUNDLE=${_interiors_bundle} -DRUN=${run}
             -DWORK=${CMAKE_CURRENT_BINARY_DIR}/libparts_${run}
             -P ${PROJECT_SOURCE_DIR}/examples/OrvellaInteriors/scripts/run.cmake)
-  set_tests_properties(libs.example_${run} PROPERTIES TIMEOUT 60)
 endforeach()

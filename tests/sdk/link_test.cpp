@@ -11,8 +11,6 @@
 
 #include <unistd.h>
 
-#include <thread>
-
 namespace {
 
 TEST(HostLink, RefusesAnotherMajorOrLessThanItsFirstMinorAndReadsLaterEntriesAsAbsent)
@@ -98,7 +96,7 @@ TEST(HostLink, TimersAndWatchesRunOnTheHostsLoop)
     MainLoop::AddTimer(0.02, Count, &fired);
     const MainLoop::TimerID removed = MainLoop::AddTimer(0.01, Count, &fired);
     MainLoop::RemoveTimer(removed);
-    host.RunLoop(2);
+    EXPECT_TRUE(host.RunUntilIdle());
     EXPECT_EQ(fired, 1);
     EXPECT_GE(MainLoop::Now() - before, 0.02);
 
@@ -117,7 +115,7 @@ TEST(HostLink, TimersAndWatchesRunOnTheHostsLoop)
         &seen);
     EXPECT_NE(watch, 0);
     ASSERT_EQ(::write(fds[1], "x", 1), 1);
-    host.RunLoop(2);
+    EXPECT_TRUE(host.RunUntilIdle());
     EXPECT_EQ(seen.fd, fds[0]);
     EXPECT_EQ(seen.events, UInt32(MainLoop::Readable));
     EXPECT_FALSE(host.Host().Loop().HasPending());
@@ -154,9 +152,8 @@ TEST(HostLink, LaunchesAreRecordedAndRunOnlyWhenAsked)
     kftest::InProcessHost host(config);
     host.Attach();
     EXPECT_EQ(HostServices::SpawnDetached(argv), NoError);
-    for (int i = 0; i < 200 && !std::filesystem::exists(marker); ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    EXPECT_TRUE(std::filesystem::exists(marker)) << "started with the argument vector, not through a shell";
+    EXPECT_TRUE(kftest::WaitUntil([&] { return std::filesystem::exists(marker); }))
+        << "started with the argument vector, not through a shell";
     const char* missing[] = {"/nonexistent/program", nullptr};
     EXPECT_NE(HostServices::SpawnDetached(missing), NoError);
 }

@@ -25,14 +25,14 @@ namespace {
 
 constexpr auto kShared = KF_AddonSettings_AllAddons;
 
-// Runs call and gives it a few seconds: a call blocked in opening fifo is let go by a helper thread
+// Runs call and gives it the tests' patience: a call blocked in opening fifo is let go by a helper thread
 // that opens the other end, so that a failing test ends instead of hanging. The call itself runs on
 // this thread, the host's main thread, as every call into the host must.
 bool EndsPromptly(const std::function<void()>& call, const fs::path& fifo)
 {
     std::promise<void> finished;
     auto watcher = std::async(std::launch::async, [&fifo, done = finished.get_future()] {
-        if (done.wait_for(std::chrono::seconds(5)) == std::future_status::ready)
+        if (done.wait_for(std::chrono::duration<double>(kftest::kPatienceSeconds)) == std::future_status::ready)
             return true;
         for (int flags : {O_WRONLY | O_NONBLOCK, O_RDONLY | O_NONBLOCK}) {
             const int fd = ::open(fifo.c_str(), flags);

@@ -141,9 +141,15 @@ void InProcessHost::RunLoop(double seconds)
     host_->Loop().RunFor(seconds);
 }
 
-bool InProcessHost::RunUntil(const std::function<bool()>& pred, double seconds)
+bool InProcessHost::RunUntilIdle(double patience)
 {
-    const auto until = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+    host_->Loop().RunFor(patience);
+    return !host_->Loop().HasPending();
+}
+
+bool InProcessHost::RunUntil(const std::function<bool()>& pred, double patience)
+{
+    const auto until = std::chrono::steady_clock::now() + std::chrono::duration<double>(patience);
     while (!pred()) {
         if (std::chrono::steady_clock::now() >= until)
             return false;

@@ -30,7 +30,8 @@ void AddOnHost::Load(const std::string& updateServer)
 {
     kfhost::HostConfig config;
     config.updateServer = updateServer.empty() ? server_->BaseUrl() : updateServer;
-    config.downloadLimit = 1;
+    if (downloadLimit_ > 0)
+        config.downloadLimit = downloadLimit_;
     // Settings written before the load sit in the folder the host will use.
     config.frameworkFolder = framework_.Path();
     host_ = std::make_unique<kftest::InProcessHost>(config);

@@ -162,7 +162,8 @@ namespace {
 kfhost::HostConfig ConfigWithLimit(double seconds)
 {
     kfhost::HostConfig config;
-    config.downloadLimit = seconds;
+    if (seconds > 0)
+        config.downloadLimit = seconds;
     return config;
 }
 

@@ -90,8 +90,9 @@ std::unique_ptr<kfupd::UpdateServer> StartLoopbackServer(const std::filesystem::
 
 class DownloadTest : public ::testing::Test {
 protected:
-    // limitSeconds: the host's "download-limit" (the product's is 60 s).
-    explicit DownloadTest(double limitSeconds = 1.0);
+    // limitSeconds: the host's "download-limit"; 0: the product's (60 s). Only a test that waits
+    // the limit out sets it short: a short limit would fail downloads on a slow machine.
+    explicit DownloadTest(double limitSeconds = 0);
     ~DownloadTest() override;
 
     std::filesystem::path ServedFile(const std::string& relative, const std::string& content);
@@ -108,7 +109,10 @@ protected:
     {
         return Start(url, recorder, targetName) && RunUntil([&] { return recorder.Ended(); });
     }
-    bool RunUntil(const std::function<bool()>& pred, double seconds = 10.0) { return host_->RunUntil(pred, seconds); }
+    bool RunUntil(const std::function<bool()>& pred, double patience = kPatienceSeconds)
+    {
+        return host_->RunUntil(pred, patience);
+    }
 
     std::unique_ptr<kftest::InProcessHost> host_;
     kftest::TempFolder served_;

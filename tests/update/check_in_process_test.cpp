@@ -67,7 +67,7 @@ protected:
     void Check(const KF_String& line, const KF_String& library = KF_String(""))
     {
         ASSERT_TRUE(KF_AddonUpdate_CheckForUpdate(0, true, line, library));
-        host_->RunLoop(3.0);
+        ASSERT_TRUE(host_->RunUntilIdle()) << "the check never ended";
     }
 
     kftest::TempFolder served_;
@@ -179,7 +179,7 @@ TEST_F(CheckInProcess, CallsThatDoNothing)
     EXPECT_FALSE(KF_AddonUpdate_CheckForUpdate(0, true, KF_String(), KF_String("")));
     EXPECT_TRUE(KF_AddonUpdate_CheckForUpdate(2, true, KF_String("OBT 1.2.0.3 (HV170) 15/03/2013"), KF_String("")));
     EXPECT_TRUE(KF_AddonUpdate_AutoUpdate(2, KF_String("OBT 1.2.0.3 (HV170) 15/03/2013"), KF_String("")));
-    host_->RunLoop(0.3);
+    EXPECT_TRUE(host_->RunUntilIdle());
     EXPECT_TRUE(server_->RequestTargets().empty());
     EXPECT_TRUE(ReadSettingsFile(host_->FrameworkFolder() / "BeamTools_10.cfg").empty());
     EXPECT_TRUE(host_->Run("expect no-alert"));
@@ -240,11 +240,15 @@ TEST_F(CheckInProcess, FailuresBeforeTheComparisonEndInTheirOwnOutcome)
     EXPECT_EQ(kf::detail::KF_AddonUpdate_State().status, 1) << "no result was shown";
     host_->Faults().Clear();
 
+    // The request went out before the copy failed; the server notes it on its own thread, maybe
+    // only after the check has ended. Counted before, it would seem to come from the call below.
+    ASSERT_TRUE(kftest::WaitUntil([&] { return server_->RequestTargets().size() == 1; }));
+
     // No framework folder: false, and nothing is fetched or shown.
     std::size_t const requests = server_->RequestTargets().size();
     host_->Host().SetFrameworkFolder({});
     EXPECT_FALSE(KF_AddonUpdate_CheckForUpdate(0, true, line, KF_String("")));
-    host_->RunLoop(0.3);
+    EXPECT_TRUE(host_->RunUntilIdle());
     EXPECT_EQ(server_->RequestTargets().size(), requests);
     EXPECT_TRUE(host_->Run("expect no-alert"));
 }
@@ -273,7 +277,7 @@ TEST_F(CheckInProcess, TheIntervalEndsAfterFourteenDaysAndAnUnbelievableLastChec
         std::size_t const requests = server_->RequestTargets().size();
         KF_AddonSettings_LoadSetSave(KF_AddonSettings_ThisAddon, key, KF_String(stored.c_str()), true);
         EXPECT_TRUE(KF_AddonUpdate_CheckForUpdate(0, false, line, KF_String("")));
-        host_->RunLoop(1.0);
+        EXPECT_TRUE(host_->RunUntilIdle());
         EXPECT_EQ(server_->RequestTargets().size(), requests + (checks ? 1 : 0)) << stored;
         const std::string after = Utf8(KF_AddonSettings_Get(KF_AddonSettings_ThisAddon, key, true));
         if (checks)

@@ -36,7 +36,7 @@ std::string GzipOfZeros(std::size_t size)
 
 class BoundedDownload : public DownloadTest {
 protected:
-    BoundedDownload() : DownloadTest(10.0)
+    BoundedDownload()
     {
         // Zero bytes, gzip-compressed: the decoded size is what counts.
         gzip_.Get(R"(/zeros/(\d+))", [](const httplib::Request& request, httplib::Response& response) {
@@ -58,7 +58,7 @@ protected:
         return KF_General::URLDownload(KF_String(url.c_str(), KF_String::Enc_UTF8),
                                        KF_Location(KF_String(r.target.c_str(), KF_String::Enc_UTF8)),
                                        &Recorder::CallBack, &r, maxBytes) &&
-               RunUntil([&] { return r.Ended(); }, 20.0);
+               RunUntil([&] { return r.Ended(); });
     }
     std::size_t FilesLeft() const
     {

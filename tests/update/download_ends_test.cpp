@@ -20,7 +20,7 @@ TEST_F(DownloadEnds, ATargetThatCannotBeCreatedEndsInFailed)
     Recorder& refused = NewRecorder();
     host_->Faults().Fail(kfhost::FileOp::Create, "*refused.txt.*.kftmp", IO::AccessDenied, -1);
     ASSERT_TRUE(Fetch(Url("/v.txt"), refused, "refused.txt"));
-    host_->RunLoop(0.3);
+    EXPECT_TRUE(host_->RunUntilIdle());
     for (const Recorder* r : {&missingFolder, &refused}) {
         EXPECT_EQ(r->Story(), "Opened Failed") << r->target;
         EXPECT_EQ(r->events.back().progress, 0.0);

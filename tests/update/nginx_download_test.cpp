@@ -1,6 +1,7 @@
 // The downloader against a real web server: nginx on loopback, started by the test with a
 // configuration, prefix and port of its own (no root needed). Skipped when nginx is absent.
 #include "DownloadHarness.hpp"
+#include "kftest/Patience.hpp"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -10,9 +11,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdlib>
-#include <thread>
 
 extern char** environ;
 
@@ -55,6 +54,8 @@ bool Accepts(int port)
 
 class NginxDownload : public DownloadTest {
 protected:
+    // nginx cannot take port 0 and say which port it got: it gets a port that was free a moment
+    // ago, and when another program took it meanwhile, nginx ends and the next port is tried.
     void SetUp() override
     {
         std::string const nginx = FindNginx();
@@ -63,7 +64,15 @@ protected:
         prefix_ = host_->TempDir() / "nginx";
         std::filesystem::create_directories(prefix_ / "tmp");
         std::filesystem::create_directories(prefix_ / "www");
-        port_ = FreePort();
+        std::string why;
+        for (int attempt = 0; attempt < 10 && pid_ <= 0; ++attempt)
+            why = Start(nginx, FreePort());
+        ASSERT_GT(pid_, 0) << "nginx did not start: " << why;
+    }
+
+    // Starts nginx on port; "" when it serves there, otherwise why not.
+    std::string Start(const std::string& nginx, int port)
+    {
         std::string const p = prefix_.string();
         kftest::WriteFile(prefix_ / "nginx.conf",
                           "daemon off;\nmaster_process off;\nworker_processes 1;\n"
@@ -83,7 +92,7 @@ protected:
                               "/tmp/scgi;\n"
                               "  types { text/plain txt; }\n"
                               "  server {\n    listen 127.0.0.1:" +
-                              std::to_string(port_) +
+                              std::to_string(port) +
                               ";\n"
                               "    root " +
                               p +
@@ -92,13 +101,29 @@ protected:
                               "  }\n}\n");
         std::string const errors = p + "/startup.log";
         std::string const conf = p + "/nginx.conf";
+        std::filesystem::remove(prefix_ / "nginx.pid");
         const char* argv[] = {nginx.c_str(), "-e", errors.c_str(), "-p", p.c_str(), "-c", conf.c_str(), nullptr};
-        ASSERT_EQ(::posix_spawn(&pid_, nginx.c_str(), nullptr, nullptr, const_cast<char**>(argv), environ), 0);
-        const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-        while (!Accepts(port_) && std::chrono::steady_clock::now() < until)
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        ASSERT_TRUE(Accepts(port_)) << "nginx did not start: " << kftest::ReadFile(prefix_ / "error.log")
-                                    << kftest::ReadFile(errors);
+        pid_t pid = 0;
+        if (::posix_spawn(&pid, nginx.c_str(), nullptr, nullptr, const_cast<char**>(argv), environ) != 0)
+            return "cannot run " + nginx;
+        // nginx writes its pid file once its port is bound and listening; it ends when it cannot bind.
+        bool ended = false;
+        const bool serving = kftest::WaitUntil([&] {
+            int status = 0;
+            ended = ::waitpid(pid, &status, WNOHANG) == pid;
+            return ended || (std::filesystem::exists(prefix_ / "nginx.pid") && Accepts(port));
+        });
+        if (serving && !ended) {
+            pid_ = pid;
+            port_ = port;
+            return {};
+        }
+        if (!ended) {
+            ::kill(pid, SIGKILL);
+            ::waitpid(pid, nullptr, 0);
+        }
+        return "port " + std::to_string(port) + ": " + kftest::ReadFile(prefix_ / "error.log") +
+               kftest::ReadFile(errors);
     }
 
     void TearDown() override

@@ -14,7 +14,8 @@ trap cleanup EXIT
 
 "$server" --root "$root" --port 0 > "$work/port" 2> "$work/server.log" &
 server_pid=$!
-for _ in $(seq 100); do [ -s "$work/port" ] && break; sleep 0.05; done
+# It prints its port once it listens: wait for that as long as a slow machine could need.
+for _ in $(seq 1200); do [ -s "$work/port" ] && break; sleep 0.05; done
 port=$(head -n1 "$work/port")
 [ -n "$port" ] || { echo "kfupdateserver did not start"; cat "$work/server.log"; exit 1; }
 

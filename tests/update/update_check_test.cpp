@@ -5,6 +5,7 @@
 #include "SmallDisk.hpp"
 
 #include "kfsdk/HostTable.h"
+#include "kftest/Scoped.hpp"
 
 #include <sys/stat.h>
 
@@ -137,7 +138,7 @@ TEST_F(UpdateCheck, TheFirstAutomaticCallOnlySwitchesCheckingOn)
     EXPECT_TRUE(MenuChecked(kAutoCheck)) << "a missing setting counts as on";
     Menu(kAbout);
     EXPECT_TRUE(AlertShown("OBT 1.2.0.3 (HV170) 15/03/2013"));
-    host_->RunLoop(0.3);
+    EXPECT_TRUE(host_->RunUntilIdle());
     EXPECT_EQ(OwnSettings()["AutoUpdate"], "1");
     EXPECT_EQ(OwnSettings().count(LastCheckKey()), 0u);
     EXPECT_TRUE(server_->RequestTargets().empty());
@@ -150,7 +151,7 @@ TEST_F(UpdateCheck, AnAutomaticCheckWithinFourteenDaysDoesNothing)
     ServeVersions(kNewer);
     ASSERT_NO_FATAL_FAILURE(Load());
     Menu(kAbout);
-    host_->RunLoop(0.3);
+    EXPECT_TRUE(host_->RunUntilIdle());
     EXPECT_TRUE(server_->RequestTargets().empty());
     EXPECT_EQ(OpenResults(), nullptr);
     EXPECT_EQ(OwnSettings()[LastCheckKey()], last);
@@ -176,7 +177,7 @@ TEST_F(UpdateCheck, AnAutomaticCheckWithNothingNewerStaysSilent)
     Menu(kAbout);
     ASSERT_TRUE(
         RunUntil([&] { return !server_->RequestTargets().empty() && !std::filesystem::exists(VersionsCopy()); }));
-    host_->RunLoop(0.2);
+    EXPECT_TRUE(host_->RunUntilIdle());
     EXPECT_EQ(ShownResults(), nullptr);
     EXPECT_TRUE(AlertShown("OBT 1.2.0.3 (HV170) 15/03/2013"));
     EXPECT_TRUE(NoAlert());
@@ -192,7 +193,7 @@ TEST_P(UpdateCheckSwitchedOff, NeverChecksAndLeavesTheMarkOff)
     ASSERT_NO_FATAL_FAILURE(Load());
     EXPECT_FALSE(MenuChecked(kAutoCheck));
     Menu(kAbout);
-    host_->RunLoop(0.3);
+    EXPECT_TRUE(host_->RunUntilIdle());
     EXPECT_TRUE(server_->RequestTargets().empty());
     EXPECT_EQ(OwnSettings()["AutoUpdate"], GetParam());
 }
@@ -210,7 +211,7 @@ TEST_F(UpdateCheck, TheMenuItemTogglesTheMarkAndTheSetting)
     Menu(kAutoCheck);
     EXPECT_TRUE(MenuChecked(kAutoCheck));
     EXPECT_EQ(OwnSettings()["AutoUpdate"], "1");
-    host_->RunLoop(0.3);
+    EXPECT_TRUE(host_->RunUntilIdle());
     EXPECT_TRUE(server_->RequestTargets().empty()) << "switching off on first use leaves no check behind";
 }
 
@@ -219,7 +220,7 @@ class UpdateCheckFailure : public UpdateCheck {
 protected:
     void ExpectOneAlert()
     {
-        ASSERT_TRUE(RunUntil([&] { return AlertPending(); }, 5.0));
+        ASSERT_TRUE(RunUntil([&] { return AlertPending(); }));
         EXPECT_TRUE(AlertShown(Text(33)));
         EXPECT_TRUE(NoAlert());
     }
@@ -236,9 +237,8 @@ TEST_F(UpdateCheckFailure, ADownloadThatCannotStart)
 
 TEST_F(UpdateCheckFailure, ARefusedConnectionClosesTheDialog)
 {
-    std::string const gone = server_->BaseUrl();
-    server_->Stop();
-    ASSERT_NO_FATAL_FAILURE(Load(gone));
+    kftest::RefusingPort const refusing;
+    ASSERT_NO_FATAL_FAILURE(Load(refusing.Url()));
     Menu(kCheckNow);
     ExpectOneAlert();
     EXPECT_EQ(OpenResults(), nullptr);
@@ -248,6 +248,7 @@ TEST_F(UpdateCheckFailure, ARefusedConnectionClosesTheDialog)
 TEST_F(UpdateCheckFailure, AServerThatNeverAnswersWithinTheLimit)
 {
     WriteOwnSettings({{"AutoUpdate", "1"}});
+    downloadLimit_ = 1;
     ASSERT_NO_FATAL_FAILURE(Load(server_->BaseUrl() + "/test/hang"));
     Menu(kAbout); // an automatic check fails aloud too
     EXPECT_TRUE(AlertShown("OBT 1.2.0.3 (HV170) 15/03/2013"));

@@ -1,6 +1,7 @@
 // The downloader over real HTTP on loopback, driven by the host's run loop.
 #include "DownloadHarness.hpp"
 #include "VersionsParse.hpp"
+#include "kftest/Scoped.hpp"
 
 #include <atomic>
 #include <chrono>
@@ -36,9 +37,13 @@ double Seconds(std::chrono::steady_clock::time_point since)
 
 class URLDownload : public DownloadTest {};
 
+// A limit of 1 s, waited out by downloads that never end in time. Whether the limit and not the
+// product's 60 s ended them shows in that they end within half of that: a bound no slow machine
+// comes near, where a tighter one could fail a correct download.
 class URLDownloadLimit : public DownloadTest {
 protected:
     URLDownloadLimit() : DownloadTest(1.0) {}
+    static constexpr double kWellBeforeTheDefault = 30.0;
 };
 
 } // namespace
@@ -57,7 +62,7 @@ TEST_F(URLDownload, FetchesAFileWithOpenedThenDataThenDone)
     for (const Event& e : r.events)
         EXPECT_DOUBLE_EQ(e.progress, e.message == KF_URL_Data ? 0.5 : 0.0);
     EXPECT_EQ(ReadFile(r.target), content);
-    host_->RunLoop(0.3);
+    EXPECT_TRUE(host_->RunUntilIdle());
     EXPECT_EQ(r.events.size(), 3u) << "nothing follows the end";
 }
 
@@ -148,7 +153,7 @@ TEST_F(URLDownload, CancelAtTheOpeningEndsEverythingWithoutAFile)
     Recorder& r = NewRecorder(1);
     ASSERT_TRUE(Start(Url("/big.bin"), r));
     ASSERT_TRUE(RunUntil([&] { return !r.events.empty(); }));
-    host_->RunLoop(0.5);
+    EXPECT_TRUE(host_->RunUntilIdle());
     EXPECT_EQ(r.Story(), "Opened");
     EXPECT_FALSE(std::filesystem::exists(r.target));
 }
@@ -187,23 +192,16 @@ TEST_F(URLDownload, RefusesToStartWhatItCannotFetch)
     EXPECT_FALSE(Start("file:///etc/hostname", r));
     EXPECT_FALSE(Start(Url("/bad%zzescape"), r));
     EXPECT_FALSE(Start(Url("/half%C3"), r)) << "escapes must decode to UTF-8";
-    host_->RunLoop(0.2);
+    EXPECT_TRUE(host_->RunUntilIdle());
     EXPECT_TRUE(r.events.empty()) << "a download that did not start never calls back";
     EXPECT_TRUE(server_->RequestTargets().empty());
 }
 
 TEST_F(URLDownload, AConnectionThatIsRefusedFailsWithoutOpening)
 {
-    int port = 0;
-    {
-        kfupd::ServerOptions options;
-        options.root = served_.Path();
-        kfupd::UpdateServer gone(options);
-        port = gone.Start();
-        gone.Stop();
-    }
+    kftest::RefusingPort const refusing;
     Recorder& r = NewRecorder();
-    ASSERT_TRUE(Fetch("http://127.0.0.1:" + std::to_string(port) + "/x", r));
+    ASSERT_TRUE(Fetch(refusing.Url() + "/x", r));
     EXPECT_EQ(r.Story(), "Failed");
     EXPECT_FALSE(std::filesystem::exists(r.target));
 }
@@ -254,11 +252,9 @@ TEST_F(URLDownloadLimit, AServerThatNeverAnswersFailsAtTheLimit)
     Recorder& r = NewRecorder();
     const auto started = std::chrono::steady_clock::now();
     ASSERT_TRUE(Start(Url("/test/hang"), r));
-    ASSERT_TRUE(RunUntil([&] { return r.Ended(); }, 10.0));
-    const double took = Seconds(started);
+    ASSERT_TRUE(RunUntil([&] { return r.Ended(); }, kWellBeforeTheDefault));
     EXPECT_EQ(r.Story(), "Opened Failed");
-    EXPECT_GE(took, 0.9);
-    EXPECT_LT(took, 3.0);
+    EXPECT_GE(Seconds(started), 0.9);
     EXPECT_EQ(EntriesFor(r.target), 0u) << "the file made at the opening is removed";
 }
 
@@ -267,10 +263,8 @@ TEST_F(URLDownloadLimit, TheLimitCoversTheWholeTransferEvenWhileDataFlows)
     Recorder& r = NewRecorder();
     const auto started = std::chrono::steady_clock::now();
     ASSERT_TRUE(Start(Url("/test/trickle?bytes=100000&interval_ms=40"), r));
-    ASSERT_TRUE(RunUntil([&] { return r.Ended(); }, 10.0));
-    const double took = Seconds(started);
+    ASSERT_TRUE(RunUntil([&] { return r.Ended(); }, kWellBeforeTheDefault));
     EXPECT_EQ(r.Story(), "Opened Data Failed");
-    EXPECT_GE(took, 0.9);
-    EXPECT_LT(took, 3.0);
+    EXPECT_GE(Seconds(started), 0.9);
     EXPECT_EQ(EntriesFor(r.target), 0u) << "the partial file is removed";
 }

@@ -8,6 +8,7 @@
 
 #include "kfhost/Host.hpp"
 #include "kftest/Files.hpp"
+#include "kftest/Patience.hpp"
 #include "kfhost/script/Runner.hpp"
 
 #include <cstdint>
@@ -72,9 +73,13 @@ public:
     bool ScriptOk() const;
     const std::vector<std::string>& Failures() const;
     std::string FailureText() const; // one failure a line
+    // Runs the loop for up to seconds; it returns earlier once nothing waits in it.
     void RunLoop(double seconds);
-    // Runs the loop in short slices until pred holds or seconds pass; whether it held.
-    bool RunUntil(const std::function<bool()>& pred, double seconds);
+    // Runs the loop until nothing waits in it (no timer, no watch): whatever was started has ended.
+    // Whether that happened within patience.
+    bool RunUntilIdle(double patience = kPatienceSeconds);
+    // Runs the loop in short slices until pred holds or patience runs out; whether it held.
+    bool RunUntil(const std::function<bool()>& pred, double patience = kPatienceSeconds);
 
     // ---- reading what happened ----
     kfhost::Dialog* CurrentDialog();
