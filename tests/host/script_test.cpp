@@ -167,8 +167,8 @@ TEST(ScriptReload, NotInsideAnAddOnsCall)
     Probed p;
     ASSERT_TRUE(p.loaded);
     EXPECT_FALSE(p.host.Run("menu 32500 1\nreload\nclick 2"));
-    EXPECT_EQ(p.Failures(),
-              "script:2: reload: cannot reload while \"Host Probe\" is in ModalDialog: close its dialog first\n");
+    EXPECT_EQ(p.Failures(), "script:2: reload: cannot reload while \"Host Probe\" is in menu handler 32500 item 1: "
+                            "close its dialog first\n");
 }
 
 // Lines typed at a terminal, as a test gives them.

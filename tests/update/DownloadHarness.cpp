@@ -126,26 +126,6 @@ std::unique_ptr<RawServer> ResettingServer(std::size_t announced, std::size_t se
     });
 }
 
-ScopedEnv::ScopedEnv(std::string name, const char* value) : name_(std::move(name))
-{
-    if (const char* old = std::getenv(name_.c_str())) {
-        had_ = true;
-        old_ = old;
-    }
-    if (value != nullptr)
-        ::setenv(name_.c_str(), value, 1);
-    else
-        ::unsetenv(name_.c_str());
-}
-
-ScopedEnv::~ScopedEnv()
-{
-    if (had_)
-        ::setenv(name_.c_str(), old_.c_str(), 1);
-    else
-        ::unsetenv(name_.c_str());
-}
-
 std::unique_ptr<kfupd::UpdateServer> StartLoopbackServer(const std::filesystem::path& root)
 {
     kfupd::ServerOptions options;

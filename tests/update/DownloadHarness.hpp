@@ -5,6 +5,7 @@
 #include "KF/KF_General.hpp"
 #include "UpdateServer.hpp"
 #include "kftest/InProcessHost.hpp"
+#include "kftest/Scoped.hpp"
 
 #include <gtest/gtest.h>
 
@@ -69,21 +70,6 @@ private:
 
 // A server that answers with a length header, sends part of the body and resets the connection.
 std::unique_ptr<RawServer> ResettingServer(std::size_t announced, std::size_t sent);
-
-// Sets an environment variable, or unsets it with nullptr, and puts back what was there when it
-// goes, whatever the test's outcome.
-class ScopedEnv {
-public:
-    ScopedEnv(std::string name, const char* value);
-    ~ScopedEnv();
-    ScopedEnv(const ScopedEnv&) = delete;
-    ScopedEnv& operator=(const ScopedEnv&) = delete;
-
-private:
-    std::string name_;
-    bool had_ = false;
-    std::string old_;
-};
 
 // The loopback update server with its test routes, serving root; throws when it cannot start.
 std::unique_ptr<kfupd::UpdateServer> StartLoopbackServer(const std::filesystem::path& root);

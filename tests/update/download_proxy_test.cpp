@@ -31,10 +31,10 @@ protected:
 
     RawServer proxy_;
     int count_ = 0;
-    ScopedEnv httpProxy_{"http_proxy", proxy_.Url("").c_str()};
-    ScopedEnv allProxy_{"all_proxy", nullptr};
-    ScopedEnv noProxy_{"no_proxy", nullptr};
-    ScopedEnv noProxyUpper_{"NO_PROXY", nullptr};
+    ScopedEnv httpProxy_{"http_proxy", proxy_.Url("")};
+    ScopedEnv allProxy_{"all_proxy", std::nullopt};
+    ScopedEnv noProxy_{"no_proxy", std::nullopt};
+    ScopedEnv noProxyUpper_{"NO_PROXY", std::nullopt};
 };
 
 } // namespace
