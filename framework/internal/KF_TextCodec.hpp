@@ -40,9 +40,12 @@ void SetFastPathsEnabled(bool enabled); // for tests, fuzz targets and benchmark
 constexpr long kInvalid = -1;  // ill-formed source, or a character the target cannot hold
 constexpr long kTooSmall = -2; // the whole source is valid but does not fit
 
+// SingleByteTable::toUnit of a byte that is no character of the encoding.
+constexpr std::uint32_t kNoCharacter = 0x10000;
+
 // A decoding table of a single-byte encoding, derived once from the platform converter.
 struct SingleByteTable {
-    std::uint32_t toUnit[256];          // the unit, or 0x10000 when the byte is no character
+    std::uint32_t toUnit[256];          // the unit, or kNoCharacter
     const std::uint16_t* fromUnit[256]; // per high byte of a BMP unit: the byte, 0xFFFF unmapped
     std::uint8_t fixFirst;              // the bytes that do not decode to their own value lie in
     std::uint8_t fixLast;               // fixFirst..fixLast (fixFirst > fixLast: there are none)

@@ -28,8 +28,6 @@ const std::uint16_t* UnmappedPage()
     return page;
 }
 
-constexpr std::uint32_t kNoCharacter = 0x10000;
-
 SingleByteTable* BuildTable(Codec codec)
 {
     auto* table = new SingleByteTable{};

@@ -2,6 +2,7 @@
 // platform converters' answer (the differential tests and fuzz targets compare the two).
 #include "KF_TextCodec.hpp"
 #include "KF_TextFastSupport.hpp"
+#include "kfsdk/Utf8.hpp"
 
 #include <bit>
 #include <cstring>
@@ -14,46 +15,11 @@ namespace {
 // bytes there are not one. p[0] is at least 0x80.
 inline int DecodeMulti(const std::uint8_t* p, const std::uint8_t* end, std::uint32_t& cp)
 {
-    std::uint32_t const b0 = p[0];
-    std::size_t const avail = std::size_t(end - p);
-    if (b0 < 0xC2) {
-        return 0;
-    }
-    if (b0 < 0xE0) {
-        if (avail < 2 || (p[1] & 0xC0) != 0x80) {
-            return 0;
-        }
-        cp = ((b0 & 0x1F) << 6) | (p[1] & 0x3Fu);
-        return 2;
-    }
-    if (b0 < 0xF0) {
-        if (avail < 3) {
-            return 0;
-        }
-        std::uint32_t const b1 = p[1];
-        std::uint32_t const b2 = p[2];
-        std::uint32_t const lo = b0 == 0xE0 ? 0xA0 : 0x80;
-        std::uint32_t const hi = b0 == 0xED ? 0x9F : 0xBF;
-        if (b1 < lo || b1 > hi || (b2 & 0xC0) != 0x80) {
-            return 0;
-        }
-        cp = ((b0 & 0x0F) << 12) | ((b1 & 0x3F) << 6) | (b2 & 0x3F);
-        return 3;
-    }
-    if (b0 < 0xF5) {
-        if (avail < 4) {
-            return 0;
-        }
-        std::uint32_t const b1 = p[1];
-        std::uint32_t const lo = b0 == 0xF0 ? 0x90 : 0x80;
-        std::uint32_t const hi = b0 == 0xF4 ? 0x8F : 0xBF;
-        if (b1 < lo || b1 > hi || (p[2] & 0xC0) != 0x80 || (p[3] & 0xC0) != 0x80) {
-            return 0;
-        }
-        cp = ((b0 & 0x07) << 18) | ((b1 & 0x3F) << 12) | ((p[2] & 0x3Fu) << 6) | (p[3] & 0x3Fu);
-        return 4;
-    }
-    return 0;
+    char32_t c = 0;
+    int bad = 0;
+    const int len = kfsdk::DecodeUTF8One(p, end, c, bad);
+    cp = c;
+    return len;
 }
 
 // Validates src; returns the UTF-16 units it decodes to, or -1.

@@ -3,6 +3,7 @@
 // the ill-formed forms around them. Random texts meet these values too rarely to be relied on.
 #include "KF_TextCodec.hpp"
 #include "TextTestSupport.hpp"
+#include "Utf8Reference.hpp"
 
 #include <gtest/gtest.h>
 
@@ -153,6 +154,24 @@ TEST(UnicodeEdges, EveryFormToEveryFormThroughEveryRoute)
                 }
             }
         }
+    }
+}
+
+TEST(UnicodeEdges, EveryScalarValueThroughEveryRoute)
+{
+    std::string utf8;
+    std::u16string units;
+    kftest::utf8ref::EveryScalarValue(1, 0x10FFFF, utf8, units);
+    std::string le;
+    for (char16_t u : units) {
+        le += {char(u & 0xFF), char(u >> 8)};
+    }
+    for (const Route& route : kRoutes) {
+        RouteScope scope(route);
+        EXPECT_TRUE(E::IsUTF8(utf8.data(), unsigned(utf8.size()), true)) << route.name;
+        // Compared whole: a difference would print megabytes.
+        EXPECT_TRUE(Convert(E::Enc_UTF8, utf8, E::Enc_UTF16LE, false) == le) << route.name;
+        EXPECT_TRUE(Convert(E::Enc_UTF16LE, le, E::Enc_UTF8, false) == utf8) << route.name;
     }
 }
 
