@@ -66,7 +66,7 @@ std::string WriteWithEscapes(const unsigned short* units, std::size_t count, con
     for (std::size_t i = 0; i < count; ++i) {
         std::uint32_t const unit = units[i];
         if (IsEscape(unit)) {
-            unsigned char run[4];
+            unsigned char run[4] = {};
             std::size_t const n = EscapedBytesAt(units, i, count, run);
             bool readsBack = false;
             if (table != nullptr) {

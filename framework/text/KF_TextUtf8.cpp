@@ -23,14 +23,8 @@ inline int DecodeMulti(const std::uint8_t* p, const std::uint8_t* end, std::uint
 }
 
 // Validates src; returns the UTF-16 units it decodes to, or -1.
-long MeasureUtf8(const std::uint8_t* src, std::size_t n, bool& sawMultibyte)
+long MeasureUtf8Scalar(const std::uint8_t* src, std::size_t n, bool& sawMultibyte)
 {
-    if (VectorPathsEnabled()) {
-        const long units = MeasureUtf8Vector(src, n, sawMultibyte);
-        if (units != kNoVector) {
-            return units;
-        }
-    }
     const std::uint8_t* p = src;
     const std::uint8_t* const end = src + n;
     std::size_t saved = 0; // bytes that do not become a unit of their own
@@ -51,12 +45,19 @@ long MeasureUtf8(const std::uint8_t* src, std::size_t n, bool& sawMultibyte)
     return long(n - saved);
 }
 
+long MeasureUtf8(const std::uint8_t* src, std::size_t n, bool& sawMultibyte)
+{
+    const long units = MeasureUtf8Vector(src, n, true, sawMultibyte);
+    return units != kNoVector ? units : MeasureUtf8Scalar(src, n, sawMultibyte);
+}
+
 } // namespace
 
 bool ValidateUtf8(const std::uint8_t* src, std::size_t n, bool& sawMultibyte)
 {
     sawMultibyte = false;
-    return MeasureUtf8(src, n, sawMultibyte) >= 0;
+    const long checked = MeasureUtf8Vector(src, n, false, sawMultibyte);
+    return (checked != kNoVector ? checked : MeasureUtf8Scalar(src, n, sawMultibyte)) >= 0;
 }
 
 long Utf8ToUtf16(const std::uint8_t* src, std::size_t n, std::uint8_t* out, std::size_t outCap)
@@ -70,6 +71,9 @@ long Utf8ToUtf16(const std::uint8_t* src, std::size_t n, std::uint8_t* out, std:
     const std::uint8_t* const end = src + n;
     std::uint8_t* o = out;
     std::uint8_t* const oend = out + (outCap & ~std::size_t(1));
+    if (Utf8ToUtf16Vector(p, end, o, oend) == kInvalid) {
+        return kInvalid;
+    }
     while (p < end) {
         if (*p < 0x80) {
 #if KF_TEXT_SSE2
@@ -161,6 +165,23 @@ long MeasureUtf16AsUtf8(const std::uint8_t* src, std::size_t units, bool lossy)
 {
     std::size_t bytes = 0;
     std::size_t i = 0;
+    for (long counted = MeasureUtf16Vector(src, i, units); counted != kNoVector;
+         counted = MeasureUtf16Vector(src, i, units)) {
+        bytes += std::size_t(counted);
+        if (units - i < 16) {
+            break;
+        }
+        // A block with a surrogate that is not half of a pair: unit by unit through it.
+        std::size_t const stop = i + 16;
+        while (i < stop) {
+            std::size_t used = 0;
+            bytes += Utf8LengthAt(src, i, units, lossy, used);
+            if (used == 0) {
+                return kInvalid;
+            }
+            i += used;
+        }
+    }
 #if KF_TEXT_SSE2
     const __m128i zero = _mm_setzero_si128();
     const __m128i below80 = _mm_set1_epi16(0x7F);
@@ -324,6 +345,9 @@ long Utf16ToUtf8(const std::uint8_t* src, std::size_t units, std::uint8_t* out, 
     std::uint8_t* o = out;
     std::uint8_t* const oend = out + outCap;
     std::size_t i = 0;
+    if (Utf16ToUtf8Vector(src, i, units, o, oend, lossy) == kInvalid) {
+        return kInvalid;
+    }
     // Blocks of 16 units while the output surely has room: the ASCII units that open a block are
     // packed at once, then a fixed run of units is written one by one (a fixed trip count keeps
     // mixed text free of mispredicted loop exits).

@@ -50,7 +50,7 @@ inline Found At(const std::uint8_t* p, std::size_t n)
 {
     Found found{0, 0, 1};
     for (const Form& f : kForms) {
-        int const k = Matching(f, p, n);
+        const int k = Matching(f, p, n);
         if (k == f.length) {
             // The lead keeps the bits below its length marker, each continuation its low six.
             char32_t cp = p[0] & (0xFFu >> (f.length == 1 ? 1 : f.length + 1));
@@ -80,7 +80,7 @@ inline std::u16string DecodeEscaping(std::string_view bytes)
     const auto* p = reinterpret_cast<const std::uint8_t*>(bytes.data());
     std::u16string out;
     for (std::size_t i = 0; i < bytes.size();) {
-        Found const f = At(p + i, bytes.size() - i);
+        const Found f = At(p + i, bytes.size() - i);
         if (f.length == 0) {
             out += char16_t(0xDC00 + p[i]);
             ++i;
@@ -98,7 +98,7 @@ inline std::u16string DecodeReplacing(std::string_view bytes)
     const auto* p = reinterpret_cast<const std::uint8_t*>(bytes.data());
     std::u16string out;
     for (std::size_t i = 0; i < bytes.size();) {
-        Found const f = At(p + i, bytes.size() - i);
+        const Found f = At(p + i, bytes.size() - i);
         PutUtf16(out, f.length == 0 ? char32_t(0xFFFD) : f.cp);
         i += std::size_t(f.length == 0 ? f.prefix : f.length);
     }
@@ -111,7 +111,7 @@ inline std::string Encode(char32_t cp)
     if (cp < 0x80) {
         return std::string(1, char(cp));
     }
-    int const length = cp < 0x800 ? 2 : cp < 0x10000 ? 3 : 4;
+    const int length = cp < 0x800 ? 2 : cp < 0x10000 ? 3 : 4;
     std::string out(std::size_t(length), '\0');
     for (int i = length - 1; i > 0; --i) {
         out[std::size_t(i)] = char(0x80 | (cp & 0x3F));

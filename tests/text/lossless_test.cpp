@@ -105,14 +105,15 @@ std::string Utf8Written(const std::u16string& units)
 {
     std::string out;
     for (std::size_t i = 0; i < units.size(); ++i) {
-        char32_t const u = units[i];
+        const char32_t u = units[i];
         if (u >= 0xDC80 && u <= 0xDCFF) {
             std::string run;
             for (std::size_t k = i; k < units.size() && run.size() < 4 && units[k] >= 0xDC80 && units[k] <= 0xDCFF;
                  ++k) {
                 run += char(units[k] - kEscape);
             }
-            bool const escapedAgain = ref::At(reinterpret_cast<const std::uint8_t*>(run.data()), run.size()).length == 0;
+            const bool escapedAgain =
+                ref::At(reinterpret_cast<const std::uint8_t*>(run.data()), run.size()).length == 0;
             out += escapedAgain ? run[0] : '?';
         } else if (u >= 0xD800 && u <= 0xDBFF && i + 1 < units.size() && units[i + 1] >= 0xDC00 &&
                    units[i + 1] <= 0xDFFF) {
@@ -150,7 +151,7 @@ public:
             const char byte = char(b);
             UChar unit[4];
             status = U_ZERO_ERROR;
-            int32_t const n = ucnv_toUChars(cnv.get(), unit, 4, &byte, 1, &status);
+            const int32_t n = ucnv_toUChars(cnv.get(), unit, 4, &byte, 1, &status);
             if (U_SUCCESS(status) && n == 1) {
                 toUnit_[std::size_t(b)] = unit[0];
             }
@@ -159,7 +160,7 @@ public:
             const UChar unit = UChar(u);
             char bytes[8];
             status = U_ZERO_ERROR;
-            int32_t const n = ucnv_fromUChars(cnv.get(), bytes, 8, &unit, 1, &status);
+            const int32_t n = ucnv_fromUChars(cnv.get(), bytes, 8, &unit, 1, &status);
             fromUnit_[u] = U_SUCCESS(status) && n == 1 ? bytes[0] : '?';
         }
     }
@@ -179,7 +180,7 @@ public:
     {
         std::string out;
         for (std::size_t i = 0; i < units.size(); ++i) {
-            char16_t const u = units[i];
+            const char16_t u = units[i];
             if (u >= 0xDC80 && u <= 0xDCFF) {
                 out += toUnit_[u - kEscape] ? '?' : char(u - kEscape);
                 continue;
@@ -353,7 +354,7 @@ TEST(LosslessSingleByte, ReadsAndWritesAsThePlatformConverterDoesByteForByte)
     for (const Served& s : kSingleByteServed) {
         SCOPED_TRACE(s.name);
         AppEncoding app(s);
-        SingleByteOracle const oracle(s.platformName);
+        const SingleByteOracle oracle(s.platformName);
         std::u16string const read = oracle.Read(every);
         EXPECT_EQ(Hex(Read(every, s.enc)), Hex(read));
         EXPECT_EQ(Hex(Write(read, s.enc)), Hex(every)) << "every byte comes back";

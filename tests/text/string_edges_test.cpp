@@ -19,24 +19,28 @@ using E = KF_String;
 // The routes through ConvertChangeEncoding: the direct fast conversions (UTF-8 and UTF-16LE), the
 // fast decoder feeding the pivot (the other targets), the scalar fast check, and the platform
 // converters alone.
+using kf::detail::text::VectorLevel;
 struct Route {
     const char* name;
     bool fast;
-    bool vector;
+    VectorLevel vector;
 };
-constexpr Route kRoutes[] = {{"fast+vector", true, true}, {"fast scalar", true, false}, {"platform", false, true}};
+constexpr Route kRoutes[] = {{"fast+AVX2", true, VectorLevel::AVX2},
+                             {"fast+SSSE3", true, VectorLevel::SSSE3},
+                             {"fast scalar", true, VectorLevel::None},
+                             {"platform", false, VectorLevel::AVX2}};
 
 class RouteScope {
 public:
     explicit RouteScope(const Route& r)
     {
         kf::detail::text::SetFastPathsEnabled(r.fast);
-        kf::detail::text::SetVectorPathsEnabled(r.vector);
+        kf::detail::text::SetVectorLimit(r.vector);
     }
     ~RouteScope()
     {
         kf::detail::text::SetFastPathsEnabled(true);
-        kf::detail::text::SetVectorPathsEnabled(true);
+        kf::detail::text::SetVectorLimit(VectorLevel::AVX2);
     }
     RouteScope(const RouteScope&) = delete;
     RouteScope& operator=(const RouteScope&) = delete;
