@@ -142,7 +142,7 @@ static_assert(sizeof(Step) == sizeof(std::uint64_t));
 // Converts the characters at p that end within its next 12 (or 16) bytes, as ends tells; returns
 // the bytes used, 0 when one character must be taken on its own.
 __attribute__((target("ssse3,popcnt"))) inline std::size_t DecodeWindow(const std::uint8_t* p, std::uint64_t ends,
-                                                                 std::uint8_t*& o)
+                                                                        std::uint8_t*& o)
 {
     const __m128i in = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
     if ((ends & 0xFFFF) == 0xFFFF) {
@@ -166,14 +166,14 @@ __attribute__((target("ssse3,popcnt"))) inline std::size_t DecodeWindow(const st
     const __m128i sixLanes =
         _mm_shuffle_epi8(in, _mm_loadu_si128(reinterpret_cast<const __m128i*>(rows[sixRow].data())));
     const __m128i sixUnits = _mm_or_si128(_mm_and_si128(sixLanes, _mm_set1_epi16(0x7F)),
-                                     _mm_srli_epi16(_mm_and_si128(sixLanes, _mm_set1_epi16(0x1F00)), 2));
+                                          _mm_srli_epi16(_mm_and_si128(sixLanes, _mm_set1_epi16(0x1F00)), 2));
     // BMP: (first & 0x0F) << 12 | (middle & 0x3F) << 6 | (last & 0x3F), then the low halves packed.
     const __m128i fourLanes =
         _mm_shuffle_epi8(in, _mm_loadu_si128(reinterpret_cast<const __m128i*>(rows[fourRow].data())));
-    const __m128i wide = _mm_or_si128(
-        _mm_and_si128(fourLanes, _mm_set1_epi32(0x7F)),
-        _mm_or_si128(_mm_srli_epi32(_mm_and_si128(fourLanes, _mm_set1_epi32(0x3F00)), 2),
-                     _mm_srli_epi32(_mm_and_si128(fourLanes, _mm_set1_epi32(0x0F0000)), 4)));
+    const __m128i wide =
+        _mm_or_si128(_mm_and_si128(fourLanes, _mm_set1_epi32(0x7F)),
+                     _mm_or_si128(_mm_srli_epi32(_mm_and_si128(fourLanes, _mm_set1_epi32(0x3F00)), 2),
+                                  _mm_srli_epi32(_mm_and_si128(fourLanes, _mm_set1_epi32(0x0F0000)), 4)));
     const __m128i four =
         _mm_shuffle_epi8(wide, _mm_setr_epi8(0, 1, 4, 5, 8, 9, 12, 13, -1, -1, -1, -1, -1, -1, -1, -1));
     const __m128i keepSix = _mm_loadu_si128(reinterpret_cast<const __m128i*>(kDecode.keepSix[six].data()));
@@ -183,35 +183,76 @@ __attribute__((target("ssse3,popcnt"))) inline std::size_t DecodeWindow(const st
     return consumed;
 }
 
-// Converts the characters that start in the first 52 bytes at p, given where characters end in
-// its 64 (a window reads 16 bytes); the bytes were checked. Returns false for a character that is
-// no character (not reached).
-__attribute__((target("ssse3,popcnt"))) inline bool DecodeWindows(const std::uint8_t*& p, std::uint64_t ends,
-                                                                  std::uint8_t*& o, const std::uint8_t* end)
+// Writes one checked character at p (any length) and moves past it.
+__attribute__((target("ssse3,popcnt"))) inline bool DecodeOne(const std::uint8_t*& p, std::uint8_t*& o,
+                                                              const std::uint8_t* end)
 {
+    char32_t cp = 0;
+    int bad = 0;
+    const int used = kfsdk::DecodeUTF8One(p, end, cp, bad);
+    if (used == 0) {
+        return false;
+    }
+    if (cp >= 0x10000) {
+        cp -= 0x10000;
+        Store16(o, 0xD800 + (cp >> 10));
+        Store16(o + 2, 0xDC00 + (cp & 0x3FF));
+        o += 4;
+    } else {
+        Store16(o, cp);
+        o += 2;
+    }
+    p += used;
+    return true;
+}
+
+// Widens the ASCII at p, 16 bytes at a time, up to the next byte above 0x7F or the end of the
+// block; high marks those bytes in the block, whose byte `at` p is.
+__attribute__((target("ssse3,popcnt"))) inline unsigned WidenAscii(const std::uint8_t*& p, std::uint64_t high,
+                                                                   unsigned at, std::uint8_t*& o)
+{
+    const __m128i zero = _mm_setzero_si128();
+    const unsigned rest = 64 - at;
+    const unsigned ascii = unsigned(std::countr_zero(high >> at));
+    const unsigned run = ascii < rest ? ascii : rest;
+    for (unsigned k = 0; k < run; k += 16) {
+        const __m128i in = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + k));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(o + 2 * k), _mm_unpacklo_epi8(in, zero));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(o + 2 * k + 16), _mm_unpackhi_epi8(in, zero));
+    }
+    p += run;
+    o += 2 * run;
+    return run;
+}
+
+// Converts the characters that start in the first 52 bytes of a checked block of 64 at p; high
+// marks the bytes above 0x7F there, ends the last byte of each character. The ASCII that opens the
+// block is widened at once; a block with a few characters beyond ASCII in mostly ASCII text is
+// taken character by character between its runs of ASCII. Returns false for a character that is
+// no character (not reached).
+__attribute__((target("ssse3,popcnt"))) inline bool
+DecodeWindows(const std::uint8_t*& p, std::uint64_t high, std::uint64_t ends, std::uint8_t*& o, const std::uint8_t* end)
+{
+    const std::uint8_t* const block = p;
     const std::uint8_t* const stop = p + 52;
-    while (p < stop) {
-        std::size_t used = DecodeWindow(p, ends, o);
-        if (used == 0) {
-            // A four-byte character first.
-            char32_t cp = 0;
-            int bad = 0;
-            used = std::size_t(kfsdk::DecodeUTF8One(p, end, cp, bad));
-            if (used == 0) {
+    if (std::popcount(high) <= 4) {
+        while (p < stop) {
+            WidenAscii(p, high, unsigned(p - block), o);
+            if (p < stop && !DecodeOne(p, o, end)) {
                 return false;
             }
-            if (cp >= 0x10000) {
-                cp -= 0x10000;
-                Store16(o, 0xD800 + (cp >> 10));
-                Store16(o + 2, 0xDC00 + (cp & 0x3FF));
-                o += 4;
-            } else {
-                Store16(o, cp);
-                o += 2;
-            }
         }
-        p += used;
-        ends >>= used;
+        return true;
+    }
+    ends >>= WidenAscii(p, high, 0, o);
+    while (p < stop) {
+        const std::uint8_t* const at = p;
+        const std::size_t used = DecodeWindow(p, ends, o);
+        if (used == 0 && !DecodeOne(p, o, end)) {
+            return false; // a four-byte character first, or none
+        }
+        p = used == 0 ? p : p + used;
+        ends >>= (p - at);
     }
     return true;
 }
@@ -256,10 +297,12 @@ __attribute__((target("ssse3,popcnt"))) long Utf8ToUtf16Ssse3(const std::uint8_t
         }
         // Bit i: byte i + 1 starts a character, so byte i ends one (unknown for the last byte).
         std::uint64_t starts = 0;
+        std::uint64_t high = 0;
         for (int k = 0; k < 4; ++k) {
             starts |= std::uint64_t(unsigned(_mm_movemask_epi8(_mm_cmpgt_epi8(c[k], notContinuation)))) << (16 * k);
+            high |= std::uint64_t(unsigned(_mm_movemask_epi8(c[k]))) << (16 * k);
         }
-        if (!DecodeWindows(p, starts >> 1, o, end)) {
+        if (!DecodeWindows(p, high, starts >> 1, o, end)) {
             return kInvalid;
         }
     }
@@ -296,7 +339,9 @@ __attribute__((target("avx2,popcnt"))) long Utf8ToUtf16Avx2(const std::uint8_t*&
         const std::uint64_t starts =
             std::uint64_t(unsigned(_mm256_movemask_epi8(_mm256_cmpgt_epi8(a, notContinuation)))) |
             (std::uint64_t(unsigned(_mm256_movemask_epi8(_mm256_cmpgt_epi8(b, notContinuation)))) << 32);
-        if (!DecodeWindows(p, starts >> 1, o, end)) {
+        const std::uint64_t high =
+            std::uint64_t(unsigned(_mm256_movemask_epi8(a))) | (std::uint64_t(unsigned(_mm256_movemask_epi8(b))) << 32);
+        if (!DecodeWindows(p, high, starts >> 1, o, end)) {
             return kInvalid;
         }
     }
@@ -358,17 +403,19 @@ __attribute__((target("ssse3,popcnt"))) inline void EncodeEight(__m128i u, std::
     const __m128i high4 = _mm_unpackhi_epi16(firstTwo, lastByte);
     // Bits 0-7: which units need two bytes or more; 8-15: which need three.
     const __m128i ones = _mm_set1_epi16(-1);
-    const unsigned kinds = unsigned(
-        _mm_movemask_epi8(_mm_packs_epi16(_mm_xor_si128(ascii, ones), _mm_xor_si128(below800, ones))));
+    const unsigned kinds =
+        unsigned(_mm_movemask_epi8(_mm_packs_epi16(_mm_xor_si128(ascii, ones), _mm_xor_si128(below800, ones))));
     const unsigned rowLow = (kinds & 0x0F) | ((kinds >> 4) & 0xF0);
     const unsigned rowHigh = ((kinds >> 4) & 0x0F) | ((kinds >> 8) & 0xF0);
     const auto* shuffles = kPacking.shuffles.data();
     std::uint8_t* const start = o;
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(o),
-                     _mm_shuffle_epi8(low4, _mm_loadu_si128(reinterpret_cast<const __m128i*>(shuffles[rowLow].data()))));
+    _mm_storeu_si128(
+        reinterpret_cast<__m128i*>(o),
+        _mm_shuffle_epi8(low4, _mm_loadu_si128(reinterpret_cast<const __m128i*>(shuffles[rowLow].data()))));
     o += kPacking.lengths[rowLow];
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(o),
-                     _mm_shuffle_epi8(high4, _mm_loadu_si128(reinterpret_cast<const __m128i*>(shuffles[rowHigh].data()))));
+    _mm_storeu_si128(
+        reinterpret_cast<__m128i*>(o),
+        _mm_shuffle_epi8(high4, _mm_loadu_si128(reinterpret_cast<const __m128i*>(shuffles[rowHigh].data()))));
     o += kPacking.lengths[rowHigh];
     if (keep < 8) {
         const unsigned kept = (1u << keep) - 1;
@@ -376,8 +423,9 @@ __attribute__((target("ssse3,popcnt"))) inline void EncodeEight(__m128i u, std::
     }
 }
 
-__attribute__((target("ssse3,popcnt"))) long Utf16ToUtf8Ssse3(const std::uint8_t* src, std::size_t& i, std::size_t units,
-                                                       std::uint8_t*& out, const std::uint8_t* outEnd, bool lossy)
+__attribute__((target("ssse3,popcnt"))) long Utf16ToUtf8Ssse3(const std::uint8_t* src, std::size_t& i,
+                                                              std::size_t units, std::uint8_t*& out,
+                                                              const std::uint8_t* outEnd, bool lossy)
 {
     std::uint8_t* o = out;
     const __m128i zero = _mm_setzero_si128();
@@ -442,8 +490,8 @@ __attribute__((target("avx2,popcnt"))) inline void EncodeSixteen(__m256i u, std:
     const __m256i highQuads = _mm256_unpackhi_epi16(firstTwo, lastByte);
     // Bits 0-7 and 16-23: units 0-7 and 8-15 need two bytes or more; 8-15 and 24-31: three.
     const __m256i ones = _mm256_set1_epi16(-1);
-    const unsigned kinds = unsigned(_mm256_movemask_epi8(
-        _mm256_packs_epi16(_mm256_xor_si256(ascii, ones), _mm256_xor_si256(below800, ones))));
+    const unsigned kinds = unsigned(
+        _mm256_movemask_epi8(_mm256_packs_epi16(_mm256_xor_si256(ascii, ones), _mm256_xor_si256(below800, ones))));
     const unsigned rows[4] = {(kinds & 0x0F) | ((kinds >> 4) & 0xF0), ((kinds >> 4) & 0x0F) | ((kinds >> 8) & 0xF0),
                               ((kinds >> 16) & 0x0F) | ((kinds >> 20) & 0xF0),
                               ((kinds >> 20) & 0x0F) | ((kinds >> 24) & 0xF0)};
@@ -469,9 +517,8 @@ __attribute__((target("avx2,popcnt"))) inline void EncodeSixteen(__m256i u, std:
     }
 }
 
-__attribute__((target("avx2,popcnt"))) long Utf16ToUtf8Avx2(const std::uint8_t* src, std::size_t& i,
-                                                             std::size_t units, std::uint8_t*& out,
-                                                             const std::uint8_t* outEnd, bool lossy)
+__attribute__((target("avx2,popcnt"))) long Utf16ToUtf8Avx2(const std::uint8_t* src, std::size_t& i, std::size_t units,
+                                                            std::uint8_t*& out, const std::uint8_t* outEnd, bool lossy)
 {
     std::uint8_t* o = out;
     const __m256i highBits = _mm256_set1_epi16(short(0xFF80));
@@ -516,7 +563,7 @@ __attribute__((target("avx2,popcnt"))) long Utf16ToUtf8Avx2(const std::uint8_t* 
 // Bytes of UTF-8 for the units from i on, sixteen at a time, while every surrogate is half of a
 // pair; stops at a block with one that is not (for the caller to count) or near the end.
 __attribute__((target("avx2,popcnt"))) std::size_t MeasureUtf16Avx2(const std::uint8_t* src, std::size_t& i,
-                                                                     std::size_t units)
+                                                                    std::size_t units)
 {
     const __m256i zero = _mm256_setzero_si256();
     const __m256i kindMask = _mm256_set1_epi16(short(0xF800));

@@ -24,48 +24,64 @@ __attribute__((target("ssse3,popcnt"))) inline std::size_t BlockUnits16(__m128i 
     return std::size_t(std::popcount(starts) + std::popcount(fours));
 }
 
+struct Check16 {
+    __m128i prev;
+    __m128i errors;
+    __m128i pendingIncomplete;
+    std::size_t units;
+    bool multi;
+};
+
+// One block of 64 bytes in four registers.
+__attribute__((target("ssse3,popcnt"))) inline void Step16(const Tables16& t, Check16& c, const __m128i (&in)[4],
+                                                           bool count)
+{
+    if (_mm_movemask_epi8(_mm_or_si128(_mm_or_si128(in[0], in[1]), _mm_or_si128(in[2], in[3]))) == 0) {
+        // All ASCII: only a sequence left open by the block before can be wrong.
+        c.errors = _mm_or_si128(c.errors, c.pendingIncomplete);
+        c.pendingIncomplete = _mm_setzero_si128();
+    } else {
+        c.multi = true;
+        c.errors = _mm_or_si128(
+            c.errors, _mm_or_si128(_mm_or_si128(BlockErrors16(t, in[0], c.prev), BlockErrors16(t, in[1], in[0])),
+                                   _mm_or_si128(BlockErrors16(t, in[2], in[1]), BlockErrors16(t, in[3], in[2]))));
+        c.pendingIncomplete = Incomplete16(in[3]);
+        c.units +=
+            count ? BlockUnits16(in[0]) + BlockUnits16(in[1]) + BlockUnits16(in[2]) + BlockUnits16(in[3]) - 64 : 0;
+    }
+    c.prev = in[3];
+    c.units += 64;
+}
+
 __attribute__((target("ssse3,popcnt"))) long MeasureSsse3(const std::uint8_t* src, std::size_t n, bool count,
                                                           bool& sawMultibyte)
 {
-    const Tables16 tables = LoadTables16();
-    __m128i prev = _mm_setzero_si128();
-    __m128i errors = _mm_setzero_si128();
-    __m128i pendingIncomplete = _mm_setzero_si128();
-    std::size_t units = 0;
-    bool multi = false;
+    const Tables16 t = LoadTables16();
+    Check16 c{_mm_setzero_si128(), _mm_setzero_si128(), _mm_setzero_si128(), 0, false};
+    __m128i in[4];
     std::size_t i = 0;
-    for (; n - i >= 16; i += 16) {
-        const __m128i in = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + i));
-        if (_mm_movemask_epi8(in) == 0) {
-            // All ASCII: only a sequence left open by the block before can be wrong.
-            errors = _mm_or_si128(errors, pendingIncomplete);
-            pendingIncomplete = _mm_setzero_si128();
-            prev = in;
-            units += 16;
-            continue;
+    for (; n - i >= 64; i += 64) {
+        for (int k = 0; k < 4; ++k) {
+            in[k] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + i + 16 * k));
         }
-        multi = true;
-        errors = _mm_or_si128(errors, BlockErrors16(tables, in, prev));
-        pendingIncomplete = Incomplete16(in);
-        prev = in;
-        units += count ? BlockUnits16(in) : 0;
+        Step16(t, c, in, count);
     }
     if (i < n) {
         // The tail, padded with zero bytes: a sequence cut by the end meets ASCII and fails.
-        alignas(16) std::uint8_t last[16] = {};
+        alignas(16) std::uint8_t last[64] = {};
         std::memcpy(last, src + i, n - i);
-        const __m128i in = _mm_load_si128(reinterpret_cast<const __m128i*>(last));
-        multi = multi || _mm_movemask_epi8(in) != 0;
-        errors = _mm_or_si128(errors, BlockErrors16(tables, in, prev));
-        units += BlockUnits16(in) - (16 - (n - i));
-    } else {
-        errors = _mm_or_si128(errors, pendingIncomplete);
+        for (int k = 0; k < 4; ++k) {
+            in[k] = _mm_load_si128(reinterpret_cast<const __m128i*>(last + 16 * k));
+        }
+        Step16(t, c, in, count);
+        c.units -= 64 - (n - i);
     }
+    const __m128i errors = _mm_or_si128(c.errors, c.pendingIncomplete);
     if (_mm_movemask_epi8(_mm_cmpeq_epi8(errors, _mm_setzero_si128())) != 0xFFFF) {
         return kInvalid;
     }
-    sawMultibyte = multi;
-    return long(units);
+    sawMultibyte = c.multi;
+    return long(c.units);
 }
 
 // --- AVX2: the same check on 32-byte registers ----------------------------------------------------

@@ -38,7 +38,7 @@ Result Run(bool fast, VectorLevel vector, KF_String::Encoding from, const std::v
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     textfuzz::Input in(data, size);
-    KF_String::Encoding const from = in.Encoding();
+    KF_String::Encoding from = in.Encoding();
     KF_String::Encoding const to = in.Encoding();
     std::uint8_t const flags = in.Byte();
     const bool lossy = (flags & 1) != 0;
@@ -47,6 +47,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Base::SetApplicationTextEncoding((flags & 8) != 0 ? Base::AppTextEncoding::MacRoman : Base::AppTextEncoding::UTF8);
 
     std::vector<char> src(in.Rest(), in.Rest() + in.RestSize());
+    if ((flags & 32) != 0 && src.size() >= 2) {
+        // The rest taken as UTF-16 units and made into UTF-8 by the platform path: long valid
+        // UTF-8 of any characters, which random bytes seldom are, for the vector conversions.
+        from = KF_String::Enc_UTF8;
+        const Result utf8 =
+            Run(false, VectorLevel::None, KF_String::Enc_UTF16LE, src, long(src.size() & ~std::size_t(1)),
+                KF_String::Enc_UTF8, long(src.size()) * 3, false, true);
+        src.assign(utf8.bytes.begin(), utf8.bytes.end());
+    }
     const long srcBytes = terminated ? ((flags & 16) != 0 ? -1 : 0) : long(src.size());
     src.insert(src.end(), 8, '\0'); // a whole zero unit of every size, wherever the units fall
 
