@@ -380,6 +380,22 @@ constexpr Packing MakePacking()
 
 constexpr Packing kPacking = MakePacking();
 
+// Writes the surrogate at i, which has a unit behind it: with its partner as one character, alone
+// as "?" when lossy. False when it stands alone and may not be replaced.
+inline bool PutSurrogate(const std::uint8_t* src, std::size_t& i, std::uint8_t*& o, bool lossy)
+{
+    const std::uint32_t unit = Load16(src + 2 * i);
+    const std::uint32_t next = Load16(src + 2 * i + 2);
+    if (unit <= 0xDBFF && (next & 0xFC00) == 0xDC00) {
+        o += kfsdk::EncodeUTF8One(0x10000 + ((unit - 0xD800) << 10) + (next - 0xDC00), reinterpret_cast<char*>(o));
+        i += 2;
+        return true;
+    }
+    *o++ = '?';
+    ++i;
+    return lossy;
+}
+
 // Eight units as UTF-8, each taken for a character of the BMP; writes 16 bytes twice and moves o
 // past the first `keep` characters (those before a surrogate).
 __attribute__((target("ssse3,popcnt"))) inline void EncodeEight(__m128i u, std::uint8_t*& o, unsigned keep)
@@ -450,16 +466,7 @@ __attribute__((target("ssse3,popcnt"))) long Utf16ToUtf8Ssse3(const std::uint8_t
         if (keep == 8) {
             continue;
         }
-        // The surrogate at i: a pair, or one that stands alone.
-        const std::uint32_t unit = Load16(src + 2 * i);
-        if (unit <= 0xDBFF && (Load16(src + 2 * i + 2) & 0xFC00) == 0xDC00) {
-            const char32_t cp = 0x10000 + ((unit - 0xD800) << 10) + (Load16(src + 2 * i + 2) - 0xDC00u);
-            o += kfsdk::EncodeUTF8One(cp, reinterpret_cast<char*>(o));
-            i += 2;
-        } else if (lossy) {
-            *o++ = '?';
-            ++i;
-        } else {
+        if (!PutSurrogate(src, i, o, lossy)) {
             return kInvalid;
         }
     }
@@ -544,15 +551,7 @@ __attribute__((target("avx2,popcnt"))) long Utf16ToUtf8Avx2(const std::uint8_t* 
         if (keep == 16) {
             continue;
         }
-        const std::uint32_t unit = Load16(src + 2 * i);
-        if (unit <= 0xDBFF && (Load16(src + 2 * i + 2) & 0xFC00) == 0xDC00) {
-            const char32_t cp = 0x10000 + ((unit - 0xD800) << 10) + (Load16(src + 2 * i + 2) - 0xDC00u);
-            o += kfsdk::EncodeUTF8One(cp, reinterpret_cast<char*>(o));
-            i += 2;
-        } else if (lossy) {
-            *o++ = '?';
-            ++i;
-        } else {
+        if (!PutSurrogate(src, i, o, lossy)) {
             return kInvalid;
         }
     }

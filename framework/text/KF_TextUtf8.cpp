@@ -160,6 +160,22 @@ inline std::size_t Utf8LengthAt(const std::uint8_t* src, std::size_t i, std::siz
     return 1;
 }
 
+// Adds the bytes of UTF-8 for the units from i up to stop (a pair may end behind it), moving i;
+// false for an unpaired surrogate that may not be replaced.
+inline bool CountByUnit(const std::uint8_t* src, std::size_t& i, std::size_t stop, std::size_t units, bool lossy,
+                        std::size_t& bytes)
+{
+    while (i < stop) {
+        std::size_t used = 0;
+        bytes += Utf8LengthAt(src, i, units, lossy, used);
+        if (used == 0) {
+            return false;
+        }
+        i += used;
+    }
+    return true;
+}
+
 // Bytes of UTF-8 for the units; -1 for an unpaired surrogate that may not be replaced.
 long MeasureUtf16AsUtf8(const std::uint8_t* src, std::size_t units, bool lossy)
 {
@@ -172,14 +188,8 @@ long MeasureUtf16AsUtf8(const std::uint8_t* src, std::size_t units, bool lossy)
             break;
         }
         // A block with a surrogate that is not half of a pair: unit by unit through it.
-        std::size_t const stop = i + 16;
-        while (i < stop) {
-            std::size_t used = 0;
-            bytes += Utf8LengthAt(src, i, units, lossy, used);
-            if (used == 0) {
-                return kInvalid;
-            }
-            i += used;
+        if (!CountByUnit(src, i, i + 16, units, lossy, bytes)) {
+            return kInvalid;
         }
     }
 #if KF_TEXT_SSE2
@@ -236,27 +246,13 @@ long MeasureUtf16AsUtf8(const std::uint8_t* src, std::size_t units, bool lossy)
         bytes += 3 * counted - std::size_t(saved);
         if (units - i >= 8 && counted == 0) {
             // The block at i holds an unpaired surrogate: step over it unit by unit.
-            std::size_t const stop = i + 8;
-            while (i < stop) {
-                std::size_t used = 0;
-                bytes += Utf8LengthAt(src, i, units, lossy, used);
-                if (used == 0) {
-                    return kInvalid;
-                }
-                i += used;
+            if (!CountByUnit(src, i, i + 8, units, lossy, bytes)) {
+                return kInvalid;
             }
         }
     }
 #endif
-    while (i < units) {
-        std::size_t used = 0;
-        bytes += Utf8LengthAt(src, i, units, lossy, used);
-        if (used == 0) {
-            return kInvalid;
-        }
-        i += used;
-    }
-    return long(bytes);
+    return CountByUnit(src, i, units, units, lossy, bytes) ? long(bytes) : kInvalid;
 }
 
 } // namespace

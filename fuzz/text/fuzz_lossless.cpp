@@ -19,9 +19,9 @@ struct Served {
 };
 
 constexpr Served kServed[] = {
-    {KF_String::Enc_UTF8, Base::AppTextEncoding::UTF8},     {KF_String::Enc_System, Base::AppTextEncoding::UTF8},
+    {KF_String::Enc_UTF8, Base::AppTextEncoding::UTF8},       {KF_String::Enc_System, Base::AppTextEncoding::UTF8},
     {KF_String::Enc_System, Base::AppTextEncoding::MacRoman}, {KF_String::Enc_ASCII, Base::AppTextEncoding::UTF8},
-    {KF_String::Enc_WinLatin1, Base::AppTextEncoding::UTF8}, {KF_String::Enc_ISOLatin1, Base::AppTextEncoding::UTF8},
+    {KF_String::Enc_WinLatin1, Base::AppTextEncoding::UTF8},  {KF_String::Enc_ISOLatin1, Base::AppTextEncoding::UTF8},
 };
 
 std::u16string Units(const KF_String& s)
