@@ -1,9 +1,13 @@
 // Deterministic texts for the text benchmarks, and the side-by-side timing helper.
 #pragma once
 
+#include "KF_TextCodec.hpp"
+
 #include <benchmark/benchmark.h>
 #include <unicode/ucnv.h>
 
+#include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <cstdint>
 #include <random>
@@ -11,6 +15,19 @@
 #include <vector>
 
 namespace textbench {
+
+// KF_BENCH_VECTOR_LEVEL=ssse3 or none measures the framework as on a processor without AVX2 (or
+// without either); unset, the processor's best level is used.
+inline const bool kVectorLevelChosen = [] {
+    using kf::detail::text::VectorLevel;
+    const char* level = std::getenv("KF_BENCH_VECTOR_LEVEL");
+    if (level != nullptr && std::strcmp(level, "ssse3") == 0) {
+        kf::detail::text::SetVectorLimit(VectorLevel::SSSE3);
+    } else if (level != nullptr && std::strcmp(level, "none") == 0) {
+        kf::detail::text::SetVectorLimit(VectorLevel::None);
+    }
+    return true;
+}();
 
 enum class Kind {
     AsciiHeavy, // English-like prose: about one accented or symbol character per 160 bytes

@@ -40,9 +40,12 @@ void SetFastPathsEnabled(bool enabled); // for tests, fuzz targets and benchmark
 constexpr long kInvalid = -1;  // ill-formed source, or a character the target cannot hold
 constexpr long kTooSmall = -2; // the whole source is valid but does not fit
 
+// SingleByteTable::toUnit of a byte that is no character of the encoding.
+constexpr std::uint32_t kNoCharacter = 0x10000;
+
 // A decoding table of a single-byte encoding, derived once from the platform converter.
 struct SingleByteTable {
-    std::uint32_t toUnit[256];          // the unit, or 0x10000 when the byte is no character
+    std::uint32_t toUnit[256];          // the unit, or kNoCharacter
     const std::uint16_t* fromUnit[256]; // per high byte of a BMP unit: the byte, 0xFFFF unmapped
     std::uint8_t fixFirst;              // the bytes that do not decode to their own value lie in
     std::uint8_t fixLast;               // fixFirst..fixLast (fixFirst > fixLast: there are none)
@@ -63,12 +66,30 @@ long SingleByteToUtf16(const SingleByteTable& table, const std::uint8_t* src, st
 long Utf16ToSingleByte(const SingleByteTable& table, const std::uint8_t* src, std::size_t units, std::uint8_t* out,
                        std::size_t outCap, bool lossy);
 
-// UTF-8 check and UTF-16 unit count with vector instructions (KF_TextUtf8Vector.cpp); kNoVector
-// when the processor has none, -1 when ill-formed.
+// --- vector paths, chosen at run time by what the processor offers ------------------------------
+enum class VectorLevel { None, SSSE3, AVX2 };
+// The processor's best level, capped by SetVectorLimit.
+VectorLevel VectorLevelInUse();
+// For tests, fuzz targets and benchmarks: every level must give the same answers.
+void SetVectorLimit(VectorLevel limit);
+
+// UTF-8 check, and UTF-16 unit count when count is set (KF_TextUtf8Vector.cpp); -1 when ill-formed,
+// kNoVector at level None.
 constexpr long kNoVector = -100;
-long MeasureUtf8Vector(const std::uint8_t* src, std::size_t n, bool& sawMultibyte);
-bool VectorPathsEnabled();
-void SetVectorPathsEnabled(bool enabled); // for tests: the scalar fast path must agree too
+long MeasureUtf8Vector(const std::uint8_t* src, std::size_t n, bool count, bool& sawMultibyte);
+
+// The bulk of a conversion with vector instructions (KF_TextTranscodeVector.cpp), for the scalar
+// loops to finish: they move src (or i) and out past what they converted, whole characters only,
+// and stop while the output has ample room. Utf8ToUtf16Vector checks what it converts and returns
+// kInvalid when it met an ill-formed sequence; Utf16ToUtf8Vector returns kInvalid for an unpaired
+// surrogate that may not be replaced. Otherwise 0.
+long Utf8ToUtf16Vector(const std::uint8_t*& src, const std::uint8_t* end, std::uint8_t*& out,
+                       const std::uint8_t* outEnd);
+long Utf16ToUtf8Vector(const std::uint8_t* src, std::size_t& i, std::size_t units, std::uint8_t*& out,
+                       const std::uint8_t* outEnd, bool lossy);
+// Bytes of UTF-8 for the units from i on, moving i past them; stops before an unpaired surrogate
+// and near the end. kNoVector below AVX2.
+long MeasureUtf16Vector(const std::uint8_t* src, std::size_t& i, std::size_t units);
 
 // Index of the first zero unit among n units, or n.
 std::size_t FindZeroUnit(const std::uint16_t* units, std::size_t n);

@@ -1,7 +1,9 @@
-// Lossless byte <-> string conversion for UTF-8 and the single-byte encodings.
+// Lossless byte <-> string conversion for UTF-8 and the single-byte encodings. UTF-8 is decoded by
+// the project's one decoder (kfsdk/Utf8.hpp), valid text by the framework's fast conversion.
 #include "KF_TextLossless.hpp"
 
 #include "KF_TextCodec.hpp"
+#include "kfsdk/Utf8.hpp"
 
 #include <cstdint>
 #include <vector>
@@ -17,70 +19,6 @@ bool IsEscape(std::uint32_t unit)
     return unit >= kEscapeBase + 0x80 && unit <= kEscapeBase + 0xFF;
 }
 
-// Length of the well-formed UTF-8 sequence at src (code point in cp), or 0.
-std::size_t Utf8Sequence(const std::uint8_t* src, std::size_t n, std::uint32_t& cp)
-{
-    std::uint8_t const b = src[0];
-    std::size_t length = 0;
-    std::uint32_t lowest = 0;
-    if (b < 0x80) {
-        cp = b;
-        return 1;
-    }
-    if (b >= 0xC2 && b <= 0xDF) {
-        length = 2, cp = b & 0x1Fu, lowest = 0x80;
-    } else if (b >= 0xE0 && b <= 0xEF) {
-        length = 3, cp = b & 0x0Fu, lowest = 0x800;
-    } else if (b >= 0xF0 && b <= 0xF4) {
-        length = 4, cp = b & 0x07u, lowest = 0x10000;
-    } else {
-        return 0;
-    }
-    if (length > n) {
-        return 0;
-    }
-    for (std::size_t i = 1; i < length; ++i) {
-        if ((src[i] & 0xC0) != 0x80) {
-            return 0;
-        }
-        cp = (cp << 6) | (src[i] & 0x3Fu);
-    }
-    if (cp < lowest || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) {
-        return 0;
-    }
-    return length;
-}
-
-void PushCodePoint(std::vector<unsigned short>& out, std::uint32_t cp)
-{
-    if (cp < 0x10000) {
-        out.push_back(static_cast<unsigned short>(cp));
-    } else {
-        cp -= 0x10000;
-        out.push_back(static_cast<unsigned short>(0xD800 + (cp >> 10)));
-        out.push_back(static_cast<unsigned short>(0xDC00 + (cp & 0x3FF)));
-    }
-}
-
-void AppendUtf8(std::string& out, std::uint32_t cp)
-{
-    if (cp < 0x80) {
-        out += static_cast<char>(cp);
-    } else if (cp < 0x800) {
-        out += static_cast<char>(0xC0 | (cp >> 6));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else if (cp < 0x10000) {
-        out += static_cast<char>(0xE0 | (cp >> 12));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    } else {
-        out += static_cast<char>(0xF0 | (cp >> 18));
-        out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
-    }
-}
-
 KF_String FromUnits(const std::vector<unsigned short>& units)
 {
     if (units.empty()) {
@@ -89,37 +27,113 @@ KF_String FromUnits(const std::vector<unsigned short>& units)
     return KF_String(units.data(), static_cast<unsigned int>(units.size()));
 }
 
+// The ordinary conversion of count units (zero units included), "?" for what enc cannot hold.
+std::string Convert(const unsigned short* units, std::size_t count, KF_String::Encoding enc)
+{
+    const char* const src = reinterpret_cast<const char*>(units);
+    const long srcBytes = long(2 * count);
+    const long need =
+        KF_String::ConvertChangeEncoding(KF_String::Enc_UTF16LE, src, srcBytes, enc, nullptr, 0, false, true);
+    if (count == 0 || need <= 0) {
+        return {};
+    }
+    std::string out(std::size_t(need), '\0');
+    const long written =
+        KF_String::ConvertChangeEncoding(KF_String::Enc_UTF16LE, src, srcBytes, enc, out.data(), need, false, true);
+    out.resize(written > 0 ? std::size_t(written) : 0);
+    return out;
+}
+
+// The bytes of the escape units from i on (at most four): what the reader will meet behind the
+// byte of units[i].
+std::size_t EscapedBytesAt(const unsigned short* units, std::size_t i, std::size_t count, unsigned char* bytes)
+{
+    std::size_t n = 0;
+    while (n < 4 && i + n < count && IsEscape(units[i + n])) {
+        bytes[n] = static_cast<unsigned char>(units[i + n] - kEscapeBase);
+        ++n;
+    }
+    return n;
+}
+
+// Escape units and the units around them, written as bytes; an escape unit becomes its byte only
+// where the reader turns that byte back into the same escape unit, else "?".
+std::string WriteWithEscapes(const unsigned short* units, std::size_t count, const text::SingleByteTable* table)
+{
+    std::string out;
+    out.reserve(count);
+    char bytes[4];
+    for (std::size_t i = 0; i < count; ++i) {
+        std::uint32_t const unit = units[i];
+        if (IsEscape(unit)) {
+            unsigned char run[4] = {};
+            std::size_t const n = EscapedBytesAt(units, i, count, run);
+            bool readsBack = false;
+            if (table != nullptr) {
+                readsBack = table->toUnit[run[0]] == text::kNoCharacter;
+            } else {
+                // Only the escape units behind it can complete a sequence: every character the
+                // writer puts there starts with ASCII or a lead byte.
+                char32_t cp = 0;
+                int bad = 0;
+                readsBack = kfsdk::DecodeUTF8One(run, run + n, cp, bad) == 0;
+            }
+            out += readsBack ? static_cast<char>(run[0]) : '?';
+            continue;
+        }
+        const char32_t pair = kfsdk::SurrogatePairAt(units, i, count);
+        if (table != nullptr) {
+            std::uint32_t const byte = pair != 0 ? 0xFFFF : table->fromUnit[unit >> 8][unit & 0xFF];
+            out += byte == 0xFFFF ? '?' : static_cast<char>(byte);
+        } else if (pair != 0) {
+            out.append(bytes, std::size_t(kfsdk::EncodeUTF8One(pair, bytes)));
+        } else if (unit >= 0xD800 && unit <= 0xDFFF) {
+            out += '?';
+        } else {
+            out.append(bytes, std::size_t(kfsdk::EncodeUTF8One(unit, bytes)));
+        }
+        i += pair != 0 ? 1 : 0; // one character, one "?" in a single-byte encoding
+    }
+    return out;
+}
+
 } // namespace
 
 KF_String KF_Text_BytesToString(std::string_view bytes, KF_String::Encoding enc)
 {
+    if (bytes.empty()) {
+        return KF_String("", KF_String::Enc_System);
+    }
     const Codec codec = text::Resolve(enc);
     const auto* src = reinterpret_cast<const std::uint8_t*>(bytes.data());
+    const auto* const end = src + bytes.size();
+    const text::SingleByteTable* table = text::IsSingleByte(codec) ? text::TableFor(codec) : nullptr;
+    bool multi = false;
+    if ((codec == Codec::UTF8 && text::ValidateUtf8(src, bytes.size(), multi)) ||
+        (codec != Codec::UTF8 && (table == nullptr || table->allValid))) {
+        // Nothing to escape (or, without a byte-wise table, no way to): the ordinary conversion.
+        return KF_String(bytes.data(), static_cast<unsigned int>(bytes.size()), enc);
+    }
     std::vector<unsigned short> units;
     units.reserve(bytes.size());
     if (codec == Codec::UTF8) {
-        for (std::size_t i = 0; i < bytes.size();) {
-            std::uint32_t cp = 0;
-            std::size_t const used = Utf8Sequence(src + i, bytes.size() - i, cp);
+        for (const std::uint8_t* p = src; p < end;) {
+            char32_t cp = 0;
+            int bad = 0;
+            const int used = kfsdk::DecodeUTF8One(p, end, cp, bad);
             if (used == 0) {
-                units.push_back(static_cast<unsigned short>(kEscapeBase + src[i]));
-                ++i;
+                // Every byte of an ill-formed subpart is escaped on its own.
+                units.push_back(static_cast<unsigned short>(kEscapeBase + *p++));
             } else {
-                PushCodePoint(units, cp);
-                i += used;
+                kfsdk::AppendUTF16(cp, units);
+                p += used;
             }
         }
         return FromUnits(units);
     }
-    const text::SingleByteTable* table = text::IsSingleByte(codec) ? text::TableFor(codec) : nullptr;
-    if (table == nullptr) {
-        // No byte-wise table: the ordinary conversion of the whole text.
-        return bytes.empty() ? KF_String("", KF_String::Enc_System)
-                             : KF_String(bytes.data(), static_cast<unsigned int>(bytes.size()), enc);
-    }
     for (std::uint8_t const b : bytes) {
         std::uint32_t const unit = table->toUnit[b];
-        units.push_back(static_cast<unsigned short>(unit > 0xFFFF ? kEscapeBase + b : unit));
+        units.push_back(static_cast<unsigned short>(unit == text::kNoCharacter ? kEscapeBase + b : unit));
     }
     return FromUnits(units);
 }
@@ -129,40 +143,15 @@ std::string KF_Text_StringToBytes(const KF_String& text, KF_String::Encoding enc
     const Codec codec = text::Resolve(enc);
     const unsigned short* units = text.Units();
     std::size_t const count = units != nullptr ? text.GetLength() : 0;
-    std::string out;
-    out.reserve(count);
-    const text::SingleByteTable* table =
-        codec != Codec::UTF8 && text::IsSingleByte(codec) ? text::TableFor(codec) : nullptr;
-    if (codec != Codec::UTF8 && table == nullptr) {
-        const KF_CString converted = text.ToCStr(enc);
-        out.assign(converted.bytes != nullptr ? converted.bytes : "",
-                   converted.bytes != nullptr ? converted.length : 0);
-        while (!out.empty() && out.back() == '\0') {
-            out.pop_back();
-        }
-        return out;
+    const text::SingleByteTable* table = text::IsSingleByte(codec) ? text::TableFor(codec) : nullptr;
+    bool escapes = false;
+    for (std::size_t i = 0; i < count && !escapes; ++i) {
+        escapes = IsEscape(units[i]);
     }
-    for (std::size_t i = 0; i < count; ++i) {
-        std::uint32_t const unit = units[i];
-        if (IsEscape(unit)) {
-            out += static_cast<char>(unit - kEscapeBase);
-            continue;
-        }
-        if (table != nullptr) {
-            std::uint32_t const byte = table->fromUnit[unit >> 8][unit & 0xFF];
-            out += byte == 0xFFFF ? '?' : static_cast<char>(byte);
-            continue;
-        }
-        if (unit >= 0xD800 && unit <= 0xDBFF && i + 1 < count && units[i + 1] >= 0xDC00 && units[i + 1] <= 0xDFFF) {
-            AppendUtf8(out, 0x10000 + ((unit - 0xD800) << 10) + (units[i + 1] - 0xDC00));
-            ++i;
-        } else if (unit >= 0xD800 && unit <= 0xDFFF) {
-            out += '?';
-        } else {
-            AppendUtf8(out, unit);
-        }
+    if (!escapes || (codec != Codec::UTF8 && table == nullptr)) {
+        return Convert(units, count, enc);
     }
-    return out;
+    return WriteWithEscapes(units, count, codec == Codec::UTF8 ? nullptr : table);
 }
 
 } // namespace kf::detail

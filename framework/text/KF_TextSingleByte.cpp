@@ -28,8 +28,6 @@ const std::uint16_t* UnmappedPage()
     return page;
 }
 
-constexpr std::uint32_t kNoCharacter = 0x10000;
-
 SingleByteTable* BuildTable(Codec codec)
 {
     auto* table = new SingleByteTable{};
@@ -251,9 +249,33 @@ long Utf16ToSingleByte(const SingleByteTable& table, const std::uint8_t* src, st
         while (units - i >= 16) {
             const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + 2 * i));
             const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + 2 * i + 16));
-            const __m128i high = _mm_and_si128(_mm_or_si128(a, b), highBits);
-            if (_mm_movemask_epi8(_mm_cmpeq_epi16(high, zero)) != 0xFFFF) {
-                break;
+            const unsigned ascii =
+                unsigned(_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(a, highBits), zero))) |
+                (unsigned(_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(b, highBits), zero))) << 16);
+            if (ascii != 0xFFFFFFFFu) {
+                // Packed as if ASCII, then the other units looked up where they stand; one that the
+                // encoding cannot hold leaves the block to the loop below.
+                if (out == nullptr || overflowed || outCap - written < 16) {
+                    break;
+                }
+                _mm_storeu_si128(reinterpret_cast<__m128i*>(out + written), _mm_packus_epi16(a, b));
+                unsigned others = ~ascii & 0x55555555u;
+                while (others != 0) {
+                    std::size_t const k = std::size_t(std::countr_zero(others)) / 2;
+                    std::uint32_t const u = Load16(src + 2 * (i + k));
+                    std::uint32_t const byte = table.fromUnit[u >> 8][u & 0xFF];
+                    if (byte == kUnmapped) {
+                        break;
+                    }
+                    out[written + k] = std::uint8_t(byte);
+                    others &= others - 1;
+                }
+                if (others != 0) {
+                    break;
+                }
+                written += 16;
+                i += 16;
+                continue;
             }
             if (out != nullptr && !overflowed) {
                 if (outCap - written >= 16) {

@@ -2,6 +2,7 @@
 // platform converters' answer (the differential tests and fuzz targets compare the two).
 #include "KF_TextCodec.hpp"
 #include "KF_TextFastSupport.hpp"
+#include "kfsdk/Utf8.hpp"
 
 #include <bit>
 #include <cstring>
@@ -14,57 +15,16 @@ namespace {
 // bytes there are not one. p[0] is at least 0x80.
 inline int DecodeMulti(const std::uint8_t* p, const std::uint8_t* end, std::uint32_t& cp)
 {
-    std::uint32_t const b0 = p[0];
-    std::size_t const avail = std::size_t(end - p);
-    if (b0 < 0xC2) {
-        return 0;
-    }
-    if (b0 < 0xE0) {
-        if (avail < 2 || (p[1] & 0xC0) != 0x80) {
-            return 0;
-        }
-        cp = ((b0 & 0x1F) << 6) | (p[1] & 0x3Fu);
-        return 2;
-    }
-    if (b0 < 0xF0) {
-        if (avail < 3) {
-            return 0;
-        }
-        std::uint32_t const b1 = p[1];
-        std::uint32_t const b2 = p[2];
-        std::uint32_t const lo = b0 == 0xE0 ? 0xA0 : 0x80;
-        std::uint32_t const hi = b0 == 0xED ? 0x9F : 0xBF;
-        if (b1 < lo || b1 > hi || (b2 & 0xC0) != 0x80) {
-            return 0;
-        }
-        cp = ((b0 & 0x0F) << 12) | ((b1 & 0x3F) << 6) | (b2 & 0x3F);
-        return 3;
-    }
-    if (b0 < 0xF5) {
-        if (avail < 4) {
-            return 0;
-        }
-        std::uint32_t const b1 = p[1];
-        std::uint32_t const lo = b0 == 0xF0 ? 0x90 : 0x80;
-        std::uint32_t const hi = b0 == 0xF4 ? 0x8F : 0xBF;
-        if (b1 < lo || b1 > hi || (p[2] & 0xC0) != 0x80 || (p[3] & 0xC0) != 0x80) {
-            return 0;
-        }
-        cp = ((b0 & 0x07) << 18) | ((b1 & 0x3F) << 12) | ((p[2] & 0x3Fu) << 6) | (p[3] & 0x3Fu);
-        return 4;
-    }
-    return 0;
+    char32_t c = 0;
+    int bad = 0;
+    const int len = kfsdk::DecodeUTF8One(p, end, c, bad);
+    cp = c;
+    return len;
 }
 
 // Validates src; returns the UTF-16 units it decodes to, or -1.
-long MeasureUtf8(const std::uint8_t* src, std::size_t n, bool& sawMultibyte)
+long MeasureUtf8Scalar(const std::uint8_t* src, std::size_t n, bool& sawMultibyte)
 {
-    if (VectorPathsEnabled()) {
-        const long units = MeasureUtf8Vector(src, n, sawMultibyte);
-        if (units != kNoVector) {
-            return units;
-        }
-    }
     const std::uint8_t* p = src;
     const std::uint8_t* const end = src + n;
     std::size_t saved = 0; // bytes that do not become a unit of their own
@@ -85,12 +45,19 @@ long MeasureUtf8(const std::uint8_t* src, std::size_t n, bool& sawMultibyte)
     return long(n - saved);
 }
 
+long MeasureUtf8(const std::uint8_t* src, std::size_t n, bool& sawMultibyte)
+{
+    const long units = MeasureUtf8Vector(src, n, true, sawMultibyte);
+    return units != kNoVector ? units : MeasureUtf8Scalar(src, n, sawMultibyte);
+}
+
 } // namespace
 
 bool ValidateUtf8(const std::uint8_t* src, std::size_t n, bool& sawMultibyte)
 {
     sawMultibyte = false;
-    return MeasureUtf8(src, n, sawMultibyte) >= 0;
+    const long checked = MeasureUtf8Vector(src, n, false, sawMultibyte);
+    return (checked != kNoVector ? checked : MeasureUtf8Scalar(src, n, sawMultibyte)) >= 0;
 }
 
 long Utf8ToUtf16(const std::uint8_t* src, std::size_t n, std::uint8_t* out, std::size_t outCap)
@@ -104,6 +71,9 @@ long Utf8ToUtf16(const std::uint8_t* src, std::size_t n, std::uint8_t* out, std:
     const std::uint8_t* const end = src + n;
     std::uint8_t* o = out;
     std::uint8_t* const oend = out + (outCap & ~std::size_t(1));
+    if (Utf8ToUtf16Vector(p, end, o, oend) == kInvalid) {
+        return kInvalid;
+    }
     while (p < end) {
         if (*p < 0x80) {
 #if KF_TEXT_SSE2
@@ -190,11 +160,38 @@ inline std::size_t Utf8LengthAt(const std::uint8_t* src, std::size_t i, std::siz
     return 1;
 }
 
+// Adds the bytes of UTF-8 for the units from i up to stop (a pair may end behind it), moving i;
+// false for an unpaired surrogate that may not be replaced.
+inline bool CountByUnit(const std::uint8_t* src, std::size_t& i, std::size_t stop, std::size_t units, bool lossy,
+                        std::size_t& bytes)
+{
+    while (i < stop) {
+        std::size_t used = 0;
+        bytes += Utf8LengthAt(src, i, units, lossy, used);
+        if (used == 0) {
+            return false;
+        }
+        i += used;
+    }
+    return true;
+}
+
 // Bytes of UTF-8 for the units; -1 for an unpaired surrogate that may not be replaced.
 long MeasureUtf16AsUtf8(const std::uint8_t* src, std::size_t units, bool lossy)
 {
     std::size_t bytes = 0;
     std::size_t i = 0;
+    for (long counted = MeasureUtf16Vector(src, i, units); counted != kNoVector;
+         counted = MeasureUtf16Vector(src, i, units)) {
+        bytes += std::size_t(counted);
+        if (units - i < 16) {
+            break;
+        }
+        // A block with a surrogate that is not half of a pair: unit by unit through it.
+        if (!CountByUnit(src, i, i + 16, units, lossy, bytes)) {
+            return kInvalid;
+        }
+    }
 #if KF_TEXT_SSE2
     const __m128i zero = _mm_setzero_si128();
     const __m128i below80 = _mm_set1_epi16(0x7F);
@@ -249,27 +246,13 @@ long MeasureUtf16AsUtf8(const std::uint8_t* src, std::size_t units, bool lossy)
         bytes += 3 * counted - std::size_t(saved);
         if (units - i >= 8 && counted == 0) {
             // The block at i holds an unpaired surrogate: step over it unit by unit.
-            std::size_t const stop = i + 8;
-            while (i < stop) {
-                std::size_t used = 0;
-                bytes += Utf8LengthAt(src, i, units, lossy, used);
-                if (used == 0) {
-                    return kInvalid;
-                }
-                i += used;
+            if (!CountByUnit(src, i, i + 8, units, lossy, bytes)) {
+                return kInvalid;
             }
         }
     }
 #endif
-    while (i < units) {
-        std::size_t used = 0;
-        bytes += Utf8LengthAt(src, i, units, lossy, used);
-        if (used == 0) {
-            return kInvalid;
-        }
-        i += used;
-    }
-    return long(bytes);
+    return CountByUnit(src, i, units, units, lossy, bytes) ? long(bytes) : kInvalid;
 }
 
 } // namespace
@@ -358,6 +341,9 @@ long Utf16ToUtf8(const std::uint8_t* src, std::size_t units, std::uint8_t* out, 
     std::uint8_t* o = out;
     std::uint8_t* const oend = out + outCap;
     std::size_t i = 0;
+    if (Utf16ToUtf8Vector(src, i, units, o, oend, lossy) == kInvalid) {
+        return kInvalid;
+    }
     // Blocks of 16 units while the output surely has room: the ASCII units that open a block are
     // packed at once, then a fixed run of units is written one by one (a fixed trip count keeps
     // mixed text free of mispredicted loop exits).

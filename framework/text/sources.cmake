@@ -12,4 +12,5 @@ target_sources(kf_framework PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/KF_TextUtf8.cpp
   ${CMAKE_CURRENT_LIST_DIR}/KF_TextSingleByte.cpp
   ${CMAKE_CURRENT_LIST_DIR}/KF_TextUtf8Vector.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/KF_TextTranscodeVector.cpp
   ${CMAKE_CURRENT_LIST_DIR}/KF_Text_Scanner.cpp)

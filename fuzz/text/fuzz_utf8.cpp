@@ -1,5 +1,5 @@
 // DetectBOM and IsUTF8 over arbitrary bytes; IsUTF8 is checked against the platform's own UTF-8
-// validation, with the vector and the scalar check.
+// validation, at every level of vector instructions and with none.
 #include "FuzzSupport.hpp"
 #include "KF_TextCodec.hpp"
 
@@ -37,12 +37,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     const bool platform = PlatformSaysUtf8(bytes.data(), size);
     const bool multi = std::any_of(bytes.begin(), bytes.end(), [](std::uint8_t b) { return b >= 0x80; });
-    for (bool vector : {true, false}) {
-        kf::detail::text::SetVectorPathsEnabled(vector);
+    using kf::detail::text::VectorLevel;
+    for (VectorLevel level : {VectorLevel::AVX2, VectorLevel::SSSE3, VectorLevel::None}) {
+        kf::detail::text::SetVectorLimit(level);
         textfuzz::Check(KF_String::IsUTF8(text, n, false) == platform, "IsUTF8 agrees with the platform");
         textfuzz::Check(KF_String::IsUTF8(text, n, true) == (platform && multi), "multibyte requirement");
     }
-    kf::detail::text::SetVectorPathsEnabled(true);
+    kf::detail::text::SetVectorLimit(VectorLevel::AVX2);
 
     // The terminated form reads up to the first zero byte.
     std::vector<std::uint8_t> terminated(bytes);

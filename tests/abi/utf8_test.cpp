@@ -1,5 +1,7 @@
 // The same bytes become the same text on both sides of the table: the sdk's Base::UniString and the
-// host decode with one decoder, one U+FFFD per maximal ill-formed subpart.
+// host decode with the one decoder of kfsdk/Utf8.hpp, one U+FFFD per maximal ill-formed subpart,
+// checked against the tests' own table of well-formed sequences.
+#include "../text/Utf8Reference.hpp"
 #include "HostUniString.hpp"
 #include "kfhost/Text.hpp"
 
@@ -7,35 +9,77 @@
 
 namespace {
 
-TEST(Utf8, BothSidesDecodeTheSameBytesAlike)
+namespace ref = kftest::utf8ref;
+
+std::u16string AddOnSide(std::string_view bytes)
 {
-    struct Case {
-        std::string_view bytes;
-        std::u16string_view text;
-        std::optional<std::size_t> firstInvalid;
-    };
-    const Case cases[] = {
-        {"plain", u"plain", {}},
-        {"\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80", u"\u00E9\u20AC\U0001F600", {}},
-        {"a\xE1\x80"
-         "b",
-         u"a\uFFFDb", 1},                           // a truncated sequence is one subpart
-        {"\xF0\x9F\x98", u"\uFFFD", 0},             // cut at the end of the text
-        {"\xF0\x80\x80", u"\uFFFD\uFFFD\uFFFD", 0}, // overlong: every byte stands alone
-        {"\xC0\xAF", u"\uFFFD\uFFFD", 0},
-        {"\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD", 0},           // an encoded surrogate
-        {"\xF4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD", 0}, // beyond U+10FFFF
-        {"x\xFFy\x80", u"x\uFFFDy\uFFFD", 1},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(testing::PrintToString(std::string(c.bytes)));
-        const Base::UniString addOnSide = Base::UniString::FromUTF8(c.bytes);
-        const std::u16string hostSide = kfhost::FromUTF8(c.bytes);
-        EXPECT_EQ(hostSide, c.text);
-        EXPECT_EQ(std::u16string_view(reinterpret_cast<const char16_t*>(addOnSide.ToUStr()), addOnSide.GetLength()),
-                  hostSide);
-        EXPECT_EQ(kfhost::FindInvalidUTF8(c.bytes), c.firstInvalid);
+    const Base::UniString s = Base::UniString::FromUTF8(bytes);
+    return std::u16string(reinterpret_cast<const char16_t*>(s.ToUStr()), s.GetLength());
+}
+
+// Where the reference first meets a byte that does not start a character.
+std::optional<std::size_t> FirstInvalid(std::string_view bytes)
+{
+    const auto* p = reinterpret_cast<const std::uint8_t*>(bytes.data());
+    for (std::size_t i = 0; i < bytes.size();) {
+        const int length = ref::At(p + i, bytes.size() - i).length;
+        if (length == 0) {
+            return i;
+        }
+        i += std::size_t(length);
     }
+    return std::nullopt;
+}
+
+TEST(Utf8, BothSidesDecodeEveryEdgeAsTheDefinitionSays)
+{
+    // Every sequence of one to three bytes from the edges of the length classes, and four-byte
+    // ones from the four-byte leads, each behind a ".".
+    const unsigned char edges[] = {0x00, 0x7F, 0x80, 0x8F, 0x90, 0x9F, 0xA0, 0xBF, 0xC0, 0xC1, 0xC2,
+                                   0xDF, 0xE0, 0xE1, 0xED, 0xEE, 0xEF, 0xF0, 0xF3, 0xF4, 0xF5, 0xFF};
+    std::string bytes;
+    for (unsigned char a : edges) {
+        bytes += {'.', char(a)};
+        for (unsigned char b : edges) {
+            bytes += {'.', char(a), char(b)};
+            for (unsigned char c : edges) {
+                bytes += {'.', char(a), char(b), char(c)};
+                if (a >= 0xF0) {
+                    bytes += {'.', char(a), char(b), char(c), '\x80', '.', char(a), char(b), char(c), '\xBF'};
+                }
+            }
+        }
+    }
+    std::u16string units;
+    ref::EveryScalarValue(0, 0x10FFFF, bytes, units);
+    std::u16string const want = ref::DecodeReplacing(bytes);
+    EXPECT_TRUE(kfhost::FromUTF8(bytes) == want);
+    EXPECT_TRUE(AddOnSide(bytes) == want);
+    EXPECT_EQ(kfhost::FindInvalidUTF8(bytes), FirstInvalid(bytes));
+    // Cut at the very end.
+    for (std::string_view cut : {"\xC2", "\xE0\xA0", "\xF0\x90\x80", "\xF4\x8F\xBF"}) {
+        EXPECT_EQ(kfhost::FromUTF8(cut), u"\uFFFD");
+        EXPECT_EQ(AddOnSide(cut), u"\uFFFD");
+        EXPECT_EQ(kfhost::FindInvalidUTF8(cut), std::optional<std::size_t>(0));
+    }
+}
+
+TEST(Utf8, BothSidesEncodeEveryScalarValueAndReplaceLoneSurrogates)
+{
+    std::string bytes;
+    std::u16string units;
+    ref::EveryScalarValue(0, 0x10FFFF, bytes, units);
+    EXPECT_TRUE(kfhost::ToUTF8(units) == bytes);
+    EXPECT_EQ(kfhost::FindInvalidUTF8(bytes), std::nullopt);
+    const Base::UniString s(reinterpret_cast<const Base::uchar_t*>(units.data()), USize(units.size()));
+    EXPECT_TRUE(s.ToUTF8() == bytes);
+    std::u16string const lone = u"a\xD800"
+                                u"b\xDC00\xDBFF\xDFFF\xDFFF\xD800";
+    std::string const replaced = "a\xEF\xBF\xBD"
+                                 "b\xEF\xBF\xBD\xF4\x8F\xBF\xBF\xEF\xBF\xBD\xEF\xBF\xBD";
+    EXPECT_EQ(kfhost::ToUTF8(lone), replaced);
+    const Base::UniString l(reinterpret_cast<const Base::uchar_t*>(lone.data()), USize(lone.size()));
+    EXPECT_EQ(l.ToUTF8(), replaced);
 }
 
 } // namespace

@@ -177,6 +177,20 @@ TEST(ConvertWrappers, KFStringToCStringRanges)
     EXPECT_NE(copy.bytes, c.bytes);
 }
 
+TEST(ConvertWrappers, AStringConvertsUpToItsFirstZeroUnitWhereverItIs)
+{
+    std::u16string units(100, u'a');
+    units[50] = u'\u00E9';
+    for (std::size_t zero = 0; zero < units.size(); ++zero) {
+        std::u16string withZero = units;
+        withZero[zero] = 0;
+        const KF_String s = FromU16(withZero);
+        const long want = long(zero) + (zero > 50 ? 1 : 0);
+        EXPECT_EQ(E::KF_StringToCStringLenBytes(E::Enc_UTF8, s, 0, 0), want) << zero;
+        EXPECT_EQ(ToBytes(s, E::Enc_UTF8).size(), std::size_t(want + 1)) << zero;
+    }
+}
+
 TEST(ConvertWrappers, SystemEncodingIsReadAtEveryCall)
 {
     const char* const roman = "caf\x8E";

@@ -3,6 +3,7 @@
 // the ill-formed forms around them. Random texts meet these values too rarely to be relied on.
 #include "KF_TextCodec.hpp"
 #include "TextTestSupport.hpp"
+#include "Utf8Reference.hpp"
 
 #include <gtest/gtest.h>
 
@@ -18,24 +19,28 @@ using E = KF_String;
 // The routes through ConvertChangeEncoding: the direct fast conversions (UTF-8 and UTF-16LE), the
 // fast decoder feeding the pivot (the other targets), the scalar fast check, and the platform
 // converters alone.
+using kf::detail::text::VectorLevel;
 struct Route {
     const char* name;
     bool fast;
-    bool vector;
+    VectorLevel vector;
 };
-constexpr Route kRoutes[] = {{"fast+vector", true, true}, {"fast scalar", true, false}, {"platform", false, true}};
+constexpr Route kRoutes[] = {{"fast+AVX2", true, VectorLevel::AVX2},
+                             {"fast+SSSE3", true, VectorLevel::SSSE3},
+                             {"fast scalar", true, VectorLevel::None},
+                             {"platform", false, VectorLevel::AVX2}};
 
 class RouteScope {
 public:
     explicit RouteScope(const Route& r)
     {
         kf::detail::text::SetFastPathsEnabled(r.fast);
-        kf::detail::text::SetVectorPathsEnabled(r.vector);
+        kf::detail::text::SetVectorLimit(r.vector);
     }
     ~RouteScope()
     {
         kf::detail::text::SetFastPathsEnabled(true);
-        kf::detail::text::SetVectorPathsEnabled(true);
+        kf::detail::text::SetVectorLimit(VectorLevel::AVX2);
     }
     RouteScope(const RouteScope&) = delete;
     RouteScope& operator=(const RouteScope&) = delete;
@@ -156,6 +161,53 @@ TEST(UnicodeEdges, EveryFormToEveryFormThroughEveryRoute)
     }
 }
 
+TEST(UnicodeEdges, EveryScalarValueThroughEveryRoute)
+{
+    std::string utf8;
+    std::u16string units;
+    kftest::utf8ref::EveryScalarValue(1, 0x10FFFF, utf8, units);
+    std::string le;
+    for (char16_t u : units) {
+        le += {char(u & 0xFF), char(u >> 8)};
+    }
+    for (const Route& route : kRoutes) {
+        RouteScope scope(route);
+        EXPECT_TRUE(E::IsUTF8(utf8.data(), unsigned(utf8.size()), true)) << route.name;
+        // Compared whole: a difference would print megabytes.
+        EXPECT_TRUE(Convert(E::Enc_UTF8, utf8, E::Enc_UTF16LE, false) == le) << route.name;
+        EXPECT_TRUE(Convert(E::Enc_UTF16LE, le, E::Enc_UTF8, false) == utf8) << route.name;
+    }
+}
+
+TEST(UnicodeEdges, CharactersAtEveryPlaceInMostlyAsciiText)
+{
+    // Two characters beyond ASCII in ASCII text, at every place in and across the blocks of the
+    // vector paths and at every distance that puts the second in the same, the next or a later
+    // block: the sparse blocks take their own way through the conversion.
+    const std::pair<char32_t, char32_t> pairs[] = {{0xE9, 0x20AC}, {0x20AC, 0x1F600}, {0x1F600, 0xE9}};
+    const std::size_t gaps[] = {0, 1, 3, 13, 50, 60, 64};
+    for (const Route& route : kRoutes) {
+        RouteScope scope(route);
+        for (const auto& [a, b] : pairs) {
+            for (std::size_t at = 0; at < 70; ++at) {
+                for (std::size_t gap : gaps) {
+                    std::u32string text(at, U'r');
+                    text += a;
+                    text += std::u32string(gap, U's') + b + std::u32string(150, U't');
+                    std::string const utf8 = Encoded(text, E::Enc_UTF8);
+                    std::string const utf16 = Encoded(text, E::Enc_UTF16LE);
+                    std::string const units = Convert(E::Enc_UTF8, utf8, E::Enc_UTF16LE, false);
+                    std::string const bytes = Convert(E::Enc_UTF16LE, utf16, E::Enc_UTF8, false);
+                    if (units != utf16 || bytes != utf8) {
+                        FAIL() << route.name << " at " << at << " gap " << gap << ": " << Hex(units) << "/ "
+                               << Hex(bytes);
+                    }
+                }
+            }
+        }
+    }
+}
+
 TEST(UnicodeEdges, StringsMadeFromEdgeTextHoldTheUnits)
 {
     for (const Route& route : kRoutes) {
@@ -215,6 +267,23 @@ TEST(UnicodeEdges, IllFormedUtf8FailsInEveryRouteAtAnyPlace)
                     }
                 }
                 EXPECT_TRUE(KF_String(src.c_str(), E::Enc_UTF8).IsNull()) << route.name << ' ' << Hex(src);
+            }
+            // At every place in and across the 16-, 32- and 64-byte blocks of the vector checks,
+            // before more text with and without other characters.
+            for (std::size_t at = 0; at <= 66; ++at) {
+                for (const std::string& after : {run + run, "\xC3\xA9" + run + run}) {
+                    std::string const src = std::string(at, 'r') + seq + after;
+                    ASSERT_FALSE(E::IsUTF8(src.data(), unsigned(src.size()), false)) << route.name << ' ' << Hex(src);
+                    ASSERT_EQ(E::ConvertChangeEncoding(E::Enc_UTF8, src.data(), long(src.size()), E::Enc_UTF16LE,
+                                                       nullptr, 0, false, true),
+                              -1)
+                        << route.name << ' ' << Hex(src);
+                    std::string roomy(src.size() * 2 + 64, '\0');
+                    ASSERT_EQ(E::ConvertChangeEncoding(E::Enc_UTF8, src.data(), long(src.size()), E::Enc_UTF16LE,
+                                                       roomy.data(), long(roomy.size()), false, true),
+                              -1)
+                        << route.name << ' ' << Hex(src);
+                }
             }
         }
     }

@@ -61,16 +61,17 @@ void ExpectSameEverywhere(E::Encoding from, const std::string& src, E::Encoding 
     }
 }
 
-// Runs a check with the vector UTF-8 path and again with the scalar one: both must agree with the
-// platform converters.
+// Runs a check at every level of vector instructions the processor offers, and with none: each
+// must agree with the platform converters.
 template <typename Check>
-void WithAndWithoutVectors(Check check)
+void AtEveryVectorLevel(Check check)
 {
-    for (bool vector : {true, false}) {
-        SCOPED_TRACE(vector ? "vector UTF-8 check" : "scalar UTF-8 check");
-        kf::detail::text::SetVectorPathsEnabled(vector);
+    using kf::detail::text::VectorLevel;
+    for (VectorLevel level : {VectorLevel::AVX2, VectorLevel::SSSE3, VectorLevel::None}) {
+        SCOPED_TRACE(level == VectorLevel::AVX2 ? "AVX2" : level == VectorLevel::SSSE3 ? "SSSE3" : "scalar");
+        kf::detail::text::SetVectorLimit(level);
         check();
-        kf::detail::text::SetVectorPathsEnabled(true);
+        kf::detail::text::SetVectorLimit(VectorLevel::AVX2);
         if (::testing::Test::HasFatalFailure()) {
             return;
         }
@@ -155,7 +156,7 @@ std::string Utf8Of(const std::u16string& units)
 
 TEST(FastPaths, RandomTextsInEveryPairOfEncodings)
 {
-    WithAndWithoutVectors([] {
+    AtEveryVectorLevel([] {
         TextMaker maker(20240611u);
         for (int round = 0; round < 12; ++round) {
             int const flavour = round % 3;
@@ -179,7 +180,7 @@ TEST(FastPaths, RandomTextsInEveryPairOfEncodings)
 
 TEST(FastPaths, LongTextsCrossTheVectorLoops)
 {
-    WithAndWithoutVectors([] {
+    AtEveryVectorLevel([] {
         TextMaker maker(7u);
         for (int flavour = 0; flavour < 3; ++flavour) {
             std::u16string const units = maker.Units(5000, flavour);
@@ -229,7 +230,7 @@ TEST(FastPaths, SingleByteTablesCoverTheWholeBMP)
 
 TEST(FastPaths, IsUTF8AgreesWithThePlatformCheck)
 {
-    WithAndWithoutVectors([] {
+    AtEveryVectorLevel([] {
         TextMaker maker(99u);
         for (int round = 0; round < 3000; ++round) {
             // Short random bytes, and longer corrupted text whose faults fall anywhere in a block.

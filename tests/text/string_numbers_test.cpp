@@ -90,7 +90,7 @@ TEST(NumberFormatting, WidthsAndTheTwoDoubleForms)
 TEST(NumberFormatting, FormatCutsAt2047Bytes)
 {
     EXPECT_EQ(U(E::Format("%s-%03d", "n", 7)), u"n-007");
-    for (const auto [length, kept] : {std::pair{2046u, 2046u}, {2047u, 2047u}, {2048u, 2047u}, {3000u, 2047u}}) {
+    for (const auto& [length, kept] : {std::pair{2046u, 2046u}, {2047u, 2047u}, {2048u, 2047u}, {3000u, 2047u}}) {
         std::string const text(length, 'x');
         EXPECT_EQ(E::Format("%s", text.c_str()).GetLength(), kept) << length;
     }
