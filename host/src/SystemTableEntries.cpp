@@ -18,7 +18,7 @@ R Served(KF_HostContext* c, const char* name, R onException, F&& fn) noexcept
         return onException;
     }
     CollectOffThreadWarnings(HostOf(c));
-    HostEntry scope(name);
+    TableEntryCall scope(name);
     try {
         return fn();
     } catch (...) {
