@@ -11,7 +11,7 @@ constexpr short kAddOn_FirstMenuID = 32500; // ITA; INT, FRA, GER, ESP follow
 constexpr short kAddOn_RegisteredMenuID = 32501;
 constexpr short kAddOn_StringsBase = 32530; // + language index
 
-// The module command that other add-ons send us, and the service we announce under it.
+// The module command that other add-ons send us, announced as our supported service.
 constexpr HostFourCC kAddOn_CommandID = Base::FourCC("QRT ");
 constexpr Int32 kAddOn_CommandVersion = 0;
 

@@ -67,22 +67,22 @@ void BM_StartTrue(benchmark::State& state)
 }
 BENCHMARK(BM_StartTrue)->Unit(benchmark::kMillisecond)->UseRealTime();
 
-void BM_ValidateShell(benchmark::State& state)
+void BM_ValidateAddOn(benchmark::State& state)
 {
     const std::vector<std::string> argv{KF_KFHOST, "validate", "--strictness", std::to_string(state.range(0)),
-                                        "--seed",  "1",        KF_SHELL_BUNDLE};
+                                        "--seed",  "1",        KF_ADDON_BUNDLE};
     for (auto _ : state)
         if (Run(argv) != 0)
             state.SkipWithError("kfhost validate failed on the add-on");
 }
-BENCHMARK(BM_ValidateShell)->Arg(5)->Arg(10)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_ValidateAddOn)->Arg(5)->Arg(10)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 // The menus check: loads the add-on, plays every menu item and command, unloads it; in a child
 // forked from this prepared process, as kfhost validate runs each check.
 void BM_CheckIsolated(benchmark::State& state)
 {
     for (auto _ : state)
-        if (!kfhost::validate::RunCheckIsolated("menus", KF_SHELL_BUNDLE, 5, 1))
+        if (!kfhost::validate::RunCheckIsolated("menus", KF_ADDON_BUNDLE, 5, 1))
             state.SkipWithError("the check failed");
 }
 BENCHMARK(BM_CheckIsolated)->Unit(benchmark::kMillisecond)->UseRealTime();
@@ -91,7 +91,7 @@ void BM_CheckInProcess(benchmark::State& state)
 {
     const Scratch scratch;
     for (auto _ : state)
-        if (!kfhost::validate::RunCheckHere("menus", KF_SHELL_BUNDLE, scratch.Path(), 5, 1))
+        if (!kfhost::validate::RunCheckHere("menus", KF_ADDON_BUNDLE, scratch.Path(), 5, 1))
             state.SkipWithError("the check failed");
 }
 BENCHMARK(BM_CheckInProcess)->Unit(benchmark::kMillisecond)->UseRealTime();

@@ -68,7 +68,7 @@ bool KF_General::LaunchURLByPath(const KF_String& address)
     if (bytes.bytes == nullptr) {
         return false;
     }
-    // The reference handed the address over with a length byte: 255 bytes at most.
+    // The address goes over with a length byte, as the interface has it: 255 bytes at most.
     std::string_view const text = Bytes(bytes);
     return kf::detail::KF_General_SystemOpen(text.substr(0, 255));
 }

@@ -569,9 +569,11 @@ AddOnCall::~AddOnCall()
     }
 }
 
-HostEntry::HostEntry(const char* entry) noexcept : index_(Push(FrameKind::Host, nullptr, {}, entry ? entry : "")) {}
+TableEntryCall::TableEntryCall(const char* entry) noexcept
+    : index_(Push(FrameKind::Host, nullptr, {}, entry ? entry : ""))
+{}
 
-HostEntry::~HostEntry()
+TableEntryCall::~TableEntryCall()
 {
     PopTo(index_);
 }

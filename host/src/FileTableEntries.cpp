@@ -53,7 +53,7 @@ struct OpenFile {
 };
 
 // The host's file handles; what is still open when the host goes is closed.
-struct OpenFiles : ServiceState {
+struct OpenFiles : TableEntryState {
     std::map<std::int64_t, OpenFile> files;
     std::int64_t next = 1;
     ~OpenFiles() override
@@ -65,7 +65,7 @@ struct OpenFiles : ServiceState {
 
 OpenFile* Handle(KF_HostContext* c, std::int64_t handle)
 {
-    auto& files = HostOf(c).Service<OpenFiles>().files;
+    auto& files = HostOf(c).EntryState<OpenFiles>().files;
     const auto it = files.find(handle);
     return it == files.end() ? nullptr : &it->second;
 }
@@ -278,7 +278,7 @@ KF_Err FileOpen(KF_HostContext* c, const KF_UChar* units, std::int32_t length, s
         return FileErrorFromErrno(error);
     if (mode == KF_FILEMODE_CREATENEW)
         ::fchmod(fd, kNewFileMode & ~HostUmask());
-    OpenFiles& open = HostOf(c).Service<OpenFiles>();
+    OpenFiles& open = HostOf(c).EntryState<OpenFiles>();
     *handle = open.next++;
     open.files[*handle] = OpenFile{fd, path};
     return KF_NOERROR;
@@ -290,7 +290,7 @@ KF_Err FileClose(KF_HostContext* c, std::int64_t handle)
     if (!file)
         return KF_IOERR_NOTOPEN;
     const OpenFile closing = *file;
-    HostOf(c).Service<OpenFiles>().files.erase(handle);
+    HostOf(c).EntryState<OpenFiles>().files.erase(handle);
     const bool failed = ::close(closing.fd) != 0;
     const int error = errno;
     if (const auto code = Fault(c, FileOp::Close, closing.path))
@@ -409,14 +409,14 @@ KF_Err MoveOver(KF_HostContext* c, const KF_UChar* source, std::int32_t sourceLe
 std::vector<std::string> Host::OpenFilePaths()
 {
     std::vector<std::string> paths;
-    for (const auto& [handle, file] : Service<detail::OpenFiles>().files)
+    for (const auto& [handle, file] : EntryState<detail::OpenFiles>().files)
         paths.push_back(file.path);
     return paths;
 }
 
 void Host::CloseOpenFiles()
 {
-    auto& open = Service<detail::OpenFiles>();
+    auto& open = EntryState<detail::OpenFiles>();
     for (const auto& [handle, file] : open.files)
         ::close(file.fd);
     open.files.clear();

@@ -131,7 +131,7 @@ KF_ServerInfo Host::ServerInfo() const
 Host::~Host()
 {
     UnloadAll();
-    services_.clear(); // open files close while the host is whole
+    entryStates_.clear(); // open files close while the host is whole
     // Reap launched programs that have ended; the others go on without us.
     while (::waitpid(-1, nullptr, WNOHANG) > 0) {
     }
@@ -265,7 +265,7 @@ LoadResult Host::Load(std::unique_ptr<AddOn> owned, const fs::path& named)
         transcript_.Add("refused " + named.string() + ": " + reason);
         return LoadResult{path, nullptr, reason};
     };
-    const KF_AddOnEntry& entry = a.entry;
+    const KF_AddOnEntry& entry = a.entryRecord;
     if (const std::string why = RefusedVersion(entry); !why.empty())
         return refuse(why);
 
@@ -361,7 +361,7 @@ LoadResult Host::LoadBundleAt(const fs::path& absolute, const fs::path& named)
                                      rebuild
                                : "it exports no " KF_ADDON_ENTRY_SYMBOL ": " + rebuild);
     }
-    addOn->entry = CopyEntry(*static_cast<const KF_AddOnEntry*>(record));
+    addOn->entryRecord = CopyEntry(*static_cast<const KF_AddOnEntry*>(record));
     return Load(std::move(addOn), named);
 }
 
@@ -398,7 +398,7 @@ LoadResult Host::LoadInProcess(const KF_AddOnEntry& entry, ResourceModule resour
 {
     auto addOn = std::make_unique<AddOn>();
     addOn->bundlePath = bundlePath;
-    addOn->entry = CopyEntry(entry);
+    addOn->entryRecord = CopyEntry(entry);
     addOn->resources = std::move(resources);
     return Load(std::move(addOn), bundlePath);
 }
@@ -420,8 +420,8 @@ AddOn& Host::Attach(ResourceModule resources, const fs::path& bundlePath)
 void Host::Unload(AddOn& a)
 {
     dialogs_.CloseAllOf(a);
-    if (a.initialized && a.entry.freeData)
-        CallAddOnForCode(a, *this, "FreeData", [&] { return a.entry.freeData(); });
+    if (a.initialized && a.entryRecord.freeData)
+        CallAddOnForCode(a, *this, "FreeData", [&] { return a.entryRecord.freeData(); });
     Forget(a);
     ForgetAddOn(a);
     if (a.library)

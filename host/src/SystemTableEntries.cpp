@@ -1,4 +1,4 @@
-// Table entries of the main run loop, launching, host settings and optional services.
+// Table entries of the main run loop, launching, host settings and optional host services.
 #include "TableEntries.hpp"
 #include "kfhost/Calls.hpp"
 #include "kfhost/Text.hpp"
@@ -9,7 +9,7 @@
 namespace kfhost::detail {
 namespace {
 
-// The services' functions are entries too: guarded the same way.
+// The host services' functions are table entries too: guarded the same way.
 template <typename R, typename F>
 R Served(KF_HostContext* c, const char* name, R onException, F&& fn) noexcept
 {
@@ -18,7 +18,7 @@ R Served(KF_HostContext* c, const char* name, R onException, F&& fn) noexcept
         return onException;
     }
     CollectOffThreadWarnings(HostOf(c));
-    HostEntry scope(name);
+    TableEntryCall scope(name);
     try {
         return fn();
     } catch (...) {

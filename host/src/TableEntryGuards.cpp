@@ -30,7 +30,7 @@ struct Guard<Served, ErrorCoded, Name> {
             return Refused();
         }
         CollectOffThreadWarnings(HostOf(c)); // in the order they came, before this call's own lines
-        HostEntry scope(Name);
+        TableEntryCall scope(Name);
         try {
             return Served(c, args...);
         } catch (...) {

@@ -138,7 +138,7 @@ int main(int argc, char** argv)
         config.currentEngine = currentEngine;
 
     const bool windows = gui || !screenshotDir.empty() || (!headless && script.empty() && kfhost::qt::DisplayPresent());
-    const kfhost::qt::ModuleEntry* module = nullptr;
+    const kfhost::qt::WindowsModule* module = nullptr;
     if (windows) {
         std::string why;
         if (!(module = kfhost::qt::OpenModule(&why))) {

@@ -110,7 +110,7 @@ bool HostAPI_Resource_GetLocUStr(Base::UniString* result, short resID, short ind
 // The same string as 8-bit text (Enc_System), cut to fit size bytes with its terminator.
 bool HostAPI_Resource_GetFixStr(char* result, UInt32 size, short resID, short index);
 
-// ---- interface and environment services -----------------------------------------------
+// ---- interface and environment calls --------------------------------------------------
 
 using API_InterfaceID = HostFourCC;
 using API_EnvironmentID = HostFourCC;

@@ -1,4 +1,4 @@
-// Small static services of the host and the operating system for framework add-ons.
+// Small static helpers around the host and the operating system for framework add-ons.
 #pragma once
 
 #include "HostAPI.hpp"

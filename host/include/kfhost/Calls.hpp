@@ -1,6 +1,6 @@
 // Which add-on the host is in, and in which call, at every moment: the crash, hang and exit
 // reports, the exception reports and -v read it. Every call of the host into an add-on goes through
-// CallAddOn; every table entry runs inside a HostEntry. The reports are made by means an add-on
+// CallAddOn; every table entry runs inside a TableEntryCall. The reports are made by means an add-on
 // cannot switch off: a watchdog thread on the monotonic clock for hangs, fatal-signal handlers put
 // back after every call into an add-on, an exit hook, and (kfhost's command line) a supervising
 // parent process for what ends the process outright.
@@ -61,12 +61,12 @@ private:
 };
 
 // The host serving a table entry on an add-on's behalf.
-class HostEntry {
+class TableEntryCall {
 public:
-    explicit HostEntry(const char* entry) noexcept;
-    ~HostEntry();
-    HostEntry(const HostEntry&) = delete;
-    HostEntry& operator=(const HostEntry&) = delete;
+    explicit TableEntryCall(const char* entry) noexcept;
+    ~TableEntryCall();
+    TableEntryCall(const TableEntryCall&) = delete;
+    TableEntryCall& operator=(const TableEntryCall&) = delete;
 
 private:
     int index_;

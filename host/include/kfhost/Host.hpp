@@ -97,13 +97,14 @@ public:
     std::string description;
     std::filesystem::path bundlePath; // /A/B/Name.bundle
     std::filesystem::path libraryPath;
-    void* library = nullptr; // dlopen handle; null in-process
-    KF_AddOnEntry entry{};   // the bundle's exported record, as far as this host knows its fields
+    void* library = nullptr;     // dlopen handle; null in-process
+    KF_AddOnEntry entryRecord{}; // the bundle's exported record, as far as this host knows its fields
     ResourceModule resources;
     std::int32_t resModule = 0;
     ModuleID moduleID;
     bool keepInMemory = false;
     bool initialized = false;
+    // The module commands it announced (HostAPI_Register_SupportedService): command, version.
     std::vector<std::pair<std::uint32_t, std::int32_t>> services;
     std::map<std::int16_t, MenuHandler> menuHandlers;
     std::map<std::pair<std::uint32_t, std::int32_t>, CommandHandler> commandHandlers;
@@ -170,10 +171,11 @@ struct RegisteredFileType {
     bool visible = true;
 };
 
-// What one host service (files, libraries, rendering, ...) keeps for the lifetime of a host.
-class ServiceState {
+// What the table entries of one kind (open files, libraries, rendering engines) keep for the
+// lifetime of a host.
+class TableEntryState {
 public:
-    virtual ~ServiceState() = default;
+    virtual ~TableEntryState() = default;
 };
 
 class Host {
@@ -245,12 +247,12 @@ public:
     // Also those made on other threads so far.
     const std::vector<std::string>& Warnings();
 
-    // The state a service keeps in this host, made on first use.
+    // The state those table entries keep in this host, made on first use.
     template <class State>
-    State& Service()
+    State& EntryState()
     {
-        static_assert(std::is_base_of_v<ServiceState, State>);
-        std::unique_ptr<ServiceState>& slot = services_[std::type_index(typeid(State))];
+        static_assert(std::is_base_of_v<TableEntryState, State>);
+        std::unique_ptr<TableEntryState>& slot = entryStates_[std::type_index(typeid(State))];
         if (!slot)
             slot = std::make_unique<State>();
         return static_cast<State&>(*slot);
@@ -299,7 +301,7 @@ private:
     std::map<std::int32_t, AddOn*> modelessWindows_;
     std::vector<RegisteredFileType> fileTypes_;
     std::vector<AddOn*> builtInLibraries_;
-    std::map<std::type_index, std::unique_ptr<ServiceState>> services_;
+    std::map<std::type_index, std::unique_ptr<TableEntryState>> entryStates_;
 };
 
 // Why the shared library at path cannot be loaded on this machine (built for another processor or

@@ -26,16 +26,16 @@ bool DisplayPresent()
     return Set("DISPLAY") || Set("WAYLAND_DISPLAY") || Set("QT_QPA_PLATFORM");
 }
 
-const ModuleEntry* OpenModule(std::string* why)
+const WindowsModule* OpenModule(std::string* why)
 {
 #if !KFHOST_WITH_QT
     *why = "no windows: this kfhost was built without Qt (-DKF_WITH_QT=OFF)";
     return nullptr;
 #else
     std::string reason;
-    using EntryFn = const ModuleEntry* (*)();
-    const auto entry = reinterpret_cast<EntryFn>(ModuleSymbol(KFHOST_QT_MODULE_NAME, kModuleEntrySymbol, &reason));
-    const ModuleEntry* answer = entry ? entry() : nullptr;
+    using ModuleFn = const WindowsModule* (*)();
+    const auto exported = reinterpret_cast<ModuleFn>(ModuleSymbol(KFHOST_QT_MODULE_NAME, kModuleSymbol, &reason));
+    const WindowsModule* answer = exported ? exported() : nullptr;
     if (answer && answer->interface != kModuleInterface) {
         reason = KFHOST_QT_MODULE_NAME " belongs to another build of kfhost";
         answer = nullptr;

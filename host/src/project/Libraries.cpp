@@ -16,7 +16,7 @@ using libraries::Catalog;
 using libraries::Part;
 using libraries::PartType;
 
-struct LibraryState : ServiceState {
+struct LibraryState : TableEntryState {
     bool configured = false;
     Catalog catalog;
     std::ptrdiff_t embedded = -1;   // position of the project's library in the catalog
@@ -66,7 +66,7 @@ AddResult Load(Host& host, LibraryState& state, const fs::path& folder, bool lis
 // add-ons that registered them.
 LibraryState& StateOf(Host& host)
 {
-    LibraryState& state = host.Service<LibraryState>();
+    LibraryState& state = host.EntryState<LibraryState>();
     if (!state.configured) {
         state.configured = true;
         for (const fs::path& folder : host.Config().libraries) {

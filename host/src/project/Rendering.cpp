@@ -10,7 +10,7 @@
 namespace kfhost::detail {
 namespace {
 
-struct RenderingState : ServiceState {
+struct RenderingState : TableEntryState {
     bool configured = false;
     std::vector<std::string> engines; // UTF-8 menu texts; engine n is engines[n - 1]
     std::int32_t current = 0;
@@ -18,7 +18,7 @@ struct RenderingState : ServiceState {
 
 RenderingState& StateOf(Host& host)
 {
-    RenderingState& state = host.Service<RenderingState>();
+    RenderingState& state = host.EntryState<RenderingState>();
     if (state.configured)
         return state;
     state.configured = true;

@@ -11,7 +11,7 @@ KF_Err InstallHostTable(const KF_HostTable* table);
 const KF_HostTable* CurrentHostTable();
 void* ClientPointer();
 void SetClientPointer(void* client);
-// The host's record of the optional service name, or null (no table, no such service).
+// The host's record of the optional host service `name`, or null (no table, no such service).
 const void* HostService(const char* name);
 
 } // namespace kfsdk

@@ -1,5 +1,6 @@
-// Operating-system services the host performs on an add-on's behalf, so that a host can record
-// them (tests read them back) and decide whether to carry them out.
+// What the host does for an add-on beyond the HostAPI_ calls: starting a program (a table entry, so
+// that a host can record it, tests read it back, and decide whether to carry it out) and the
+// optional host services GetService answers by versioned name (the log, the update check's settings).
 #pragma once
 
 #include "HostTypes.hpp"

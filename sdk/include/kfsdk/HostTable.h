@@ -15,7 +15,7 @@
  * Rules every entry follows (docs/abi.md gives each entry's own contract):
  * - the first argument is the context the table carries (one per loaded add-on);
  * - texts go in as (units, length) without terminator and are read during the call only; they come
- *   back through a KF_StringOut, whose sink the host calls once per answer (once per entry for
+ *   back through a KF_StringOut, whose sink the host calls once per answer (once per element for
  *   lists); the units handed to a sink live only during that call;
  * - host -> add-on callbacks are a C function plus an opaque cookie the add-on chose;
  * - a CODE entry answers a host error code (0 is success); a VALUE entry answers a value, zero (or

@@ -33,15 +33,15 @@ public:
 };
 
 // What the module hands kfhost. The interface number changes with anything above.
-struct ModuleEntry {
+struct WindowsModule {
     int interface;
     // Makes the Qt application and installs the Qt run loop and dialog backend in host; do it
     // before loading add-ons, so that whatever they schedule runs on Qt's loop.
     std::unique_ptr<WindowedRun> (*open)(Host& host, ScriptRunner& script, const GuiOptions& options);
 };
 inline constexpr int kModuleInterface = 1;
-// The module's one exported function: `const ModuleEntry* kfhost_qt_module()`.
-inline constexpr const char* kModuleEntrySymbol = "kfhost_qt_module";
+// The module's one exported function: `const WindowsModule* kfhost_qt_module()`.
+inline constexpr const char* kModuleSymbol = "kfhost_qt_module";
 
 // Whether this kfhost was built with windows (not configured with -DKF_WITH_QT=OFF).
 bool WindowsBuilt();
@@ -50,8 +50,8 @@ bool WindowsBuilt();
 // chosen by $QT_QPA_PLATFORM).
 bool DisplayPresent();
 
-// Opens the module beside kfhost (or where it is installed): its entry, or null and why, in one
+// Opens the module beside kfhost (or where it is installed): what it exports, or null and why, in one
 // line (not built, not installed, Qt's libraries missing, another kfhost's module).
-const ModuleEntry* OpenModule(std::string* why);
+const WindowsModule* OpenModule(std::string* why);
 
 } // namespace kfhost::qt

@@ -9,11 +9,11 @@ std::unique_ptr<kfhost::qt::WindowedRun> Open(kfhost::Host& host, kfhost::Script
     return std::make_unique<kfhost::qt::GuiSession>(host, script, options);
 }
 
-constexpr kfhost::qt::ModuleEntry kEntry{kfhost::qt::kModuleInterface, &Open};
+constexpr kfhost::qt::WindowsModule kModule{kfhost::qt::kModuleInterface, &Open};
 
 } // namespace
 
-extern "C" __attribute__((visibility("default"))) const kfhost::qt::ModuleEntry* kfhost_qt_module()
+extern "C" __attribute__((visibility("default"))) const kfhost::qt::WindowsModule* kfhost_qt_module()
 {
-    return &kEntry;
+    return &kModule;
 }
