@@ -89,19 +89,21 @@ std::string ApplySetting(HostConfig& config, std::string_view key, std::string_v
     return "unknown host setting \"" + std::string(key) + "\" (known: update-server, download-limit)";
 }
 
+void MakeAbsolute(fs::path& path)
+{
+    std::error_code ec;
+    if (!path.empty())
+        if (fs::path made = fs::absolute(path, ec); !ec)
+            path = made.lexically_normal();
+}
+
 void MakePathsAbsolute(HostConfig& config)
 {
-    auto absolute = [](fs::path& path) {
-        std::error_code ec;
-        if (!path.empty())
-            if (fs::path made = fs::absolute(path, ec); !ec)
-                path = made.lexically_normal();
-    };
-    absolute(config.frameworkFolder);
-    absolute(config.project);
-    absolute(config.embeddedLibrary);
+    MakeAbsolute(config.frameworkFolder);
+    MakeAbsolute(config.project);
+    MakeAbsolute(config.embeddedLibrary);
     for (fs::path& library : config.libraries)
-        absolute(library);
+        MakeAbsolute(library);
 }
 
 unsigned HostUmask()

@@ -146,6 +146,12 @@ int main(int argc, char** argv)
             return kBadCommandLine;
         }
     }
+    if (!screenshotDir.empty()) {
+        // Before an add-on can change the working folder under the pictures.
+        std::filesystem::path pictures(screenshotDir);
+        kfhost::MakeAbsolute(pictures);
+        screenshotDir = pictures.string();
+    }
     if (!screenshotDir.empty() && script.empty()) {
         std::cerr << "kfhost: --screenshot takes its pictures while a --script plays\n";
         return kBadCommandLine;

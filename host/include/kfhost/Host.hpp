@@ -60,6 +60,8 @@ struct HostConfig {
 std::string ApplySetting(HostConfig& config, std::string_view key, std::string_view value);
 // Makes every path of config absolute, so that no add-on's change of the working folder moves it.
 void MakePathsAbsolute(HostConfig& config);
+// The same for one path (unchanged when it is empty or cannot be made absolute).
+void MakeAbsolute(std::filesystem::path& path);
 
 // The per-user default of the framework folder: $XDG_DATA_HOME/kfhost/framework, else under
 // $HOME/.local/share. Without either, a folder no other user can have made first (under
