@@ -1,5 +1,6 @@
 #include "kfhost/Text.hpp"
 
+#include "kfsdk/PathText.hpp"
 #include "kfsdk/Utf8.hpp"
 
 #include <cstdint>
@@ -23,42 +24,13 @@ std::u16string PathText(std::string_view bytes)
 {
     std::u16string out;
     out.reserve(bytes.size());
-    const auto* p = reinterpret_cast<const unsigned char*>(bytes.data());
-    const auto* const end = p + bytes.size();
-    while (p < end) {
-        const auto* next = p;
-        while (next < end) {
-            char32_t cp = 0;
-            int bad = 1;
-            const int n = kfsdk::DecodeUTF8One(next, end, cp, bad);
-            if (n == 0)
-                break;
-            next += n;
-        }
-        kfsdk::AppendUTF8AsUTF16(std::string_view(reinterpret_cast<const char*>(p), std::size_t(next - p)), out);
-        if (next < end)
-            out.push_back(char16_t(0xDC00 + *next++));
-        p = next;
-    }
+    kfsdk::AppendPathText(bytes, out);
     return out;
 }
 
 std::string PathBytes(std::u16string_view utf16)
 {
-    std::string out;
-    out.reserve(utf16.size());
-    std::size_t from = 0;
-    for (std::size_t i = 0; i <= utf16.size(); ++i) {
-        const bool escaped = i < utf16.size() && utf16[i] >= 0xDC80 && utf16[i] <= 0xDCFF &&
-                             (i == 0 || utf16[i - 1] < 0xD800 || utf16[i - 1] > 0xDBFF);
-        if (i < utf16.size() && !escaped)
-            continue;
-        out += ToUTF8(utf16.substr(from, i - from));
-        if (escaped)
-            out.push_back(char(utf16[i] - 0xDC00));
-        from = i + 1;
-    }
-    return out;
+    return kfsdk::PathBytes(utf16.data(), utf16.size());
 }
 
 std::optional<std::size_t> FindInvalidUTF8(std::string_view utf8)

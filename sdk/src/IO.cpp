@@ -2,6 +2,7 @@
 #include "IO.hpp"
 
 #include "SdkDetail.hpp"
+#include "kfsdk/PathText.hpp"
 
 #include <algorithm>
 #include <cstring>
@@ -49,7 +50,8 @@ HostErrCode Location::ToUTF8POSIXPath(char* buffer, UInt32 bufferSize, UInt32* n
 {
     if (path_.IsEmpty())
         return BadLocation;
-    const std::string utf8 = path_.ToUTF8();
+    // The host's paths keep bytes that are not UTF-8 as units of their own: give them back.
+    const std::string utf8 = kfsdk::PathBytes(path_.ToUStr(), path_.GetLength());
     if (needed)
         *needed = UInt32(utf8.size() + 1);
     if (!buffer || bufferSize < utf8.size() + 1)
