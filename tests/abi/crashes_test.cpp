@@ -14,10 +14,8 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 
-#include <algorithm>
 #include <chrono>
 #include <fstream>
-#include <iterator>
 #include <thread>
 
 extern char** environ;
@@ -30,12 +28,6 @@ struct HostRun {
     int status = -1;
     std::string out, err;
 };
-
-std::string Read(const fs::path& file)
-{
-    std::ifstream in(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
 
 struct RunOptions {
     std::string faultAt;              // KF_FAULT_AT
@@ -60,16 +52,14 @@ HostRun RunKfhost(const kftest::TempFolder& temp, const std::string& script, con
     for (auto& a : args)
         argv.push_back(a.data());
     argv.push_back(nullptr);
+    // Ours first: a name's first entry is the one a program reads.
     std::vector<std::string> env = run.env;
     env.push_back("KF_FAULT_AT=" + run.faultAt);
-    for (char** e = environ; *e; ++e)
-        if (std::none_of(env.begin(), env.end(), [&](const std::string& set) {
-                return std::string_view(*e).starts_with(set.substr(0, set.find('=') + 1));
-            }))
-            env.emplace_back(*e);
     std::vector<char*> envp;
     for (auto& e : env)
         envp.push_back(e.data());
+    for (char** e = environ; *e; ++e)
+        envp.push_back(*e);
     envp.push_back(nullptr);
 
     const fs::path out = temp.Path() / "out.txt", err = temp.Path() / "err.txt";
@@ -87,7 +77,8 @@ HostRun RunKfhost(const kftest::TempFolder& temp, const std::string& script, con
     int status = 0;
     while (::waitpid(pid, &status, 0) < 0) {
     }
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), Read(out), Read(err)};
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), kftest::ReadFile(out),
+            kftest::ReadFile(err)};
 }
 
 // The processes whose command line names folder (ours ran in it), ended when found.
@@ -99,7 +90,7 @@ std::vector<pid_t> EndLeftovers(const fs::path& folder)
         const std::string name = entry.path().filename().string();
         if (name.find_first_not_of("0123456789") != std::string::npos)
             continue;
-        if (Read(entry.path() / "cmdline").find(folder.string()) == std::string::npos)
+        if (kftest::ReadFile(entry.path() / "cmdline").find(folder.string()) == std::string::npos)
             continue;
         found.push_back(pid_t(std::stoi(name)));
         ::kill(found.back(), SIGKILL);
@@ -110,17 +101,20 @@ std::vector<pid_t> EndLeftovers(const fs::path& folder)
 struct Case {
     const char* what;
     std::string script;
-    RunOptions run;
     int status;
     std::string err; // standard error ends with it (after "kfhost: "); empty: no report
     std::string out; // the transcript has it, when given
+    std::string faultAt = {};
+    RunOptions run = {};
 };
 
 void Check(const Case& c)
 {
     SCOPED_TRACE(c.what);
     kftest::TempFolder temp;
-    const HostRun run = RunKfhost(temp, c.script, c.run);
+    RunOptions options = c.run;
+    options.faultAt = c.faultAt;
+    const HostRun run = RunKfhost(temp, c.script, options);
     EXPECT_EQ(run.status, c.status) << run.out << run.err;
     if (c.err.empty())
         EXPECT_EQ(run.err.find("kfhost: Fault"), std::string::npos) << run.err;
@@ -132,63 +126,34 @@ void Check(const Case& c)
 constexpr int kCrashed = kfhost::kExitAddOnCrashed;
 constexpr int kHung = kfhost::kExitAddOnHung;
 const RunOptions kOneSecond{{}, {"--timeout", "1"}};
+const RunOptions kStrict{{}, {"--strict"}};
 // What a longjmp skips is never freed: the add-on's doing, not a leak of the host's.
-const std::vector<std::string> kJumped{"ASAN_OPTIONS=detect_leaks=0"};
+const RunOptions kJumped{{}, {}, {}, {}, {"ASAN_OPTIONS=detect_leaks=0"}};
 
 TEST(Crashes, AreNamedWithTheAddOnAndTheCall)
 {
     const Case cases[] = {
-        {"null dereference in a menu handler",
-         "menu 32500 1 \"Fault B\"\n",
-         {},
-         kCrashed,
+        {"null dereference in a menu handler", "menu 32500 1 \"Fault B\"\n", kCrashed,
          "Fault B crashed in menu handler 32500 item 1 (signal 11)"},
-        {"abort in a menu handler",
-         "menu 32500 2 \"Fault A\"\n",
-         {},
-         kCrashed,
+        {"abort in a menu handler", "menu 32500 2 \"Fault A\"\n", kCrashed,
          "Fault A crashed in menu handler 32500 item 2 (signal 6)"},
-        {"deep recursion",
-         "menu 32500 4 \"Fault A\"\n",
-         {},
-         kCrashed,
+        {"deep recursion", "menu 32500 4 \"Fault A\"\n", kCrashed,
          "Fault A crashed in menu handler 32500 item 4 (signal 11)"},
-        {"null dereference in Initialize",
-         "",
-         {"Fault B:Initialize:null"},
-         kCrashed,
-         "Fault B crashed in Initialize (signal 11)"},
-        {"abort in a module command",
-         "command \"FLT \" 1\n",
-         {"Fault A:command:abort"},
-         kCrashed,
-         "Fault A crashed in module command \"FLT \" version 1 (signal 6)"},
-        {"a bad pointer handed to a host entry",
-         "menu 32500 24 \"Fault B\"\n",
-         {},
-         kCrashed,
+        {"null dereference in Initialize", "", kCrashed, "Fault B crashed in Initialize (signal 11)", "",
+         "Fault B:Initialize:null"},
+        {"abort in a module command", "command \"FLT \" 1\n", kCrashed,
+         "Fault A crashed in module command \"FLT \" version 1 (signal 6)", "", "Fault A:command:abort"},
+        {"a bad pointer handed to a host entry", "menu 32500 24 \"Fault B\"\n", kCrashed,
          "Fault B crashed in host entry GetReleaseNumber, called in menu handler 32500 item 24 (signal 11)"},
         // Only the host's own handler, put back after the first call, tells a host entry from the
         // add-on's code.
-        {"handlers reset in one call, a crash in the next",
-         "menu 32500 17 \"Fault B\"\nmenu 32500 24 \"Fault A\"\n",
-         {},
-         kCrashed,
-         "Fault A crashed in host entry GetReleaseNumber, called in menu handler 32500 item 24 (signal 11)"},
-        {"handlers reset and a crash in the same call",
-         "menu 32500 18 \"Fault B\"\n",
-         {},
-         kCrashed,
+        {"handlers reset in one call, a crash in the next", "menu 32500 17 \"Fault B\"\nmenu 32500 24 \"Fault A\"\n",
+         kCrashed, "Fault A crashed in host entry GetReleaseNumber, called in menu handler 32500 item 24 (signal 11)"},
+        {"handlers reset and a crash in the same call", "menu 32500 18 \"Fault B\"\n", kCrashed,
          "Fault B crashed in menu handler 32500 item 18 (signal 11)"},
-        {"a thread of the add-on crashes after its call returned",
-         "menu 32500 16 \"Fault B\"\nwait 5\n",
-         {},
-         kCrashed,
+        {"a thread of the add-on crashes after its call returned", "menu 32500 16 \"Fault B\"\nwait 5\n", kCrashed,
          "Fault B crashed after it returned from menu handler 32500 item 16 (signal 11)"},
-        {"raise(SIGALRM) is the add-on's own death, not a hang",
-         "menu 32500 12 \"Fault B\"\n",
-         {},
-         kCrashed,
+        {"raise(SIGALRM) is the add-on's own death, not a hang", "menu 32500 12 \"Fault B\"\n", kCrashed,
          "Fault B crashed in menu handler 32500 item 12 (signal 14)"},
     };
     for (const Case& c : cases)
@@ -197,20 +162,10 @@ TEST(Crashes, AreNamedWithTheAddOnAndTheCall)
 
 TEST(Crashes, AnAddOnThatEndsTheProcessIsNamed)
 {
-    const Case cases[] = {
-        {"exit(0)",
-         "menu 32500 19 \"Fault B\"\n",
-         {{}, {"--strict"}},
-         kCrashed,
-         "Fault B ended the process in menu handler 32500 item 19 (status 0)"},
-        {"_exit(7)",
-         "menu 32500 20 \"Fault A\"\n",
-         {{}, {"--strict"}},
-         kCrashed,
-         "Fault A ended the process in menu handler 32500 item 20 (status 7)"},
-    };
-    for (const Case& c : cases)
-        Check(c);
+    Check({"exit(0)", "menu 32500 19 \"Fault B\"\n", kCrashed,
+           "Fault B ended the process in menu handler 32500 item 19 (status 0)", "", "", kStrict});
+    Check({"_exit(7)", "menu 32500 20 \"Fault A\"\n", kCrashed,
+           "Fault A ended the process in menu handler 32500 item 20 (status 7)", "", "", kStrict});
 }
 
 // The clock measures the whole call, host entries included, and nothing the add-on does to its
@@ -218,31 +173,26 @@ TEST(Crashes, AnAddOnThatEndsTheProcessIsNamed)
 TEST(Crashes, HangsAreNamedWhateverTheAddOnDoesToItsSignals)
 {
     const std::string within = " within 1 s";
+    const std::string jumped = "warning: Fault B left dialog handler 32600 by jumping past the host (longjmp)";
     const Case cases[] = {
-        {"endless loop", "menu 32500 3 \"Fault B\"\n", kOneSecond, kHung,
-         "Fault B did not return from menu handler 32500 item 3" + within},
-        {"endless loop in CheckEnvironment, before the name is known",
-         "",
-         {"Fault A:CheckEnvironment:loop", {"--timeout", "1"}},
-         kHung,
-         "FaultA.bundle did not return from CheckEnvironment" + within},
-        {"every signal blocked", "menu 32500 10 \"Fault B\"\n", kOneSecond, kHung,
-         "Fault B did not return from menu handler 32500 item 10" + within},
-        {"alarm(0)", "menu 32500 11 \"Fault A\"\n", kOneSecond, kHung,
-         "Fault A did not return from menu handler 32500 item 11" + within},
+        {"endless loop", "menu 32500 3 \"Fault B\"\n", kHung,
+         "Fault B did not return from menu handler 32500 item 3" + within, "", "", kOneSecond},
+        {"endless loop in CheckEnvironment, before the name is known", "", kHung,
+         "FaultA.bundle did not return from CheckEnvironment" + within, "", "Fault A:CheckEnvironment:loop",
+         kOneSecond},
+        {"every signal blocked", "menu 32500 10 \"Fault B\"\n", kHung,
+         "Fault B did not return from menu handler 32500 item 10" + within, "", "", kOneSecond},
+        {"alarm(0)", "menu 32500 11 \"Fault A\"\n", kHung,
+         "Fault A did not return from menu handler 32500 item 11" + within, "", "", kOneSecond},
         {"the host waits in its modal dialog, inside the add-on's call", "menu 32500 25 \"Fault B\"\nwait 3\nclick 1\n",
-         kOneSecond, kHung,
-         "Fault B did not return from menu handler 32500 item 25" + within + " (it is in host entry ModalDialog)"},
+         kHung,
+         "Fault B did not return from menu handler 32500 item 25" + within + " (it is in host entry ModalDialog)", "",
+         "", kOneSecond},
         {"a longjmp out of a dialog callback leaves nothing of that call behind",
-         "menu 32500 13 \"Fault B\"\nmenu 32500 8 \"Fault A\"\n",
-         {{}, {}, {}, {}, kJumped},
-         0,
-         "",
-         "warning: Fault B left dialog handler 32600 by jumping past the host (longjmp)"},
+         "menu 32500 13 \"Fault B\"\nmenu 32500 8 \"Fault A\"\n", 0, "", jumped, "", kJumped},
         {"a longjmp out of a dialog callback leaves the watchdog working",
-         "menu 32500 13 \"Fault B\"\nmenu 32500 3 \"Fault A\"\n", kOneSecond, kHung,
-         "Fault A did not return from menu handler 32500 item 3" + within,
-         "warning: Fault B left dialog handler 32600 by jumping past the host (longjmp)"},
+         "menu 32500 13 \"Fault B\"\nmenu 32500 3 \"Fault A\"\n", kHung,
+         "Fault A did not return from menu handler 32500 item 3" + within, jumped, "", kOneSecond},
     };
     for (const Case& c : cases)
         Check(c);
@@ -263,33 +213,18 @@ TEST(Crashes, WhatNeedNotEndTheHostDoesNot)
     const std::string refused = "warning: Fault B called host entry ";
     const std::string wrongThread = std::to_string(KF_APIERR_WRONGTHREAD);
     const Case cases[] = {
-        {"raise(SIGPIPE) and a write into a broken pipe",
-         "menu 32500 14 \"Fault B\"\n",
-         {},
-         0,
-         "",
+        {"raise(SIGPIPE) and a write into a broken pipe", "menu 32500 14 \"Fault B\"\n", 0, "",
          "\"Fault B\": the write into the broken pipe failed with EPIPE\n"},
-        {"a call from another thread",
-         "menu 32500 21 \"Fault B\"\n",
-         {},
-         0,
-         "",
+        {"a call from another thread", "menu 32500 21 \"Fault B\"\n", 0, "",
          refused +
              "RegisterMenu from another thread; refused (every call is made on the host's main thread)\n"
              "\"Fault B\": a call from another thread answered " +
              wrongThread + "\n"},
         {"a thread that calls after its call returned",
-         "menu 32500 15 \"Fault B\"\nwait 0.5\nmenu 32500 8 \"Fault B\"\n",
-         {},
-         0,
-         "",
+         "menu 32500 15 \"Fault B\"\nwait 0.5\nmenu 32500 8 \"Fault B\"\n", 0, "",
          refused + "GetOwnResModule from another thread; refused"},
-        {"a thread's calls fail a strict run",
-         "menu 32500 21 \"Fault B\"\n",
-         {{}, {"--strict"}},
-         1,
-         "",
-         "FAILED end of script: host warning: Fault B called host entry RegisterMenu from another thread"},
+        {"a thread's calls fail a strict run", "menu 32500 21 \"Fault B\"\n", 1, "",
+         "FAILED end of script: host warning: Fault B called host entry RegisterMenu from another thread", "", kStrict},
     };
     for (const Case& c : cases)
         Check(c);

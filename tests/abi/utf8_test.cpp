@@ -31,7 +31,7 @@ std::optional<std::size_t> FirstInvalid(std::string_view bytes)
     return std::nullopt;
 }
 
-TEST(Utf8, BothSidesDecodeEveryEdgeAsTheDefinitionSays)
+TEST(Utf8, BothSidesDecodeEveryEdgeAndEncodeEveryValueAsTheDefinitionSays)
 {
     // Every sequence of one to three bytes from the edges of the length classes, and four-byte
     // ones from the four-byte leads, each behind a ".".
@@ -50,8 +50,15 @@ TEST(Utf8, BothSidesDecodeEveryEdgeAsTheDefinitionSays)
             }
         }
     }
+    // ... and every scalar value, which both sides also encode back.
+    std::string everyValue;
     std::u16string units;
-    ref::EveryScalarValue(0, 0x10FFFF, bytes, units);
+    ref::EveryScalarValue(0, 0x10FFFF, everyValue, units);
+    EXPECT_TRUE(kfhost::ToUTF8(units) == everyValue);
+    EXPECT_EQ(kfhost::FindInvalidUTF8(everyValue), std::nullopt);
+    const Base::UniString s(reinterpret_cast<const Base::uchar_t*>(units.data()), USize(units.size()));
+    EXPECT_TRUE(s.ToUTF8() == everyValue);
+    bytes += everyValue;
     std::u16string const want = ref::DecodeReplacing(bytes);
     EXPECT_TRUE(kfhost::FromUTF8(bytes) == want);
     EXPECT_TRUE(AddOnSide(bytes) == want);
@@ -62,17 +69,7 @@ TEST(Utf8, BothSidesDecodeEveryEdgeAsTheDefinitionSays)
         EXPECT_EQ(AddOnSide(cut), u"\uFFFD");
         EXPECT_EQ(kfhost::FindInvalidUTF8(cut), std::optional<std::size_t>(0));
     }
-}
-
-TEST(Utf8, BothSidesEncodeEveryScalarValueAndReplaceLoneSurrogates)
-{
-    std::string bytes;
-    std::u16string units;
-    ref::EveryScalarValue(0, 0x10FFFF, bytes, units);
-    EXPECT_TRUE(kfhost::ToUTF8(units) == bytes);
-    EXPECT_EQ(kfhost::FindInvalidUTF8(bytes), std::nullopt);
-    const Base::UniString s(reinterpret_cast<const Base::uchar_t*>(units.data()), USize(units.size()));
-    EXPECT_TRUE(s.ToUTF8() == bytes);
+    // Lone surrogates are encoded as one U+FFFD each.
     std::u16string const lone = u"a\xD800"
                                 u"b\xDC00\xDBFF\xDFFF\xDFFF\xD800";
     std::string const replaced = "a\xEF\xBF\xBD"

@@ -1,7 +1,6 @@
 // Texts the host hands into a caller's fixed-size buffer: cut to the buffer, always terminated,
 // never writing past it and never ending in half a character.
 #include "HostAPI.hpp"
-#include "DG.hpp"
 #include "FTM.hpp"
 #include "kftest/InProcessHost.hpp"
 
@@ -55,15 +54,6 @@ TEST(FixedBuffers, FileTypeTextsKeepWhatFitsTheirFields)
         EXPECT_EQ(std::string(type.GetDescription()), description.substr(0, 127)) << length;
         EXPECT_EQ(std::string(type.GetExtension()), extension.substr(0, 31)) << length;
     }
-}
-
-TEST(FixedBuffers, AFileDialogTakesThirtyTwoFilters)
-{
-    DG::FileDialog dialog(DG::FileDialog::OpenFile);
-    for (FTM::TypeID id = 1; id <= 32; ++id)
-        EXPECT_TRUE(dialog.AddFilter(id)) << id;
-    EXPECT_FALSE(dialog.AddFilter(33));
-    EXPECT_FALSE(DG::FileDialog(DG::FileDialog::OpenFile).AddFilter(0)) << "no type";
 }
 
 } // namespace

@@ -204,9 +204,12 @@ TEST_F(Dialogs, FileDialogReportsTheChosenFileAndFilter)
     EXPECT_EQ(manager.AddType(FTM::FileType("Text", "txt", Base::FourCC("HOST"), 1, 145)), text);
 
     DG::FileDialog dialog(DG::FileDialog::OpenFile);
+    EXPECT_FALSE(dialog.AddFilter(0)) << "no type";
     EXPECT_TRUE(dialog.AddFilter(text));
     EXPECT_TRUE(dialog.AddFilter(data));
-    EXPECT_FALSE(dialog.AddFilter(0));
+    for (FTM::TypeID id = 100; id < 130; ++id)
+        EXPECT_TRUE(dialog.AddFilter(id)) << id;
+    EXPECT_FALSE(dialog.AddFilter(130)) << "thirty-two filters at the most";
     dialog.SetFolder(IO::Location(U("/tmp")));
     host.Queue("answer file \"/tmp/x.dat\" 1\n");
     ASSERT_TRUE(dialog.Invoke());

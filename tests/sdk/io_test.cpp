@@ -212,10 +212,6 @@ TEST(FileErrors, SystemErrorsMapToTheHostsFileCodes)
     EXPECT_EQ(IO::DiskFull, HostErrCode(0x81010103u));
 }
 
-} // namespace
-
-namespace {
-
 TEST_F(IOTest, MoveOverReplacesTheTargetInOneStep)
 {
     kftest::WriteFile(Dir() / "new.tmp", "new");

@@ -9,15 +9,13 @@ namespace kftest {
 
 namespace fs = std::filesystem;
 
-fs::path MakeTempFolder()
+TempFolder::TempFolder()
 {
     std::string pattern = (fs::temp_directory_path() / "kftest-XXXXXX").string();
     if (!::mkdtemp(pattern.data()))
         throw std::runtime_error("cannot create a temporary folder");
-    return pattern;
+    path_ = pattern;
 }
-
-TempFolder::TempFolder() : path_(MakeTempFolder()) {}
 
 TempFolder::~TempFolder()
 {

@@ -2,6 +2,7 @@
 
 #include "kfsdk/HostLink.hpp"
 
+#include <algorithm>
 #include <chrono>
 #include <stdexcept>
 
@@ -9,12 +10,10 @@ namespace kftest {
 
 namespace fs = std::filesystem;
 
-InProcessHost::InProcessHost(kfhost::HostConfig config) : temp_(MakeTempFolder())
+InProcessHost::InProcessHost(kfhost::HostConfig config)
 {
-    if (config.frameworkFolder.empty()) {
-        config.frameworkFolder = temp_ / "Framework";
-        ownsFramework_ = true;
-    }
+    if (config.frameworkFolder.empty())
+        config.frameworkFolder = temp_.Path() / "Framework";
     fs::create_directories(config.frameworkFolder);
     host_ = std::make_unique<kfhost::Host>(std::move(config));
     script_ = std::make_unique<kfhost::ScriptRunner>(*host_);
@@ -25,13 +24,11 @@ InProcessHost::~InProcessHost()
     Unload();
     script_.reset();
     host_.reset();
-    std::error_code ec;
-    fs::remove_all(temp_, ec);
 }
 
 fs::path InProcessHost::BundlePath(const std::string& name) const
 {
-    return temp_ / "Add-Ons" / (name + ".bundle");
+    return temp_.Path() / "Add-Ons" / (name + ".bundle");
 }
 
 void InProcessHost::AddResourceText(std::string_view text, const std::string& fileName)
@@ -41,18 +38,14 @@ void InProcessHost::AddResourceText(std::string_view text, const std::string& fi
 
 void InProcessHost::AddResourceFolder(const fs::path& folder)
 {
-    kfhost::ResourceModule loaded = kfhost::LoadResourceFolder(folder);
-    // Merge, refusing what is defined twice as the host's own loader does.
-    for (auto& [key, origin] : loaded.origins)
-        if (resources_.origins.count(key))
-            throw kfhost::ResourceError(origin, 1, 1, key + " is defined twice");
-    resources_.origins.merge(loaded.origins);
-    if (loaded.moduleID)
-        resources_.moduleID = loaded.moduleID;
-    resources_.strings.merge(loaded.strings);
-    resources_.dialogs.merge(loaded.dialogs);
-    resources_.menus.merge(loaded.menus);
-    resources_.icons.merge(loaded.icons);
+    // File by file into what is there: what is defined twice is refused as the host's own loader does.
+    std::vector<fs::path> files;
+    for (const auto& entry : fs::recursive_directory_iterator(folder))
+        if (entry.is_regular_file())
+            files.push_back(entry.path());
+    std::sort(files.begin(), files.end());
+    for (const auto& file : files)
+        kfhost::ReadResourceFile(file, resources_);
 }
 
 kfhost::AddOn& InProcessHost::Attach(const std::string& bundleName)
@@ -116,29 +109,12 @@ bool InProcessHost::Run(std::string_view lines)
     return script_->RunAll();
 }
 
-std::size_t InProcessHost::PendingLines() const
-{
-    return script_->PendingCount();
-}
-bool InProcessHost::ScriptOk() const
-{
-    return script_->Ok();
-}
-const std::vector<std::string>& InProcessHost::Failures() const
-{
-    return script_->Failures();
-}
-
 std::string InProcessHost::FailureText() const
 {
     std::string all;
     for (const auto& f : script_->Failures())
         all += f + "\n";
     return all;
-}
-void InProcessHost::RunLoop(double seconds)
-{
-    host_->Loop().RunFor(seconds);
 }
 
 bool InProcessHost::RunUntilIdle(double patience)
@@ -156,30 +132,6 @@ bool InProcessHost::RunUntil(const std::function<bool()>& pred, double patience)
         RunLoop(0.02);
     }
     return true;
-}
-kfhost::Dialog* InProcessHost::CurrentDialog()
-{
-    return host_->Dialogs().Current();
-}
-const std::vector<std::string>& InProcessHost::Transcript() const
-{
-    return host_->Log().Lines();
-}
-std::string InProcessHost::TranscriptText() const
-{
-    return host_->Log().Text();
-}
-void InProcessHost::ClearTranscript()
-{
-    host_->Log().Clear();
-}
-const std::vector<std::vector<std::string>>& InProcessHost::Launched() const
-{
-    return host_->Launched();
-}
-kfhost::FileFaults& InProcessHost::Faults()
-{
-    return host_->Faults();
 }
 
 } // namespace kftest

@@ -24,6 +24,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 
 #ifndef FAULT_NAME
 #define FAULT_NAME "Fault"
@@ -153,108 +154,95 @@ void BadPointerToHost()
     table->GetReleaseNumber(table->context, reinterpret_cast<KF_ServerInfo*>(std::uintptr_t(8)));
 }
 
-} // namespace
-
-void Do(How how)
+void LoopMasked()
 {
-    switch (how) {
-    case How::None:
-    case How::Return:
-        return;
-    case How::Null:
-        Null();
-        return;
-    case How::Abort:
-        std::abort();
-    case How::Loop:
-        Forever();
-        return;
-    case How::Recursion:
-        Deeper(0);
-        return;
-    case How::BadAlloc:
-        throw std::bad_alloc();
-    case How::RuntimeError:
-        throw std::runtime_error("the fault probe failed on purpose");
-    case How::Int:
-        throw 42;
-    case How::LoopThroughHost:
-        for (;;)
-            CallHostALot();
-    case How::LoopMasked: {
-        sigset_t all;
-        sigfillset(&all);
-        ::sigprocmask(SIG_BLOCK, &all, nullptr);
-        Forever();
-        return;
-    }
-    case How::LoopAlarmOff:
-        ::alarm(0);
-        Forever();
-        return;
-    case How::RaiseAlarm:
-        ::raise(SIGALRM);
-        return;
-    case How::JumpOutOfCallback:
-        JumpOutOfCallback();
-        return;
-    case How::BrokenPipe:
-        BrokenPipe();
-        return;
-    case How::CallAfterReturn:
-        AfterReturn(CallHostALot);
-        return;
-    case How::CrashAfterReturn:
-        AfterReturn(Null);
-        return;
-    case How::ResetHandlers:
-        ResetHandlers();
-        return;
-    case How::ResetHandlersAndNull:
-        ResetHandlers();
-        Null();
-        return;
-    case How::Exit0:
-        std::exit(0);
-    case How::UnderscoreExit7:
-        ::_exit(7);
-    case How::CallFromThread:
-        CallFromThread();
-        return;
-    case How::ChdirUmask:
-        if (::chdir("/") != 0)
-            Say("chdir failed");
-        ::umask(0777);
-        return;
-    case How::WriteInFramework:
-        WriteInFramework();
-        return;
-    case How::BadPointerToHost:
-        BadPointerToHost();
-        return;
-    case How::ModalDialog: {
-        // The timer gives a script's wait inside the dialog something to wait for.
-        const MainLoop::TimerID timer = MainLoop::AddTimer(30.0, Nothing, nullptr);
-        DGModalDialog(HostAPI_GetOwnResModule(), 32600, HostAPI_GetOwnResModule(), ClosingCallback, 0);
-        MainLoop::RemoveTimer(timer);
-        return;
-    }
-    }
+    sigset_t all;
+    sigfillset(&all);
+    ::sigprocmask(SIG_BLOCK, &all, nullptr);
+    Forever();
 }
 
-How FromName(std::string_view name)
+void ModalDialog()
 {
-    constexpr std::pair<std::string_view, How> kNames[] = {{"null", How::Null},
-                                                           {"abort", How::Abort},
-                                                           {"loop", How::Loop},
-                                                           {"recursion", How::Recursion},
-                                                           {"bad_alloc", How::BadAlloc},
-                                                           {"runtime_error", How::RuntimeError},
-                                                           {"int", How::Int}};
-    for (const auto& [n, h] : kNames)
-        if (n == name)
-            return h;
-    return How::None;
+    // The timer gives a script's wait inside the dialog something to wait for.
+    const MainLoop::TimerID timer = MainLoop::AddTimer(30.0, Nothing, nullptr);
+    DGModalDialog(HostAPI_GetOwnResModule(), 32600, HostAPI_GetOwnResModule(), ClosingCallback, 0);
+    MainLoop::RemoveTimer(timer);
+}
+
+void ChdirUmask()
+{
+    if (::chdir("/") != 0)
+        Say("chdir failed");
+    ::umask(0777);
+}
+
+// The faults by number, under the names KF_FAULT_AT gives them.
+constexpr std::pair<std::string_view, void (*)()> kFaults[] = {
+    {"none", [] {}},
+    {"null", Null},
+    {"abort", [] { std::abort(); }},
+    {"loop", Forever},
+    {"recursion", [] { Deeper(0); }},
+    {"bad_alloc", [] { throw std::bad_alloc(); }},
+    {"runtime_error", [] { throw std::runtime_error("the fault probe failed on purpose"); }},
+    {"int", [] { throw 42; }},
+    {"return", [] {}},
+    // loops calling a host entry
+    {"loop_through_host",
+     [] {
+         for (;;)
+             CallHostALot();
+     }},
+    // blocks every signal, then loops
+    {"loop_masked", LoopMasked},
+    {"loop_alarm_off",
+     [] {
+         ::alarm(0);
+         Forever();
+     }},
+    {"raise_alarm", [] { ::raise(SIGALRM); }},
+    // longjmp from a modal dialog's callback back into the menu handler
+    {"jump_out_of_callback", JumpOutOfCallback},
+    // raise(SIGPIPE), then writes into a pipe nobody reads; logs what the write answered
+    {"broken_pipe", BrokenPipe},
+    // threads that call the host, or fault, after the handler returned
+    {"call_after_return", [] { AfterReturn(CallHostALot); }},
+    {"crash_after_return", [] { AfterReturn(Null); }},
+    // puts every fatal signal back to its default (then dereferences null)
+    {"reset_handlers", ResetHandlers},
+    {"reset_handlers_and_null",
+     [] {
+         ResetHandlers();
+         Null();
+     }},
+    {"exit0", [] { std::exit(0); }},
+    {"underscore_exit7", [] { ::_exit(7); }},
+    // calls the host from another thread while the handler waits; logs the answer
+    {"call_from_thread", CallFromThread},
+    {"chdir_umask", ChdirUmask},
+    // creates a folder and a file in the framework folder; logs where and how
+    {"write_in_framework", WriteInFramework},
+    // hands the host a pointer it cannot write through
+    {"bad_pointer_to_host", BadPointerToHost},
+    // opens its modal dialog (the script decides how long it stays)
+    {"modal_dialog", ModalDialog},
+};
+
+} // namespace
+
+void Do(int fault)
+{
+    if (fault >= 0 && std::size_t(fault) < std::size(kFaults))
+        kFaults[fault].second();
+}
+
+int FromName(std::string_view name)
+{
+    for (std::size_t i = 0; i < std::size(kFaults); ++i)
+        if (kFaults[i].first == name)
+            return int(i);
+    return 0;
 }
 
 Plan& CurrentPlan()
@@ -284,19 +272,19 @@ constexpr HostFourCC kCommand = Base::FourCC("FLT ");
 void At(std::string_view entry)
 {
     if (fault::CurrentPlan().entry == entry)
-        fault::Do(fault::CurrentPlan().how);
+        fault::Do(fault::CurrentPlan().fault);
 }
 
 HostErrCode MenuHandler(const API_MenuParams* params)
 {
-    fault::Do(fault::How(params->menuItemRef.itemIndex));
+    fault::Do(params->menuItemRef.itemIndex);
     return NoError;
 }
 
 HostErrCode CommandHandler(HostHandle params, HostPtr, bool)
 {
     if (params)
-        fault::Do(fault::How(**params));
+        fault::Do(**params);
     else
         At("command");
     return NoError;

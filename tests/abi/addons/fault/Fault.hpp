@@ -6,45 +6,17 @@
 
 namespace fault {
 
-// Menu 32500 item N does How(N) (fault.res names them).
-enum class How {
-    None,
-    Null,
-    Abort,
-    Loop,
-    Recursion,
-    BadAlloc,
-    RuntimeError,
-    Int,
-    Return,
-    LoopThroughHost,      // loops calling a host entry
-    LoopMasked,           // blocks every signal, then loops
-    LoopAlarmOff,         // alarm(0), then loops
-    RaiseAlarm,           // raise(SIGALRM)
-    JumpOutOfCallback,    // longjmp from a modal dialog's callback back into the menu handler
-    BrokenPipe,           // raise(SIGPIPE), then writes into a pipe nobody reads; logs what the write answered
-    CallAfterReturn,      // a thread that calls the host after the handler returned
-    CrashAfterReturn,     // a thread that faults after the handler returned
-    ResetHandlers,        // puts every fatal signal back to its default
-    ResetHandlersAndNull, // the same, then dereferences null
-    Exit0,                // exit(0)
-    UnderscoreExit7,      // _exit(7)
-    CallFromThread,       // calls the host from another thread while the handler waits; logs the answer
-    ChdirUmask,           // chdir("/") and umask(0777)
-    WriteInFramework,     // creates a folder and a file in the framework folder; logs where and how
-    BadPointerToHost,     // hands the host a pointer it cannot write through
-    ModalDialog,          // opens its modal dialog (the script decides how long it stays)
-};
+// Does fault number `fault` of the probe's list (for the throwing kinds: throws); menu 32500 item
+// N does fault N (fault.res names them in the same order). 0, or a number off the list, does nothing.
+void Do(int fault);
+// The number of the fault of that name in the list ("bad_alloc", "loop", ...); 0 for no such name.
+int FromName(std::string_view name);
 
-// Does it (for the throwing kinds: throws).
-void Do(How how);
-How FromName(std::string_view name);
-
-// The entry point that does `how` when called (in-process tests set it; a bundle reads
-// KF_FAULT_AT="<add-on name>:<entry point>:<how>").
+// The entry point that does `fault` when called (in-process tests set it; a bundle reads
+// KF_FAULT_AT="<add-on name>:<entry point>:<fault name>").
 struct Plan {
     std::string_view entry;
-    How how = How::None;
+    int fault = 0;
 };
 Plan& CurrentPlan();
 

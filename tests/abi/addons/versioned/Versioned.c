@@ -10,19 +10,9 @@
 
 #if KF_HOST_TABLE_MAJOR == 3
 
-static KF_Err Start(const KF_HostTable* table, void** state)
-{
-    (void)table;
-    (void)state;
-    return 0;
-}
-static KF_Err Stop(void* state)
-{
-    (void)state;
-    return 0;
-}
+/* Nothing of another major may be called: a host that did would crash on the null entries. */
 EXPORT const KF_AddOnEntry KFAddOn_Entry = {
-    sizeof(KF_AddOnEntry), {KF_HOST_TABLE_MAJOR, KF_HOST_TABLE_MINOR}, Start, Stop};
+    sizeof(KF_AddOnEntry), {KF_HOST_TABLE_MAJOR, KF_HOST_TABLE_MINOR}, NULL, NULL};
 
 #else
 

@@ -7,9 +7,6 @@
 
 namespace kftest {
 
-// A new empty folder under the system's temporary folder; the caller removes it.
-std::filesystem::path MakeTempFolder();
-
 // A fresh temporary folder, removed when the object goes.
 class TempFolder {
 public:

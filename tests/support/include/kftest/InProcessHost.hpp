@@ -41,7 +41,7 @@ public:
     kfhost::Host& Host() { return *host_; }
     kfhost::ScriptRunner& Script() { return *script_; }
     // Scratch folder of this host, removed at the end; the framework folder is inside it unless given.
-    const std::filesystem::path& TempDir() const { return temp_; }
+    const std::filesystem::path& TempDir() const { return temp_.Path(); }
     const std::filesystem::path& FrameworkFolder() const { return host_->Config().frameworkFolder; }
     // Where the add-on believes it lives: TempDir()/Add-Ons/<name>.bundle (created).
     std::filesystem::path BundlePath(const std::string& name = "Test") const;
@@ -50,7 +50,6 @@ public:
     // Throws kfhost::ResourceError on malformed text.
     void AddResourceText(std::string_view text, const std::string& fileName = "test.res");
     void AddResourceFolder(const std::filesystem::path& folder);
-    kfhost::ResourceModule& Resources() { return resources_; }
 
     // ---- bringing the add-on in ----
     // Installs the table in this program's sdk without calling any entry point.
@@ -69,12 +68,12 @@ public:
     void Queue(std::string_view lines);
     // Runs lines now, as kfhost --script does; answers whether none of them failed.
     bool Run(std::string_view lines);
-    std::size_t PendingLines() const;
-    bool ScriptOk() const;
-    const std::vector<std::string>& Failures() const;
+    std::size_t PendingLines() const { return script_->PendingCount(); }
+    bool ScriptOk() const { return script_->Ok(); }
+    const std::vector<std::string>& Failures() const { return script_->Failures(); }
     std::string FailureText() const; // one failure a line
     // Runs the loop for up to seconds; it returns earlier once nothing waits in it.
-    void RunLoop(double seconds);
+    void RunLoop(double seconds) { host_->Loop().RunFor(seconds); }
     // Runs the loop until nothing waits in it (no timer, no watch): whatever was started has ended.
     // Whether that happened within patience.
     bool RunUntilIdle(double patience = kPatienceSeconds);
@@ -82,16 +81,15 @@ public:
     bool RunUntil(const std::function<bool()>& pred, double patience = kPatienceSeconds);
 
     // ---- reading what happened ----
-    kfhost::Dialog* CurrentDialog();
-    const std::vector<std::string>& Transcript() const;
-    std::string TranscriptText() const;
-    void ClearTranscript();
-    const std::vector<std::vector<std::string>>& Launched() const;
-    kfhost::FileFaults& Faults();
+    kfhost::Dialog* CurrentDialog() { return host_->Dialogs().Current(); }
+    const std::vector<std::string>& Transcript() const { return host_->Log().Lines(); }
+    std::string TranscriptText() const { return host_->Log().Text(); }
+    void ClearTranscript() { host_->Log().Clear(); }
+    const std::vector<std::vector<std::string>>& Launched() const { return host_->Launched(); }
+    kfhost::FileFaults& Faults() { return host_->Faults(); }
 
 private:
-    std::filesystem::path temp_;
-    bool ownsFramework_ = false;
+    TempFolder temp_; // declared first so that it goes last, once the host has let go of it
     std::unique_ptr<kfhost::Host> host_;
     std::unique_ptr<kfhost::ScriptRunner> script_;
     kfhost::ResourceModule resources_;
