@@ -27,9 +27,9 @@ TEST_F(LaunchTest, ADocumentIsOpenedByItsExactPath)
 {
     fs::path const doc = files_.Path() / "it's \"$(touch pwned)\"; rm -rf x.txt";
     kftest::WriteFile(doc, "text");
-    EXPECT_TRUE(KF_General::LaunchDocByPath(K(doc.string())));
+    EXPECT_TRUE(KF_General::LaunchDocByPath(S(doc.string())));
     EXPECT_EQ(Last(), (Argv{"xdg-open", doc.string()}));
-    EXPECT_TRUE(KF_General::LaunchDocByLoc(KF_Location(K(doc.string()))));
+    EXPECT_TRUE(KF_General::LaunchDocByLoc(KF_Location(S(doc.string()))));
     EXPECT_EQ(Last(), (Argv{"xdg-open", doc.string()}));
     EXPECT_EQ(Host().Launched().size(), 2u);
 }
@@ -38,7 +38,7 @@ TEST_F(LaunchTest, ColonsInThePathBecomeSlashes)
 {
     fs::path const doc = files_.Path() / "Plans:Level 1.txt";
     kftest::WriteFile(doc, "text");
-    EXPECT_TRUE(KF_General::LaunchDocByPath(K(doc.string())));
+    EXPECT_TRUE(KF_General::LaunchDocByPath(S(doc.string())));
     EXPECT_EQ(Last(), (Argv{"xdg-open", (files_.Path() / "Plans" / "Level 1.txt").string()}));
 }
 
@@ -47,13 +47,13 @@ TEST_F(LaunchTest, NothingThatIsNotThereIsLaunched)
     fs::path const folder = files_.Path() / "Folder";
     fs::create_directories(folder);
     kftest::WriteFile(folder / "file.txt", "text");
-    EXPECT_FALSE(KF_General::LaunchDocByPath(K((folder / "missing.txt").string())));
-    EXPECT_FALSE(KF_General::LaunchDocByLoc(KF_Location(K((folder / "missing.txt").string()))));
-    KF_Location file(K((folder / "file.txt").string()));
+    EXPECT_FALSE(KF_General::LaunchDocByPath(S((folder / "missing.txt").string())));
+    EXPECT_FALSE(KF_General::LaunchDocByLoc(KF_Location(S((folder / "missing.txt").string()))));
+    KF_Location file(S((folder / "file.txt").string()));
     EXPECT_FALSE(KF_General::OpenFolderByLoc(file));
     EXPECT_TRUE(Host().Launched().empty());
 
-    KF_Location shown(K(folder.string() + "/"));
+    KF_Location shown(S(folder.string() + "/"));
     EXPECT_TRUE(KF_General::OpenFolderByLoc(shown));
     EXPECT_EQ(Last(), (Argv{"xdg-open", folder.string()}));
 }
@@ -61,16 +61,16 @@ TEST_F(LaunchTest, NothingThatIsNotThereIsLaunched)
 TEST_F(LaunchTest, AWebAddressIsCutAt255Bytes)
 {
     std::string const address = "https://www.orvella.example/update_plugins/updates.htm?acver=17&lang=int";
-    EXPECT_TRUE(KF_General::LaunchURLByPath(K(address)));
+    EXPECT_TRUE(KF_General::LaunchURLByPath(S(address)));
     EXPECT_EQ(Last(), (Argv{"xdg-open", address}));
     for (std::size_t const length : {254u, 255u, 256u, 300u}) {
         std::string const longAddress = "https://x.example/" + std::string(length - 18, 'q');
-        EXPECT_TRUE(KF_General::LaunchURLByPath(K(longAddress)));
+        EXPECT_TRUE(KF_General::LaunchURLByPath(S(longAddress)));
         EXPECT_EQ(Last(), (Argv{"xdg-open", longAddress.substr(0, 255)})) << length;
     }
     EXPECT_FALSE(KF_General::LaunchURLByPath(KF_String()));
     // Never an option of the opener.
-    EXPECT_TRUE(KF_General::LaunchURLByPath(K("--manual")));
+    EXPECT_TRUE(KF_General::LaunchURLByPath(S("--manual")));
     EXPECT_EQ(Last(), (Argv{"xdg-open", "./--manual"}));
 }
 
@@ -98,7 +98,7 @@ TEST(LaunchForReal, TheOpenerGetsThePathAsOneArgument)
         host.AddResourceText(kStrings);
         host.Attach("Test");
         kftest::ScopedCurrentPath const inFiles(files.Path());
-        EXPECT_TRUE(KF_General::LaunchDocByPath(K(doc.string())));
+        EXPECT_TRUE(KF_General::LaunchDocByPath(S(doc.string())));
         EXPECT_TRUE(kftest::WaitUntil([&] { return fs::exists(record); }));
     }
     EXPECT_EQ(kftest::ReadFile(record), doc.string() + "\n");
