@@ -67,17 +67,6 @@ TEST_F(HostedStores, SetReplacesTheFirstOrAppendsOnlyWithCreate)
     EXPECT_FALSE(KF_AddonSettings_Get(kOwn, -1L, nullptr, nullptr));
 }
 
-TEST_F(HostedStores, MalformedFileKeepsEntriesBeforeTheFaultAndStaysUnloaded)
-{
-    WritePlain(OwnFile(), "$a: 1\n$b: 2\nbroken\n$c: 3\n");
-    EXPECT_FALSE(KF_AddonSettings_Load(kOwn, true));
-    EXPECT_EQ(KF_AddonSettings_GetCount(kOwn), 1);
-    EXPECT_FALSE(KF_AddonSettings_Get(kOwn, S("a"), nullptr, true)); // tries again, fails again
-    EXPECT_EQ(KF_AddonSettings_GetCount(kOwn), 1);
-    ASSERT_TRUE(KF_AddonSettings_Save(kOwn));
-    EXPECT_EQ(ReadPlain(OwnFile()), "$a: 1\n");
-}
-
 TEST_F(HostedStores, FailedReplacementLeavesThePreviousFileByteIdentical)
 {
     WritePlain(OwnFile(), "$k: old\n$other: 1\n");
@@ -91,12 +80,4 @@ TEST_F(HostedStores, FailedReplacementLeavesThePreviousFileByteIdentical)
     EXPECT_EQ(std::distance(fs::directory_iterator(host.FrameworkFolder()), {}), 1);
     EXPECT_TRUE(KF_AddonSettings_Save(kOwn));
     EXPECT_EQ(ReadPlain(OwnFile()), "$k: new\n$other: 1\n");
-}
-
-TEST_F(HostedStores, UnreadableFileIsAReadErrorNotAnEmptyStore)
-{
-    WritePlain(OwnFile(), "$k: v\n");
-    host.Faults().Fail(kfhost::FileOp::Read, "*", IO::Error);
-    EXPECT_FALSE(KF_AddonSettings_Load(kOwn, true));
-    EXPECT_EQ(Utf8(KF_AddonSettings_Get(kOwn, S("k"), true)), "v");
 }
