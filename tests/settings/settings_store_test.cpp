@@ -1,4 +1,5 @@
-// The two settings stores against real files in a hosted framework folder.
+// The two settings stores against real files in a hosted framework folder, and a store read and
+// rewritten by a fresh host in either application encoding.
 #include "SettingsTestSupport.hpp"
 
 namespace fs = std::filesystem;
@@ -80,4 +81,49 @@ TEST_F(HostedStores, FailedReplacementLeavesThePreviousFileByteIdentical)
     EXPECT_EQ(std::distance(fs::directory_iterator(host.FrameworkFolder()), {}), 1);
     EXPECT_TRUE(KF_AddonSettings_Save(kOwn));
     EXPECT_EQ(ReadPlain(OwnFile()), "$k: new\n$other: 1\n");
+}
+
+// What one host saved, a fresh host (as a new run of the application would) reads entry for entry
+// and rewrites byte for byte, in both application encodings.
+TEST(SettingsRoundTrip, AFreshHostReadsAndRewritesTheStoreUnchanged)
+{
+    const SettingsEntries entries{
+        {"Language_str", "fra"},      {"lines", "one\ntwo\r\nthree\rfour"}, {"empty", ""},
+        {"accents", "Ünïcødé àéîõü"}, {"spaces", "  both ends  "},          {"symbols", "$#:#$ 100%"}};
+    for (const std::int32_t encoding : {KF_TEXTENC_UTF8, KF_TEXTENC_MACROMAN}) {
+        SCOPED_TRACE(encoding);
+        kftest::TempFolder folder;
+        std::unique_ptr<kftest::InProcessHost> host;
+        const auto fresh = [&] {
+            host.reset();
+            kfhost::HostConfig config;
+            config.frameworkFolder = folder.Path();
+            config.textEncoding = encoding;
+            host = std::make_unique<kftest::InProcessHost>(config);
+            host->Attach();
+            kf::detail::KF_AddonSettings_Forget(kOwn);
+        };
+        fresh();
+        for (const auto& [name, value] : entries)
+            KF_AddonSettings_Set(kOwn, S(name), S(value), true);
+        ASSERT_TRUE(KF_AddonSettings_Save(kOwn));
+        std::string const written = kftest::ReadFile(folder.Path() / "TestAddOn.cfg");
+
+        fresh();
+        ASSERT_TRUE(KF_AddonSettings_Load(kOwn, false));
+        KF_AddonSettings_SetLong(kOwn, S("RoundTrip"), KF_AddonSettings_GetCount(kOwn), true);
+        ASSERT_TRUE(KF_AddonSettings_Save(kOwn));
+        EXPECT_EQ(kftest::ReadFile(folder.Path() / "TestAddOn.cfg"), written + Scrambled("$RoundTrip: 6\n"));
+
+        fresh();
+        ASSERT_TRUE(KF_AddonSettings_Load(kOwn, true));
+        ASSERT_EQ(KF_AddonSettings_GetCount(kOwn), long(entries.size() + 1));
+        for (std::size_t i = 0; i < entries.size(); ++i) {
+            KF_String name;
+            KF_String value;
+            ASSERT_TRUE(KF_AddonSettings_Get(kOwn, long(i), &name, &value));
+            EXPECT_EQ(std::make_pair(Utf8(name), Utf8(value)), entries[i]);
+        }
+        kf::detail::KF_AddonSettings_Forget(kOwn);
+    }
 }
