@@ -48,12 +48,6 @@ TEST(SettingsFormat, WriterPutsAHashAfterEveryLineBreakAndScramblesEveryByte)
     EXPECT_EQ(Build({}), "");
 }
 
-TEST(SettingsFormat, WrittenEntriesReadBackInOrderWithDuplicates)
-{
-    const Entries entries{{"k", "a\nb"}, {"crlf", "x\r\ny"}, {"cr", "p\rq"}, {"e", ""}, {"d", "1"}, {"d", "2"}};
-    EXPECT_EQ(Parse(Build(entries)), std::make_pair(true, entries));
-}
-
 TEST(SettingsFormat, ReaderQuirksAreKept)
 {
     // The byte after ":" is skipped unseen.
