@@ -1,11 +1,8 @@
-// Opening documents, folders and web addresses: what is handed to the desktop's opener, and that
-// no shell ever reads it.
+// Opening documents, folders and web addresses: what is handed to the desktop's opener, as one
+// argument each; that the host starts it without a shell is the sdk's launch test.
 #include "LibsFixture.hpp"
 
 #include "KF/KF_General.hpp"
-#include "kftest/Scoped.hpp"
-
-#include <cstdlib>
 
 using namespace kftest;
 
@@ -72,37 +69,6 @@ TEST_F(LaunchTest, AWebAddressIsCutAt255Bytes)
     // Never an option of the opener.
     EXPECT_TRUE(KF_General::LaunchURLByPath(S("--manual")));
     EXPECT_EQ(Last(), (Argv{"xdg-open", "./--manual"}));
-}
-
-// With launching on, the opener really runs: a stand-in opener on PATH writes down the
-// arguments it got; a shell that read the path would have created the file "pwned".
-TEST(LaunchForReal, TheOpenerGetsThePathAsOneArgument)
-{
-    gKF_Language = KF_Language_Int;
-    kftest::TempFolder files;
-    fs::path const bin = files.Path() / "bin";
-    fs::path const record = files.Path() / "argv.txt";
-    kftest::WriteFile(bin / "xdg-open", "#!/bin/sh\nfor a in \"$@\"; do printf '%s\\n' \"$a\"; done > \"" +
-                                            record.string() + ".tmp\"\nmv \"" + record.string() + ".tmp\" \"" +
-                                            record.string() + "\"\n");
-    fs::permissions(bin / "xdg-open", fs::perms::owner_all);
-    std::string const path = std::getenv("PATH") ? std::getenv("PATH") : "";
-    kftest::ScopedEnv const opener("PATH", bin.string() + ":" + path);
-
-    fs::path const doc = files.Path() / "a'b; touch pwned '.txt";
-    kftest::WriteFile(doc, "text");
-    {
-        kfhost::HostConfig config;
-        config.launch = true;
-        kftest::InProcessHost host(config);
-        host.AddResourceText(kStrings);
-        host.Attach("Test");
-        kftest::ScopedCurrentPath const inFiles(files.Path());
-        EXPECT_TRUE(KF_General::LaunchDocByPath(S(doc.string())));
-        EXPECT_TRUE(kftest::WaitUntil([&] { return fs::exists(record); }));
-    }
-    EXPECT_EQ(kftest::ReadFile(record), doc.string() + "\n");
-    EXPECT_FALSE(fs::exists(files.Path() / "pwned"));
 }
 
 } // namespace

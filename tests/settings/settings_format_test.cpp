@@ -48,6 +48,24 @@ TEST(SettingsFormat, WriterPutsAHashAfterEveryLineBreakAndScramblesEveryByte)
     EXPECT_EQ(Build({}), "");
 }
 
+// Values set by code read back as set, or as close as the format allows, and leave their
+// neighbours intact.
+TEST(SettingsFormat, ValuesReadBackAsSetOrAsCloseAsTheFormatAllows)
+{
+    for (const auto& [value, readBack] : {std::pair{"a\n\nb", "a\n\nb"},
+                                          {"a\r\n\r\nb", "a\r\n\r\nb"},
+                                          {"p\rq", "p\rq"},
+                                          {"x\n", "x"},
+                                          {"x\r", "x"},
+                                          {"x\r\n", "x\r\n"},
+                                          {"\n\n", "\n\n"},
+                                          {"\n", ""}}) {
+        EXPECT_EQ(Parse(Build({{"k", value}, {"next", "1"}})),
+                  std::make_pair(true, Entries{{"k", readBack}, {"next", "1"}}))
+            << value;
+    }
+}
+
 TEST(SettingsFormat, ReaderQuirksAreKept)
 {
     // The byte after ":" is skipped unseen.
