@@ -1,6 +1,7 @@
 // A bundle's resource folder as the host scans it: text resources and PNG icons in folders, made
-// from the input. Anything that is not a resource is refused with ResourceError, and an icon that
-// is accepted has a size every backend can show.
+// from the input. Anything that is not a resource is refused with ResourceError at a sane position,
+// a dialog's items are numbered without gaps, and an icon that is accepted has a size every backend
+// can show.
 #include "kfhost/Resources.hpp"
 
 #include <unistd.h>
@@ -58,13 +59,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     try {
         kfhost::ResourceModule const module = kfhost::LoadResourceFolder(folder);
+        for (const auto& [id, dialog] : module.dialogs)
+            for (std::size_t i = 0; i < dialog.items.size(); ++i)
+                Check(dialog.items[i].number == std::int16_t(i + 1));
         for (const auto& [id, icon] : module.icons) {
             Check(id >= 1 && icon.resID == id);
             Check(icon.width >= 1 && icon.width <= kfhost::kMaxIconSide);
             Check(icon.height >= 1 && icon.height <= kfhost::kMaxIconSide);
         }
     } catch (const kfhost::ResourceError& error) {
-        Check(!error.File().empty() && error.Line() >= 1);
+        Check(!error.File().empty() && error.Line() >= 1 && error.Column() >= 1);
+        Check(std::size_t(error.Line()) <= size + 1);
     }
     return 0;
 }

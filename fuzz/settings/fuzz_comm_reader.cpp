@@ -6,19 +6,13 @@
 
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 namespace {
 
-struct Count {
-    int entries = 0;
-    bool lastSaysTrue = false;
-};
-
-void CountEntries(std::string_view, std::string_view value, void* context)
+void CollectValue(std::string_view, std::string_view value, void* context)
 {
-    auto& count = *static_cast<Count*>(context);
-    ++count.entries;
-    count.lastSaysTrue = value == "TRUE";
+    static_cast<std::vector<std::string>*>(context)->emplace_back(value);
 }
 
 } // namespace
@@ -33,9 +27,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     std::string plain(bytes.get(), size);
     kf::detail::KF_Settings_SwapHalves(plain.data(), plain.size());
-    Count count;
-    const bool complete = kf::detail::KF_Settings_ParsePlain(plain.data(), plain.size(), CountEntries, &count);
-    if (loaded != (complete && count.entries == 1 && count.lastSaysTrue)) {
+    std::vector<std::string> values;
+    const bool complete = kf::detail::KF_Settings_ParsePlain(plain.data(), plain.size(), CollectValue, &values);
+    if (loaded != (complete && values.size() == 1 && values[0] == "TRUE")) {
         std::abort();
     }
     return 0;

@@ -1,10 +1,11 @@
-// An in-process host with the framework attached as the add-on "Test", libraries built on disk,
-// and a count of live heap blocks to catch host locations that are never deleted.
+// An in-process host with the framework attached as the add-on "Test", and libraries built on disk.
+// Host locations the framework forgets to delete are left to the asan build's leak check.
 #pragma once
 
 #include "KF/KF_Language.hpp"
 #include "KF/KF_String.hpp"
 #include "kftest/InProcessHost.hpp"
+#include "kftest/Text.hpp"
 
 #include <gtest/gtest.h>
 
@@ -17,16 +18,6 @@
 namespace kftest {
 
 namespace fs = std::filesystem;
-
-// Heap blocks allocated and not yet freed by this program (operator new / delete).
-long LiveBlocks();
-
-inline KF_String K(const std::string& utf8)
-{
-    return KF_String(utf8.c_str(), KF_String::Enc_UTF8);
-}
-std::string U8(const KF_String& text);
-std::string U8(const unsigned short* units); // zero-ended UTF-16
 
 // Framework strings 13 (folder prompt), 64 (alert button) and 85 (part not found), in English.
 inline constexpr char kStrings[] = "strings 32711\n"

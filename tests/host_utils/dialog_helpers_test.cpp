@@ -6,24 +6,16 @@
 
 #include <gtest/gtest.h>
 
-#include <deque>
-
 using namespace kftest;
 
 namespace {
 
-std::u16string U(const char* text)
-{
-    Base::UniString const uni = Base::UniString::FromUTF8(text);
-    return std::u16string(reinterpret_cast<const char16_t*>(uni.ToUStr()), uni.GetLength());
-}
-
-// Keeps every request; file dialogs are answered from a queue (empty: cancel).
+// Keeps every request; the n-th file dialog takes the n-th answer, if there is one (else: cancel).
 class RecordingBackend final : public kfhost::DialogBackend {
 public:
     std::vector<kfhost::AlertRequest> alerts;
     std::vector<kfhost::FileRequest> files;
-    std::deque<kfhost::FileAnswer> answers;
+    std::vector<kfhost::FileAnswer> answers;
 
     void Shown(kfhost::Dialog&) override {}
     void RunModal(kfhost::Dialog&) override {}
@@ -36,12 +28,7 @@ public:
     std::optional<kfhost::FileAnswer> ChooseFile(const kfhost::FileRequest& request) override
     {
         files.push_back(request);
-        if (answers.empty()) {
-            return std::nullopt;
-        }
-        kfhost::FileAnswer answer = answers.front();
-        answers.pop_front();
-        return answer;
+        return answers.size() >= files.size() ? std::optional(answers[files.size() - 1]) : std::nullopt;
     }
     std::optional<std::u16string> ChooseFolder(const kfhost::FolderRequest&) override { return std::nullopt; }
 };
@@ -79,7 +66,7 @@ TEST_F(DialogHelpers, AlertShowsTheTextsWithTheLocalizedButtonOnly)
     const auto& first = backend->alerts[0].texts;
     EXPECT_EQ(backend->alerts[0].type, -1);
     EXPECT_EQ(std::vector<std::u16string>(first, first + 6),
-              (std::vector<std::u16string>{u"", U("Le fichier manque."), U("détail"), U("D'accord"), u"", u""}));
+              (std::vector<std::u16string>{u"", u"Le fichier manque.", u"détail", u"D'accord", u"", u""}));
     const auto& second = backend->alerts[1].texts;
     EXPECT_EQ(std::vector<std::u16string>(second, second + 6),
               (std::vector<std::u16string>{u"", u"", u"", u"OK", u"", u""}));
@@ -92,7 +79,7 @@ TEST_F(DialogHelpers, OpenFileFiltersInListOrderAndAnswersTheChoice)
         types.AddData(id, -1);
     }
     const KF_Location start(S("/start/here"));
-    backend->answers.push_back(kfhost::FileAnswer{U("/chosen/plan ü.part"), 2});
+    backend->answers.push_back(kfhost::FileAnswer{u"/chosen/plan ü.part", 2});
     KF_Location chosen;
     long filter = -1;
     ASSERT_TRUE(KF_Dialog::OpenFile(chosen, &start, S("Choose a plan"), &types, &filter));
@@ -115,7 +102,7 @@ TEST_F(DialogHelpers, OpenFileFiltersInListOrderAndAnswersTheChoice)
 TEST_F(DialogHelpers, OneTypeDescribedOnTheSpotIsRegisteredOnceAndIsTheOnlyFilter)
 {
     for (int i = 0; i < 2; ++i) {
-        backend->answers.push_back(kfhost::FileAnswer{U("/lib/part.part"), 0});
+        backend->answers.push_back(kfhost::FileAnswer{u"/lib/part.part", 0});
         KF_Location chosen;
         ASSERT_TRUE(KF_Dialog::OpenFile(chosen, "Library part", "part", 0x4C49424Cl, S("Pick"), nullptr));
         EXPECT_EQ(Utf8(chosen.path), "/lib/part.part");

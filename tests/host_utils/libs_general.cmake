@@ -1,6 +1,5 @@
 # Library parts, libraries and the general host utilities, through the in-process host.
 add_executable(test_libs_general
-  LibsSupport.cpp
   libs_parts_test.cpp
   libs_libraries_test.cpp
   libs_catalog_test.cpp

@@ -1,5 +1,5 @@
 // Finding library parts by file, name and index: the name rules, missing definitions and who
-// deletes the host's locations.
+// deletes the host's locations (a location nobody deletes fails the asan build's leak check).
 #include "LibsFixture.hpp"
 
 #include "KF/KF_LibPart.hpp"
@@ -26,7 +26,7 @@ protected:
     // The name the host answered for a search through LibPart.
     static std::string Found(bool ok, API_LibPart& part)
     {
-        std::string const name = ok ? U8(part.docu_UName) : "<none>";
+        std::string const name = ok ? Utf8(part.docu_UName) : "<none>";
         delete part.location;
         return name;
     }
@@ -36,75 +36,53 @@ protected:
 TEST_F(PartsTest, NamesComeFromTheLastSlashAndTheLastDot)
 {
     API_LibPart part;
-    EXPECT_EQ(Found(KF_LibPart::LibPart(KF_Location(K("/L/Wall Lamp.part")), API_LampID, part), part), "Wall Lamp");
-    EXPECT_EQ(Found(KF_LibPart::LibPart(KF_Location(K("Lamp.part")), API_LampID, part), part), "Lamp");
+    EXPECT_EQ(Found(KF_LibPart::LibPart(KF_Location(S("/L/Wall Lamp.part")), API_LampID, part), part), "Wall Lamp");
+    EXPECT_EQ(Found(KF_LibPart::LibPart(KF_Location(S("Lamp.part")), API_LampID, part), part), "Lamp");
     // A "." in a folder name leaves the empty name, which is searched as such: no part "Lamp".
-    EXPECT_EQ(Found(KF_LibPart::LibPart(KF_Location(K("/L/Set 1.0/Lamp")), API_LampID, part), part), "<none>");
-    EXPECT_EQ(Found(KF_LibPart::LibPart(K("Lamp.part"), API_LampID, part), part), "Lamp");
-    EXPECT_EQ(Found(KF_LibPart::LibPart(K("a.b.c"), API_ObjectID, part), part), "a.b");
-    EXPECT_EQ(Found(KF_LibPart::LibPart(K("a.b.c.part"), API_ObjectID, part), part), "a.b.c");
-    EXPECT_EQ(Found(KF_LibPart::LibPart(K("Desk"), API_ObjectID, part), part), "Desk");
+    EXPECT_EQ(Found(KF_LibPart::LibPart(KF_Location(S("/L/Set 1.0/Lamp")), API_LampID, part), part), "<none>");
+    EXPECT_EQ(Found(KF_LibPart::LibPart(S("Lamp.part"), API_LampID, part), part), "Lamp");
+    EXPECT_EQ(Found(KF_LibPart::LibPart(S("a.b.c"), API_ObjectID, part), part), "a.b");
+    EXPECT_EQ(Found(KF_LibPart::LibPart(S("a.b.c.part"), API_ObjectID, part), part), "a.b.c");
+    EXPECT_EQ(Found(KF_LibPart::LibPart(S("Desk"), API_ObjectID, part), part), "Desk");
 }
 
 TEST_F(PartsTest, AMissingDefinitionAnswersMinus7003AndKeepsNoLocation)
 {
     API_LibPart part;
-    EXPECT_EQ(KF_LibPart::Search(K("Ghost Chair"), API_ObjectID, part), -7003);
+    EXPECT_EQ(KF_LibPart::Search(S("Ghost Chair"), API_ObjectID, part), -7003);
     EXPECT_EQ(part.location, nullptr);
     const long ghost = part.index;
     ASSERT_GT(ghost, 0);
     EXPECT_FALSE(KF_LibPart::LibPart(ghost, part));
     EXPECT_EQ(part.location, nullptr);
-    EXPECT_EQ(KF_LibPart::Index(K("Ghost Chair"), API_ObjectID), -1);
+    EXPECT_EQ(KF_LibPart::Index(S("Ghost Chair"), API_ObjectID), -1);
 
-    KF_Location out(K("/unchanged"));
+    KF_Location out(S("/unchanged"));
     EXPECT_FALSE(KF_LibPart::Location(ghost, out));
-    EXPECT_FALSE(KF_LibPart::Location(KF_Location(K("/x/Ghost Chair.part")), API_ObjectID, out));
+    EXPECT_FALSE(KF_LibPart::Location(KF_Location(S("/x/Ghost Chair.part")), API_ObjectID, out));
     EXPECT_FALSE(KF_LibPart::Location(long(99999), out));
-    EXPECT_EQ(U8(out.path), "/unchanged");
+    EXPECT_EQ(Utf8(out.path), "/unchanged");
 }
 
 TEST_F(PartsTest, LocationsNameThePartFiles)
 {
     KF_Location out;
-    ASSERT_TRUE(KF_LibPart::Location(KF_Location(K("/elsewhere/Desk.txt")), API_ObjectID, out));
-    EXPECT_EQ(U8(out.path), (library_ / "sub" / "Desk").string());
-    const long lamp = KF_LibPart::Index(K("wall LAMP"), API_LampID);
-    EXPECT_EQ(KF_LibPart::Index(K("Wall Lamp"), LibPartKind_Door), -1);
-    EXPECT_EQ(KF_LibPart::Index(K("Wall Lamp"), API_ZombieLibID), lamp);
+    ASSERT_TRUE(KF_LibPart::Location(KF_Location(S("/elsewhere/Desk.txt")), API_ObjectID, out));
+    EXPECT_EQ(Utf8(out.path), (library_ / "sub" / "Desk").string());
+    const long lamp = KF_LibPart::Index(S("wall LAMP"), API_LampID);
+    EXPECT_EQ(KF_LibPart::Index(S("Wall Lamp"), LibPartKind_Door), -1);
+    EXPECT_EQ(KF_LibPart::Index(S("Wall Lamp"), API_ZombieLibID), lamp);
     ASSERT_TRUE(KF_LibPart::Location(lamp, out));
-    EXPECT_EQ(U8(out.path), (library_ / "Wall Lamp.part").string());
+    EXPECT_EQ(Utf8(out.path), (library_ / "Wall Lamp.part").string());
     API_LibPart part;
     ASSERT_TRUE(KF_LibPart::LibPart(lamp, part));
-    EXPECT_EQ(U8(part.docu_UName), "Wall Lamp");
+    EXPECT_EQ(Utf8(part.docu_UName), "Wall Lamp");
     EXPECT_EQ(part.typeID, API_LampID);
     delete part.location;
-}
-
-TEST_F(PartsTest, HostLocationsAreDeletedExceptWhereTheCallerOwnsThem)
-{
-    // Warm up: the host builds its index on first use.
-    ASSERT_GT(KF_LibPart::Index(K("Desk"), API_ObjectID), 0);
-    const long lamp = KF_LibPart::Index(K("Wall Lamp"), API_LampID);
-    API_LibPart part;
-    const long before = LiveBlocks();
-    {
-        KF_LibPart::Index(K("Desk"), API_ObjectID);
-        KF_LibPart::Index(K("Ghost Chair"), API_ObjectID);
-        KF_LibPart::Index(K("nothing at all"), API_ObjectID);
-        KF_LibPart::Search(K("Ghost Chair"), API_ObjectID, part);
-        KF_LibPart::LibPart(part.index, part);
-        KF_Location out;
-        KF_LibPart::Location(lamp, out);
-        KF_LibPart::Location(KF_Location(K("/x/Desk")), API_ObjectID, out);
-    }
-    EXPECT_EQ(LiveBlocks(), before);
-
-    ASSERT_EQ(KF_LibPart::Search(K("Desk"), API_ObjectID, part), NoError);
+    // A found part's location is the caller's: deleted here, a second delete in the framework shows.
+    ASSERT_EQ(KF_LibPart::Search(S("Desk"), API_ObjectID, part), NoError);
     ASSERT_NE(part.location, nullptr);
-    EXPECT_GT(LiveBlocks(), before) << "the found part's location is the caller's";
     delete part.location;
-    EXPECT_EQ(LiveBlocks(), before);
 }
 
 } // namespace

@@ -100,6 +100,13 @@ TEST_F(Language, StoredChoiceIsReadByRule)
     }
     EXPECT_TRUE(KF_Language_Exists());
     EXPECT_EQ(ReadPlain(SharedFile()), "$Language: -2\n"); // reading never rewrites it
+    // Another add-on changes the choice: seen only when the store is read again.
+    EXPECT_EQ(ReadWith("$Language_str: ita\n"), KF_Language_Ita);
+    WritePlain(SharedFile(), "$Language_str: ger\n");
+    EXPECT_TRUE(KF_Language_Read(false));
+    EXPECT_EQ(gKF_Language, KF_Language_Ita);
+    EXPECT_TRUE(KF_Language_Read(true));
+    EXPECT_EQ(gKF_Language, KF_Language_Ger);
 }
 
 TEST_F(Language, UnsupportedExtraLanguageIsKeptInTheStoreButNotUsed)
@@ -111,16 +118,6 @@ TEST_F(Language, UnsupportedExtraLanguageIsKeptInTheStoreButNotUsed)
     KF_Language_Write();
     EXPECT_EQ(gKF_Language, KF_Language_Int);
     EXPECT_EQ(ReadPlain(SharedFile()), "$Language_str: jap\n");
-}
-
-TEST_F(Language, ReloadReadsTheSharedStoreAgain)
-{
-    EXPECT_EQ(ReadWith("$Language_str: ita\n"), KF_Language_Ita);
-    WritePlain(SharedFile(), "$Language_str: ger\n"); // another add-on changed the choice
-    EXPECT_TRUE(KF_Language_Read(false));
-    EXPECT_EQ(gKF_Language, KF_Language_Ita);
-    EXPECT_TRUE(KF_Language_Read(true));
-    EXPECT_EQ(gKF_Language, KF_Language_Ger);
 }
 
 TEST_F(Language, StringsFallBackToInternationalThenToAMarker)
@@ -157,36 +154,20 @@ click 2)"));
     EXPECT_EQ(gKF_Language, KF_Language_Fra);
 }
 
-TEST_F(Language, CancelOrCloseAfterBrowsingRestoresAndWritesNothing)
+TEST_F(Language, CancelOrCloseRestoresAndAcceptWritesOnlyAChangedLanguage)
 {
-    ReadWith("$Language_str: ita\n$tail: unterminated"); // any save would drop the last line
+    ReadWith("$Language_str: ger\n$tail: unterminated"); // any save would drop the last line
     std::string const before = kftest::ReadFile(SharedFile());
     EXPECT_FALSE(Dialog("select 3 3\nselect 3 6\nclick 2"));
-    EXPECT_EQ(gKF_Language, KF_Language_Ita);
-    EXPECT_FALSE(Dialog("select 3 4\nclose"));
-    EXPECT_EQ(gKF_Language, KF_Language_Ita);
-    EXPECT_EQ(kftest::ReadFile(SharedFile()), before);
-}
-
-TEST_F(Language, AcceptWritesOnlyAChangedLanguage)
-{
-    ReadWith("$Language_str: ger\n$tail: unterminated");
-    std::string const before = kftest::ReadFile(SharedFile());
+    EXPECT_EQ(gKF_Language, KF_Language_Ger);
+    EXPECT_FALSE(Dialog("select 3 2\nclose"));
+    EXPECT_EQ(gKF_Language, KF_Language_Ger);
     EXPECT_TRUE(Dialog("select 3 2\nselect 3 4\nclick 1"));
     EXPECT_EQ(kftest::ReadFile(SharedFile()), before);
 
     EXPECT_TRUE(Dialog("select 3 5\nclick 1"));
     EXPECT_EQ(gKF_Language, KF_Language_Spa);
     EXPECT_EQ(ReadPlain(SharedFile()), "$Language_str: spa\n");
-}
-
-TEST_F(Language, ShownLanguagesLimitTheRowsAndAcceptUsesTheRowTable)
-{
-    std::strcpy(sett_ADDON_SHOWED_LANGUAGES, "FRA ger");
-    gKF_Language = KF_Language_Ita;
-    EXPECT_TRUE(Dialog("expect rows 3 2\nselect 3 2\nclick 1"));
-    EXPECT_EQ(ReadPlain(SharedFile()), "$Language_str: ger\n");
-    EXPECT_EQ(gKF_Language, KF_Language_Ger);
 }
 
 TEST_F(Language, TheFirstAndTheLastRowAreLanguagesLikeTheOthers)
@@ -208,8 +189,10 @@ TEST_F(Language, TheFirstAndTheLastRowAreLanguagesLikeTheOthers)
         EXPECT_EQ(gKF_Language, c.language) << c.stored;
         EXPECT_EQ(ReadPlain(SharedFile()), std::string("$Language_str: ") + c.written + "\n");
     }
-    // Only the first and the last language shown: the second row is the last language.
-    std::strcpy(sett_ADDON_SHOWED_LANGUAGES, "ita rus");
+    // The languages shown (in any case) limit the rows: the second row is then the last language.
+    std::strcpy(sett_ADDON_SHOWED_LANGUAGES, "FRA rus");
+    gKF_Language = KF_Language_Ita;
     EXPECT_TRUE(Dialog("expect rows 3 2\nselect 3 2\nclick 1"));
     EXPECT_EQ(ReadPlain(SharedFile()), "$Language_str: rus\n");
+    EXPECT_EQ(gKF_Language, KF_Language_Rus);
 }

@@ -1,34 +1,11 @@
-// The two settings stores against real files in a hosted framework folder.
+// The two settings stores against real files in a hosted framework folder, and a store read and
+// rewritten by a fresh host in either application encoding.
 #include "SettingsTestSupport.hpp"
 
 namespace fs = std::filesystem;
 using namespace kftest;
 
-namespace {
-
 constexpr auto kOwn = KF_AddonSettings_ThisAddon;
-constexpr auto kShared = KF_AddonSettings_AllAddons;
-
-std::string Value(KF_AddonSettings_Type type, const char* name)
-{
-    return Utf8(KF_AddonSettings_Get(type, S(name), false));
-}
-
-} // namespace
-
-TEST_F(HostedStores, EachStoreSavesItsOwnScrambledFile)
-{
-    KF_AddonSettings_Set(kShared, S("Language_str"), S("fra"), true);
-    KF_AddonSettings_Set(kOwn, S("k"), S("a\nb"), true);
-    KF_AddonSettings_SetLong(kOwn, S("n"), -42, true);
-    KF_AddonSettings_SetDouble(kOwn, S("d"), 1.5, true);
-    ASSERT_TRUE(KF_AddonSettings_Save(kShared));
-    ASSERT_TRUE(KF_AddonSettings_Save(kOwn));
-    EXPECT_EQ(ReadPlain(SharedFile()), "$Language_str: fra\n");
-    EXPECT_EQ(ReadPlain(OwnFile()), "$k: a\n#b\n$n: -42\n$d: 1.5\n");
-    EXPECT_EQ(KF_AddonSettings_GetLong(kOwn, S("n"), false), -42);
-    EXPECT_DOUBLE_EQ(KF_AddonSettings_GetDouble(kOwn, S("d"), false), 1.5);
-}
 
 TEST_F(HostedStores, GetWithLoadReadsOnceUntilAnExplicitReload)
 {
@@ -37,9 +14,9 @@ TEST_F(HostedStores, GetWithLoadReadsOnceUntilAnExplicitReload)
     WritePlain(OwnFile(), "$k: two\n");
     EXPECT_EQ(Utf8(KF_AddonSettings_Get(kOwn, S("k"), true)), "one");
     EXPECT_TRUE(KF_AddonSettings_Load(kOwn, true));
-    EXPECT_EQ(Value(kOwn, "k"), "one");
+    EXPECT_EQ(Utf8(KF_AddonSettings_Get(kOwn, S("k"), false)), "one");
     EXPECT_TRUE(KF_AddonSettings_Load(kOwn, false));
-    EXPECT_EQ(Value(kOwn, "k"), "two");
+    EXPECT_EQ(Utf8(KF_AddonSettings_Get(kOwn, S("k"), false)), "two");
 }
 
 TEST_F(HostedStores, MissingFileLoadsEmptyAndASetBeforeAnyLoadIsLost)
@@ -67,17 +44,6 @@ TEST_F(HostedStores, SetReplacesTheFirstOrAppendsOnlyWithCreate)
     EXPECT_FALSE(KF_AddonSettings_Get(kOwn, -1L, nullptr, nullptr));
 }
 
-TEST_F(HostedStores, MalformedFileKeepsEntriesBeforeTheFaultAndStaysUnloaded)
-{
-    WritePlain(OwnFile(), "$a: 1\n$b: 2\nbroken\n$c: 3\n");
-    EXPECT_FALSE(KF_AddonSettings_Load(kOwn, true));
-    EXPECT_EQ(KF_AddonSettings_GetCount(kOwn), 1);
-    EXPECT_FALSE(KF_AddonSettings_Get(kOwn, S("a"), nullptr, true)); // tries again, fails again
-    EXPECT_EQ(KF_AddonSettings_GetCount(kOwn), 1);
-    ASSERT_TRUE(KF_AddonSettings_Save(kOwn));
-    EXPECT_EQ(ReadPlain(OwnFile()), "$a: 1\n");
-}
-
 TEST_F(HostedStores, FailedReplacementLeavesThePreviousFileByteIdentical)
 {
     WritePlain(OwnFile(), "$k: old\n$other: 1\n");
@@ -93,10 +59,56 @@ TEST_F(HostedStores, FailedReplacementLeavesThePreviousFileByteIdentical)
     EXPECT_EQ(ReadPlain(OwnFile()), "$k: new\n$other: 1\n");
 }
 
-TEST_F(HostedStores, UnreadableFileIsAReadErrorNotAnEmptyStore)
+// What one host saved, a fresh host (as a new run of the application would) reads entry for entry
+// and rewrites byte for byte, in both application encodings; numbers are stored as their text.
+TEST(SettingsRoundTrip, AFreshHostReadsAndRewritesTheStoreUnchanged)
 {
-    WritePlain(OwnFile(), "$k: v\n");
-    host.Faults().Fail(kfhost::FileOp::Read, "*", IO::Error);
-    EXPECT_FALSE(KF_AddonSettings_Load(kOwn, true));
-    EXPECT_EQ(Utf8(KF_AddonSettings_Get(kOwn, S("k"), true)), "v");
+    const SettingsEntries entries{{"Language_str", "fra"},
+                                  {"lines", "one\ntwo\r\nthree\rfour"},
+                                  {"empty", ""},
+                                  {"accents", "Ünïcødé àéîõü"},
+                                  {"spaces", "  both ends  "},
+                                  {"symbols", "$#:#$ 100%"},
+                                  {"n", "-42"},
+                                  {"d", "1.5"}};
+    for (const std::int32_t encoding : {KF_TEXTENC_UTF8, KF_TEXTENC_MACROMAN}) {
+        SCOPED_TRACE(encoding);
+        kftest::TempFolder folder;
+        std::unique_ptr<kftest::InProcessHost> host;
+        const auto fresh = [&] {
+            host.reset();
+            kfhost::HostConfig config;
+            config.frameworkFolder = folder.Path();
+            config.textEncoding = encoding;
+            host = std::make_unique<kftest::InProcessHost>(config);
+            host->Attach();
+            kf::detail::KF_AddonSettings_Forget(kOwn);
+        };
+        fresh();
+        for (std::size_t i = 0; i + 2 < entries.size(); ++i)
+            KF_AddonSettings_Set(kOwn, S(entries[i].first), S(entries[i].second), true);
+        KF_AddonSettings_SetLong(kOwn, S("n"), -42, true);
+        KF_AddonSettings_SetDouble(kOwn, S("d"), 1.5, true);
+        ASSERT_TRUE(KF_AddonSettings_Save(kOwn));
+        std::string const written = kftest::ReadFile(folder.Path() / "TestAddOn.cfg");
+
+        fresh();
+        ASSERT_TRUE(KF_AddonSettings_Load(kOwn, false));
+        KF_AddonSettings_SetLong(kOwn, S("RoundTrip"), KF_AddonSettings_GetCount(kOwn), true);
+        ASSERT_TRUE(KF_AddonSettings_Save(kOwn));
+        EXPECT_EQ(kftest::ReadFile(folder.Path() / "TestAddOn.cfg"), written + Scrambled("$RoundTrip: 8\n"));
+
+        fresh();
+        ASSERT_TRUE(KF_AddonSettings_Load(kOwn, true));
+        ASSERT_EQ(KF_AddonSettings_GetCount(kOwn), long(entries.size() + 1));
+        for (std::size_t i = 0; i < entries.size(); ++i) {
+            KF_String name;
+            KF_String value;
+            ASSERT_TRUE(KF_AddonSettings_Get(kOwn, long(i), &name, &value));
+            EXPECT_EQ(std::make_pair(Utf8(name), Utf8(value)), entries[i]);
+        }
+        EXPECT_EQ(KF_AddonSettings_GetLong(kOwn, S("n"), false), -42);
+        EXPECT_DOUBLE_EQ(KF_AddonSettings_GetDouble(kOwn, S("d"), false), 1.5);
+        kf::detail::KF_AddonSettings_Forget(kOwn);
+    }
 }

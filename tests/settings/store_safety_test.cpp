@@ -1,9 +1,8 @@
-// The stores against a hostile framework folder: special files, planted symlinks and folders,
-// files the reader refuses, bytes that are no text, and two processes saving at once.
+// The stores against a hostile framework folder: special files and planted symlinks, files the
+// reader refuses, bytes that are no text, and writers killed in the middle of a save.
 #include "SettingsTestSupport.hpp"
 
 #include "KF/KF_Language.hpp"
-#include "kftest/Processes.hpp"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -46,30 +45,26 @@ bool EndsPromptly(const std::function<void()>& call, const fs::path& fifo)
     return watcher.get();
 }
 
-std::string Plain(const fs::path& file)
-{
-    return Scrambled(kftest::ReadFile(file));
-}
-
 } // namespace
 
 // A FIFO or a device at the store's name is unreadable, not an empty store: the load fails at once,
-// and the first save keeps it aside before the store becomes a file of its own.
+// and the first save keeps it aside before the store becomes a file of its own. A symlink there is
+// kept aside the same way and never written through.
 TEST_F(HostedStores, SpecialFilesAreUnreadableKeptAsideAndNeverWritten)
 {
     fs::path const fifo = host.TempDir() / "planted.fifo";
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-    enum Kind { kFifo, kLinkToFifo, kLinkToDevice, kDevice };
-    for (Kind kind : {kFifo, kLinkToFifo, kLinkToDevice, kDevice}) {
+    fs::path const victim = host.TempDir() / "victim.txt";
+    kftest::WriteFile(victim, "mine");
+    enum Kind { kFifo, kLinkToFifo, kLinkToDevice, kLinkToFile, kDevice };
+    for (Kind kind : {kFifo, kLinkToFifo, kLinkToDevice, kLinkToFile, kDevice}) {
         Forget();
         fs::remove(SharedFile());
         fs::remove(SharedFile().string() + ".unreadable");
         if (kind == kFifo)
             ASSERT_EQ(::mkfifo(SharedFile().c_str(), 0600), 0);
-        else if (kind == kLinkToFifo)
-            fs::create_symlink(fifo, SharedFile());
-        else if (kind == kLinkToDevice)
-            fs::create_symlink("/dev/null", SharedFile());
+        else if (kind != kDevice)
+            fs::create_symlink(kind == kLinkToFifo ? fifo : kind == kLinkToFile ? victim : "/dev/null", SharedFile());
         else if (::mknod(SharedFile().c_str(), S_IFCHR | 0600, ::makedev(1, 3)) != 0)
             continue; // making a device needs privileges
         const fs::file_type type = fs::symlink_status(SharedFile()).type();
@@ -81,9 +76,10 @@ TEST_F(HostedStores, SpecialFilesAreUnreadableKeptAsideAndNeverWritten)
             EndsPromptly([&] { saved = KF_AddonSettings_LoadSetSave(kShared, S("k"), S("v"), true); }, SharedFile()));
         EXPECT_TRUE(saved) << kind;
         EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(SharedFile()))) << kind;
-        EXPECT_EQ(Plain(SharedFile()), "$k: v\n") << kind;
+        EXPECT_EQ(ReadPlain(SharedFile()), "$k: v\n") << kind;
         EXPECT_EQ(fs::symlink_status(SharedFile().string() + ".unreadable").type(), type) << kind << ": kept aside";
         EXPECT_TRUE(fs::is_fifo(fs::status(fifo)));
+        EXPECT_EQ(kftest::ReadFile(victim), "mine");
     }
     // An empty file is an empty store, and nothing is kept aside.
     Forget();
@@ -97,34 +93,24 @@ TEST_F(HostedStores, SpecialFilesAreUnreadableKeptAsideAndNeverWritten)
 // A store that the reader refuses is kept aside, byte for byte, before the first save replaces it.
 TEST_F(HostedStores, AStoreThatFailsToLoadIsKeptBesideTheNewOne)
 {
-    struct Case {
-        const char* what;
-        std::string bytes;
-    };
-    std::string big = Scrambled("$Keep: precious\n");
-    big.resize(10u << 20, 'x');
-    const Case cases[] = {
-        {"too large", big},
-        {"one malformed line", Scrambled("$Keep: precious\n$no colon\n")},
-        {"garbage", std::string("\x00\x01\xff garbage", 12)},
-    };
-    for (const Case& c : cases) {
-        Forget();
-        fs::remove(SharedFile().string() + ".unreadable");
-        kftest::WriteFile(SharedFile(), c.bytes);
-        EXPECT_FALSE(KF_Language_Read(true)) << c.what;
-        gKF_Language = 3;
-        KF_Language_Write();
-        EXPECT_EQ(Plain(SharedFile()), c.what == std::string("one malformed line")
-                                           ? "$Keep: precious\n$Language_str: ger\n"
-                                           : "$Language_str: ger\n")
-            << c.what;
-        EXPECT_EQ(kftest::ReadFile(SharedFile().string() + ".unreadable"), c.bytes) << c.what;
-    }
-    // A read refused by the system counts the same.
+    // A file too large or no text at all: the store fuzz target's seeds. Here one malformed line,
+    // whose entries before it stay in the store.
+    std::string const malformed = Scrambled("$Keep: precious\n$no colon\n");
+    kftest::WriteFile(SharedFile(), malformed);
+    EXPECT_FALSE(KF_Language_Read(true));
+    gKF_Language = 3;
+    KF_Language_Write();
+    EXPECT_EQ(ReadPlain(SharedFile()), "$Keep: precious\n$Language_str: ger\n");
+    EXPECT_EQ(kftest::ReadFile(SharedFile().string() + ".unreadable"), malformed);
+    // A read refused by the system counts the same: a read error, not an empty store, tried again
+    // by the next Get with load.
     Forget();
     std::string const before = Scrambled("$Keep: precious\n");
     kftest::WriteFile(SharedFile(), before);
+    host.Faults().Fail(kfhost::FileOp::Read, "*Quadrelle.cfg", IO::AccessDenied);
+    EXPECT_FALSE(KF_AddonSettings_Load(kShared, true));
+    EXPECT_EQ(Utf8(KF_AddonSettings_Get(kShared, S("Keep"), true)), "precious");
+    Forget();
     host.Faults().Fail(kfhost::FileOp::Read, "*Quadrelle.cfg", IO::AccessDenied);
     EXPECT_TRUE(KF_AddonSettings_LoadSetSave(kShared, S("Language_str"), S("ger"), true));
     EXPECT_EQ(kftest::ReadFile(SharedFile().string() + ".unreadable"), before);
@@ -132,7 +118,7 @@ TEST_F(HostedStores, AStoreThatFailsToLoadIsKeptBesideTheNewOne)
 }
 
 // Whatever bytes a store holds, entries nobody edited come back byte-identical through a load and
-// a save; entries the format cannot hold exactly leave their neighbours intact.
+// a save.
 TEST_F(HostedStores, EveryByteSurvivesALoadAndASave)
 {
     for (const std::string& plain :
@@ -143,86 +129,8 @@ TEST_F(HostedStores, EveryByteSurvivesALoadAndASave)
         WritePlain(SharedFile(), plain);
         ASSERT_TRUE(KF_AddonSettings_Load(kShared, false));
         ASSERT_TRUE(KF_AddonSettings_Save(kShared));
-        EXPECT_EQ(Plain(SharedFile()), plain);
+        EXPECT_EQ(ReadPlain(SharedFile()), plain);
     }
-    // Values set by code: read back as set, or as close as the format allows.
-    struct Case {
-        const char* value;
-        const char* readBack;
-    };
-    const Case cases[] = {{"a\n\nb", "a\n\nb"},
-                          {"a\r\n\r\nb", "a\r\n\r\nb"},
-                          {"x\n", "x"},
-                          {"x\r", "x"},
-                          {"x\r\n", "x\r\n"},
-                          {"\n\n", "\n\n"},
-                          {"\n", ""}};
-    for (const Case& c : cases) {
-        Forget();
-        ASSERT_TRUE(KF_AddonSettings_Load(kShared, false));
-        KF_AddonSettings_Clear(kShared);
-        KF_AddonSettings_Set(kShared, S("k"), S(c.value), true);
-        KF_AddonSettings_Set(kShared, S("next"), S("1"), true);
-        ASSERT_TRUE(KF_AddonSettings_Save(kShared));
-        Forget();
-        ASSERT_TRUE(KF_AddonSettings_Load(kShared, false)) << c.value;
-        EXPECT_EQ(Utf8(KF_AddonSettings_Get(kShared, S("k"), false)), c.readBack);
-        EXPECT_EQ(Utf8(KF_AddonSettings_Get(kShared, S("next"), false)), "1");
-    }
-}
-
-TEST_F(HostedStores, PlantedEntriesBesideTheStoreAreNeitherFollowedNorRemoved)
-{
-    fs::path const victim = host.TempDir() / "victim.txt";
-    kftest::WriteFile(victim, "mine");
-    fs::path const planted = SharedFile().string() + ".kftmp";
-    // A folder with the old temporary name, a symlink there, and a symlink as the store itself.
-    fs::create_directories(planted / "sub");
-    kftest::WriteFile(planted / "sub" / "important.dwg", "drawing");
-    EXPECT_TRUE(KF_AddonSettings_LoadSetSave(kShared, S("Language_str"), S("ger"), true));
-    EXPECT_EQ(kftest::ReadFile(planted / "sub" / "important.dwg"), "drawing");
-    fs::remove_all(planted);
-
-    fs::create_symlink(victim, planted);
-    EXPECT_TRUE(KF_AddonSettings_LoadSetSave(kShared, S("Language_str"), S("fra"), true));
-    fs::remove(SharedFile());
-    fs::create_symlink(victim, SharedFile());
-    Forget();
-    EXPECT_TRUE(KF_AddonSettings_LoadSetSave(kShared, S("Language_str"), S("ita"), true));
-    EXPECT_EQ(kftest::ReadFile(victim), "mine");
-    EXPECT_EQ(Plain(SharedFile()), "$Language_str: ita\n");
-    EXPECT_TRUE(fs::is_symlink(planted)) << "only what the save created is removed";
-    // Nothing of the saves is left behind.
-    std::size_t entries = 0;
-    for (const auto& entry : fs::directory_iterator(host.FrameworkFolder()))
-        entries += entry.path().filename().string().find("kftmp") != std::string::npos ? 1 : 0;
-    EXPECT_EQ(entries, 1u);
-}
-
-// Two processes save the same store while a third reads it: every save succeeds, every read finds
-// a whole file, and nothing is left beside the store.
-TEST_F(HostedStores, TwoWritersAndAReaderNeverMeetAHalfFile)
-{
-    ASSERT_TRUE(KF_AddonSettings_LoadSetSave(kShared, S("who"), S("start"), true));
-    int reads = 0;
-    int bad = 0;
-    EXPECT_TRUE(kftest::WhileProcessesWrite(
-        2, 1500,
-        [](int w, int i) {
-            return KF_AddonSettings_LoadSetSave(kShared, S("who"),
-                                                S((w == 0 ? "first " : "second ") + std::to_string(i)), true);
-        },
-        [&] {
-            std::string const plain = Plain(SharedFile());
-            ++reads;
-            bad += plain.rfind("$who: ", 0) == 0 && plain.back() == '\n' ? 0 : 1;
-        }));
-    EXPECT_GT(reads, 100);
-    EXPECT_EQ(bad, 0) << "of " << reads << " reads";
-    std::size_t leftovers = 0;
-    for (const auto& entry : fs::directory_iterator(host.FrameworkFolder()))
-        leftovers += entry.path().filename().string().find("kftmp") != std::string::npos ? 1 : 0;
-    EXPECT_EQ(leftovers, 0u);
 }
 
 // kill -9 at random moments of a writer's saves: the store is whole after every kill, and the next
@@ -259,7 +167,7 @@ TEST_F(HostedStores, KilledWritersLeaveAWholeStoreAndTheNextSaveTidiesUp)
             std::this_thread::sleep_for(std::chrono::microseconds(2000 + random() % 20000));
         ::kill(writer, SIGKILL);
         ::waitpid(writer, nullptr, 0);
-        std::string const plain = Plain(SharedFile());
+        std::string const plain = ReadPlain(SharedFile());
         EXPECT_TRUE(plain.rfind("$who: ", 0) == 0 && plain.back() == '\n') << "after kill " << k;
         // The next writer (the next child) tidies up what this one left.
         killsThatLeftAFile += temporaries() > 0 ? 1 : 0;
@@ -270,5 +178,5 @@ TEST_F(HostedStores, KilledWritersLeaveAWholeStoreAndTheNextSaveTidiesUp)
     Forget();
     ASSERT_TRUE(KF_AddonSettings_LoadSetSave(kShared, S("who"), S("after"), true));
     EXPECT_EQ(temporaries(), 0u) << left << " were left by " << kills + 1 << " kills";
-    EXPECT_EQ(Plain(SharedFile()), "$who: after\n");
+    EXPECT_EQ(ReadPlain(SharedFile()), "$who: after\n");
 }
