@@ -5,10 +5,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <chrono>
-#include <cstdlib>
-#include <cstring>
-#include <fstream>
+#include <stdexcept>
 
 namespace kftest {
 
@@ -115,15 +112,12 @@ void RawServer::ResetOnClose(int client)
     ::setsockopt(client, SOL_SOCKET, SO_LINGER, &abort, sizeof abort);
 }
 
-std::unique_ptr<RawServer> ResettingServer(std::size_t announced, std::size_t sent)
+std::size_t EntriesFor(const std::filesystem::path& target)
 {
-    return std::make_unique<RawServer>([announced, sent](int client, const std::string&) {
-        RawServer::Send(client, "HTTP/1.1 200 OK\r\nContent-Type: application/octet-stream\r\nContent-Length: " +
-                                    std::to_string(announced) + "\r\n\r\n");
-        RawServer::Send(client, std::string(sent, 'r'));
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        RawServer::ResetOnClose(client);
-    });
+    std::size_t count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(target.parent_path()))
+        count += entry.path().filename().string().rfind(target.filename().string(), 0) == 0 ? 1 : 0;
+    return count;
 }
 
 std::unique_ptr<kfupd::UpdateServer> StartLoopbackServer(const std::filesystem::path& root)
@@ -137,23 +131,14 @@ std::unique_ptr<kfupd::UpdateServer> StartLoopbackServer(const std::filesystem::
     return server;
 }
 
-namespace {
-
-kfhost::HostConfig ConfigWithLimit(double seconds)
+DownloadTest::DownloadTest(double limitSeconds) : server_(StartLoopbackServer(served_.Path()))
 {
     kfhost::HostConfig config;
-    if (seconds > 0)
-        config.downloadLimit = seconds;
-    return config;
-}
-
-} // namespace
-
-DownloadTest::DownloadTest(double limitSeconds)
-    : host_(std::make_unique<kftest::InProcessHost>(ConfigWithLimit(limitSeconds)))
-{
+    config.updateServer = server_->BaseUrl();
+    if (limitSeconds > 0)
+        config.downloadLimit = limitSeconds;
+    host_ = std::make_unique<kftest::InProcessHost>(config);
     host_->Attach();
-    server_ = StartLoopbackServer(served_.Path());
 }
 
 DownloadTest::~DownloadTest()

@@ -68,8 +68,9 @@ private:
     std::vector<std::string> lines_;
 };
 
-// A server that answers with a length header, sends part of the body and resets the connection.
-std::unique_ptr<RawServer> ResettingServer(std::size_t announced, std::size_t sent);
+// The entries of target's folder whose names begin with target's: the target and what was made
+// beside it.
+std::size_t EntriesFor(const std::filesystem::path& target);
 
 // The loopback update server with its test routes, serving root; throws when it cannot start.
 std::unique_ptr<kfupd::UpdateServer> StartLoopbackServer(const std::filesystem::path& root);
@@ -77,7 +78,8 @@ std::unique_ptr<kfupd::UpdateServer> StartLoopbackServer(const std::filesystem::
 class DownloadTest : public ::testing::Test {
 protected:
     // limitSeconds: the host's "download-limit"; 0: the product's (60 s). Only a test that waits
-    // the limit out sets it short: a short limit would fail downloads on a slow machine.
+    // the limit out sets it short: a short limit would fail downloads on a slow machine. The host
+    // names the loopback server as its update server.
     explicit DownloadTest(double limitSeconds = 0);
     ~DownloadTest() override;
 

@@ -67,14 +67,3 @@ TEST_F(DownloadEnds, AFailedWriteOrCloseEndsTheDownloadAsFailed)
         leftovers += entry.path().extension() == ".kftmp" ? 1 : 0;
     EXPECT_EQ(leftovers, 0u);
 }
-
-TEST_F(DownloadEnds, OnlyAnAnswerOfOneAtTheOpeningCancels)
-{
-    ServedFile("go.txt", "went on");
-    for (const int answer : {2, -1}) {
-        Recorder& r = NewRecorder(answer);
-        ASSERT_TRUE(Fetch(Url("/go.txt"), r, "go" + std::to_string(answer) + ".txt")) << answer;
-        EXPECT_EQ(r.Story(), "Opened Data Done") << answer;
-        EXPECT_EQ(kftest::ReadFile(r.target), "went on") << answer;
-    }
-}
