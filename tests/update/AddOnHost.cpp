@@ -14,6 +14,13 @@ std::string ToUtf8(const std::u16string& text)
     return utf8.bytes != nullptr ? std::string(utf8.bytes) : std::string();
 }
 
+std::string With(std::string text, const std::string& what, const std::string& by)
+{
+    for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + by.size()))
+        text.replace(at, what.size(), by);
+    return text;
+}
+
 AddOnHost::AddOnHost()
     : server_(StartLoopbackServer(served_.Path())), resources_(kfhost::LoadResourceFolder(KF_UPDATE_EXAMPLE_RESOURCES))
 {}
@@ -30,10 +37,9 @@ void AddOnHost::Load(const std::string& updateServer)
 {
     kfhost::HostConfig config;
     config.updateServer = updateServer.empty() ? server_->BaseUrl() : updateServer;
-    if (downloadLimit_ > 0)
-        config.downloadLimit = downloadLimit_;
     // Settings written before the load sit in the folder the host will use.
     config.frameworkFolder = framework_.Path();
+    host_.reset();
     host_ = std::make_unique<kftest::InProcessHost>(config);
     // A bundle stays mapped after its unload (the C++ runtime's unique symbols pin it), so each
     // test loads a copy of its own: its statics start fresh.

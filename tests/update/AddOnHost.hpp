@@ -18,6 +18,8 @@
 namespace kftest {
 
 std::string ToUtf8(const std::u16string& text);
+// text with every what replaced by by.
+std::string With(std::string text, const std::string& what, const std::string& by);
 
 // The example's framework strings by index in a language (1: international).
 std::string ExampleText(const kfhost::ResourceModule& resources, int index, int language = 1);
@@ -54,14 +56,7 @@ protected:
     bool NoAlert();
 
     static std::string LastCheckKey() { return "LastUpdateCheck_170"; }
-    static std::string DaysAgo(double days)
-    {
-        return std::to_string(static_cast<long>(std::time(nullptr)) - static_cast<long>(days * 86400.0));
-    }
 
-    // The host's download limit in seconds for the next Load; 0: the product's own. Only a test
-    // that waits the limit out sets it short: a short limit would fail downloads on a slow machine.
-    double downloadLimit_ = 0;
     kftest::TempFolder served_;
     kftest::TempFolder framework_;
     std::unique_ptr<kfupd::UpdateServer> server_;

@@ -131,13 +131,16 @@ std::unique_ptr<kfupd::UpdateServer> StartLoopbackServer(const std::filesystem::
     return server;
 }
 
-DownloadTest::DownloadTest(double limitSeconds) : server_(StartLoopbackServer(served_.Path()))
+DownloadTest::DownloadTest(double limitSeconds, const std::filesystem::path& resourceFolder)
+    : server_(StartLoopbackServer(served_.Path()))
 {
     kfhost::HostConfig config;
     config.updateServer = server_->BaseUrl();
     if (limitSeconds > 0)
         config.downloadLimit = limitSeconds;
     host_ = std::make_unique<kftest::InProcessHost>(config);
+    if (!resourceFolder.empty())
+        host_->AddResourceFolder(resourceFolder);
     host_->Attach();
 }
 

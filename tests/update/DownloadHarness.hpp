@@ -79,8 +79,8 @@ class DownloadTest : public ::testing::Test {
 protected:
     // limitSeconds: the host's "download-limit"; 0: the product's (60 s). Only a test that waits
     // the limit out sets it short: a short limit would fail downloads on a slow machine. The host
-    // names the loopback server as its update server.
-    explicit DownloadTest(double limitSeconds = 0);
+    // names the loopback server as its update server and has the resources of resourceFolder.
+    explicit DownloadTest(double limitSeconds = 0, const std::filesystem::path& resourceFolder = {});
     ~DownloadTest() override;
 
     std::filesystem::path ServedFile(const std::string& relative, const std::string& content);
