@@ -3,6 +3,7 @@
 #pragma once
 
 #include "KF/KF_General.hpp"
+#include "RawServer.hpp"
 #include "UpdateServer.hpp"
 #include "kftest/InProcessHost.hpp"
 #include "kftest/Scoped.hpp"
@@ -13,10 +14,7 @@
 #include <functional>
 #include <list>
 #include <memory>
-#include <mutex>
 #include <string>
-#include <string_view>
-#include <thread>
 #include <vector>
 
 namespace kftest {
@@ -38,34 +36,6 @@ struct Recorder {
     // The messages alone, Data runs collapsed to one entry: "Opened Data Done".
     std::string Story() const;
     long Count(KF_URL_Message message) const;
-};
-
-// A loopback server that speaks raw bytes, for answers no proper server gives (resets, lying
-// lengths, broken chunks) and for a proxy. Each connection's request head is recorded, then answer
-// writes what it likes to the socket, which is closed after it.
-class RawServer {
-public:
-    using Answer = std::function<void(int client, const std::string& head)>;
-    explicit RawServer(Answer answer);
-    ~RawServer();
-    RawServer(const RawServer&) = delete;
-    RawServer& operator=(const RawServer&) = delete;
-
-    int Port() const { return port_; }
-    std::string Url(const std::string& path) const { return "http://127.0.0.1:" + std::to_string(port_) + path; }
-    // First lines of the requests received, in order.
-    std::vector<std::string> RequestLines() const;
-
-    // Helpers for answers: every byte or until the peer goes; a close that is a reset.
-    static void Send(int client, std::string_view bytes);
-    static void ResetOnClose(int client);
-
-private:
-    int listener_ = -1;
-    int port_ = 0;
-    std::thread thread_;
-    mutable std::mutex mutex_;
-    std::vector<std::string> lines_;
 };
 
 // The entries of target's folder whose names begin with target's: the target and what was made

@@ -2,10 +2,7 @@
 // that grow when decoded. Whatever ends a download early, nothing is left on disk.
 #include "DownloadHarness.hpp"
 
-#include <httplib.h>
 #include <zlib.h>
-
-#include <thread>
 
 using namespace kftest;
 
@@ -36,22 +33,6 @@ std::string GzipOfZeros(std::size_t size)
 
 class BoundedDownload : public DownloadTest {
 protected:
-    BoundedDownload()
-    {
-        // Zero bytes, gzip-compressed: the decoded size is what counts.
-        gzip_.Get(R"(/zeros/(\d+))", [](const httplib::Request& request, httplib::Response& response) {
-            response.set_header("Content-Encoding", "gzip");
-            response.set_content(GzipOfZeros(std::stoull(request.matches[1])), "text/plain");
-        });
-        gzipPort_ = gzip_.bind_to_any_port("127.0.0.1");
-        serving_ = std::thread([this] { gzip_.listen_after_bind(); });
-    }
-    ~BoundedDownload() override
-    {
-        gzip_.stop();
-        serving_.join();
-    }
-
     bool FetchBounded(const std::string& url, Recorder& r, unsigned long long maxBytes)
     {
         r.target = Target();
@@ -65,14 +46,14 @@ protected:
         return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(Target().parent_path()),
                                                       std::filesystem::directory_iterator{}));
     }
-    std::string Gzip(std::size_t size) const
-    {
-        return "http://127.0.0.1:" + std::to_string(gzipPort_) + "/zeros/" + std::to_string(size);
-    }
+    std::string Gzip(std::size_t size) const { return gzip_.Url("/" + std::to_string(size)); }
 
-    httplib::Server gzip_;
-    int gzipPort_ = 0;
-    std::thread serving_;
+    // Zero bytes, gzip-compressed, as many as the path says: the decoded size is what counts.
+    RawServer gzip_{[](int client, const std::string& head) {
+        std::string const body = GzipOfZeros(std::stoull(head.substr(head.find('/') + 1)));
+        RawServer::Send(client, "HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\nContent-Length: " +
+                                    std::to_string(body.size()) + "\r\n\r\n" + body);
+    }};
 };
 
 } // namespace
