@@ -10,8 +10,8 @@
 namespace kftest {
 
 // A loopback server that speaks raw bytes, for answers no proper server gives (resets, lying
-// lengths, broken chunks), for a proxy and for the HTTP fuzz target. Each connection's request head is recorded, then answer
-// writes what it likes to the socket, which is closed after it.
+// lengths, broken chunks), for a proxy and for the HTTP fuzz target. Each connection's request head is recorded, then
+// answer writes what it likes to the socket, which is closed after it.
 class RawServer {
 public:
     using Answer = std::function<void(int client, const std::string& head)>;

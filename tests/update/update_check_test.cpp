@@ -2,14 +2,18 @@
 // loopback server, its results dialog, alerts and settings.
 #include "AddOnHost.hpp"
 #include "DownloadHarness.hpp"
-#include "SmallDisk.hpp"
 
 #include "kfsdk/HostTable.h"
 #include "kftest/Scoped.hpp"
 
+#include <fcntl.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 
 using namespace kftest;
 
@@ -203,14 +207,24 @@ TEST_F(UpdateCheckFailure, EveryFailureEndsInTheOneAlert)
     }
 }
 
+// A real 64 KiB file system over the framework folder, filled up: a tmpfs, where the machine lets
+// the test mount one.
 TEST_F(UpdateCheckFailure, AFullFileSystemIsAFailure)
 {
-    SmallDisk disk(framework_.Path(), 64 * 1024);
-    if (!disk.Mounted())
-        GTEST_SKIP() << disk.Why();
+    if (::mount("kftest", framework_.Path().c_str(), "tmpfs", MS_NOSUID | MS_NODEV, "size=65536,mode=0700") != 0)
+        GTEST_SKIP() << "cannot mount a tmpfs here: " << std::strerror(errno);
+    // Detached, so that a file still open never keeps the mount.
+    std::shared_ptr<void> const unmount(nullptr, [&](void*) { ::umount2(framework_.Path().c_str(), MNT_DETACH); });
     ServeVersions(kNewer);
     ASSERT_NO_FATAL_FAILURE(Load());
-    ASSERT_GT(disk.Fill(), 0u);
+    const int fd = ::open((framework_.Path() / "filler.bin").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    ASSERT_GE(fd, 0);
+    std::string const block(4096, 'f');
+    for (std::size_t size = block.size(); size > 0; size /= 2)
+        while (::write(fd, block.data(), size) > 0)
+            continue;
+    ::close(fd);
+    ASSERT_GT(std::filesystem::file_size(framework_.Path() / "filler.bin"), 0u);
     Menu(kCheckNow);
     ExpectOneAlert();
     EXPECT_EQ(ShownResults(), nullptr);
