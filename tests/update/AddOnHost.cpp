@@ -78,18 +78,12 @@ bool AddOnHost::MenuChecked(short item)
            (menu->items[static_cast<std::size_t>(item - 1)].flags & 2u) != 0;
 }
 
-kfhost::Dialog* AddOnHost::OpenResults()
+kfhost::Dialog* AddOnHost::OpenResults(bool shownOnly)
 {
     for (kfhost::Dialog* dialog : host_->Host().Dialogs().OpenDialogs())
-        if (dialog->resID == 32755)
+        if (dialog->resID == 32755 && (dialog->visible || !shownOnly))
             return dialog;
     return nullptr;
-}
-
-kfhost::Dialog* AddOnHost::ShownResults()
-{
-    kfhost::Dialog* dialog = OpenResults();
-    return dialog != nullptr && dialog->visible ? dialog : nullptr;
 }
 
 std::string ExampleText(const kfhost::ResourceModule& resources, int index, int language)
@@ -116,13 +110,7 @@ bool Enabled(const kfhost::Dialog& d, short item)
 
 bool AddOnHost::AlertShown(const std::string& text)
 {
-    std::string escaped;
-    for (char c : text) {
-        if (c == '"' || c == '\\')
-            escaped += '\\';
-        escaped += c;
-    }
-    return host_->Run("expect alert \"" + escaped + "\"");
+    return host_->Run("expect alert \"" + text + "\"");
 }
 
 bool AddOnHost::NoAlert()

@@ -47,10 +47,9 @@ protected:
     std::int32_t Menu(short item) { return host_->Host().MenuCommand(kMenu, item).code; }
     bool MenuChecked(short item);
     bool RunUntil(const std::function<bool()>& pred) { return host_->RunUntil(pred); }
-    // The results dialog when it is open and shown.
-    kfhost::Dialog* ShownResults();
-    // The results dialog while open, shown or not.
-    kfhost::Dialog* OpenResults();
+    // A results dialog while open, shown or not, or one that is shown.
+    kfhost::Dialog* OpenResults(bool shownOnly = false);
+    kfhost::Dialog* ShownResults() { return OpenResults(true); }
     std::string Text(int index, int language = 1) const { return ExampleText(resources_, index, language); }
     bool AlertShown(const std::string& text);
     bool NoAlert();

@@ -1,5 +1,5 @@
 // Answers no proper server gives: interim (1xx) responses, lengths that lie, broken chunked
-// encoding, final statuses that are no document. A download ends as Done only with the whole
+// encoding, final statuses that are no document (errors among them). A download ends as Done only with the whole
 // document the server announced; otherwise as Failed, with nothing left beside the target.
 #include "DownloadHarness.hpp"
 
@@ -73,6 +73,8 @@ TEST_F(HostileServer, InterimResponsesLyingLengthsAndBrokenChunksEndRight)
         {"204", Head("204 No Content", ""), false},
         {"304", Head("304 Not Modified", ""), false},
         {"302 without a place", Head("302 Found", Length(body.size())) + body, false},
+        {"404", Head("404 Not Found", Length(body.size())) + body, false},
+        {"500", Head("500 Internal Server Error", Length(body.size())) + body, false},
         {"shorter than announced", Head("200 OK", Length(body.size() + 100)) + body, false},
         {"shorter, then a reset", Head("200 OK", Length(body.size() + 100)) + body, false, true},
         {"announced length not a number", Head("200 OK", "Content-Length: 12x\r\n") + body, false},

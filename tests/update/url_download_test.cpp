@@ -93,16 +93,6 @@ TEST_F(URLDownload, FollowsARedirectChainWithoutTellingTheClient)
     EXPECT_EQ(EntriesFor(more.target), 0u);
 }
 
-TEST_F(URLDownload, AnErrorStatusFailsAndLeavesNoFile)
-{
-    for (const char* status : {"404", "500"}) {
-        Recorder& r = NewRecorder();
-        ASSERT_TRUE(Fetch(Url(std::string("/test/status/") + status), r));
-        EXPECT_EQ(r.Story(), "Opened Failed") << status;
-        EXPECT_EQ(EntriesFor(r.target), 0u) << status;
-    }
-}
-
 TEST_F(URLDownload, EscapesAreDecodedThenEscapedOnce)
 {
     ServedFile("files/a b.txt", "blank");
