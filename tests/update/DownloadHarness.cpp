@@ -101,12 +101,14 @@ std::filesystem::path DownloadTest::Target(const std::string& name) const
     return host_->TempDir() / name;
 }
 
-bool DownloadTest::Start(const std::string& url, Recorder& recorder, const std::string& targetName)
+bool DownloadTest::Start(const std::string& url, Recorder& recorder, const std::string& targetName,
+                         unsigned long long maxBytes)
 {
     recorder.target = Target(targetName);
-    return KF_General::URLDownload(KF_String(url.c_str(), KF_String::Enc_UTF8),
-                                   KF_Location(KF_String(recorder.target.c_str(), KF_String::Enc_UTF8)),
-                                   &Recorder::CallBack, &recorder);
+    const KF_String address(url.c_str(), KF_String::Enc_UTF8);
+    const KF_Location target(KF_String(recorder.target.c_str(), KF_String::Enc_UTF8));
+    return maxBytes == 0 ? KF_General::URLDownload(address, target, &Recorder::CallBack, &recorder)
+                         : KF_General::URLDownload(address, target, &Recorder::CallBack, &recorder, maxBytes);
 }
 
 } // namespace kftest

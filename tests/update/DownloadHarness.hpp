@@ -60,12 +60,14 @@ protected:
     // Recorders live as long as the fixture, so that a download a failing test leaves running
     // never calls into a recorder that is gone.
     Recorder& NewRecorder(int openedAnswer = 0);
-    // Starts a download with the recorder; false when it did not start.
-    bool Start(const std::string& url, Recorder& recorder, const std::string& targetName = "download.bin");
+    // Starts a download with the recorder, bounded to maxBytes unless 0; false when it did not start.
+    bool Start(const std::string& url, Recorder& recorder, const std::string& targetName = "download.bin",
+               unsigned long long maxBytes = 0);
     // Starts a download and runs the loop until it ends; whether it both started and ended.
-    bool Fetch(const std::string& url, Recorder& recorder, const std::string& targetName = "download.bin")
+    bool Fetch(const std::string& url, Recorder& recorder, const std::string& targetName = "download.bin",
+               unsigned long long maxBytes = 0)
     {
-        return Start(url, recorder, targetName) && RunUntil([&] { return recorder.Ended(); });
+        return Start(url, recorder, targetName, maxBytes) && RunUntil([&] { return recorder.Ended(); });
     }
     bool RunUntil(const std::function<bool()>& pred, double patience = kPatienceSeconds)
     {
