@@ -1,5 +1,6 @@
 #include "AddOnHost.hpp"
 #include "DownloadHarness.hpp"
+#include "VersionsParse.hpp"
 
 #include "KF/KF_String.hpp"
 
@@ -8,10 +9,8 @@ namespace fs = std::filesystem;
 
 std::string ToUtf8(const std::u16string& text)
 {
-    const KF_CString utf8 =
-        KF_String(reinterpret_cast<const unsigned short*>(text.data()), static_cast<unsigned int>(text.size()))
-            .ToCStr(KF_String::Enc_UTF8);
-    return utf8.bytes != nullptr ? std::string(utf8.bytes) : std::string();
+    return Utf8(
+        KF_String(reinterpret_cast<const unsigned short*>(text.data()), static_cast<unsigned int>(text.size())));
 }
 
 std::string With(std::string text, const std::string& what, const std::string& by)

@@ -33,11 +33,6 @@ constexpr char kNothingNewer[] = "OBT 1.9.9.9 (HV170) 14/03/2013\n"
                                  "obt 1.3.0.0 (HV170) 01/01/2014\n"
                                  "OBT 1.3.0.0 (HV1700) 01/01/2014\n";
 
-long Number(const std::string& text)
-{
-    return text.empty() ? 0 : std::stol(text);
-}
-
 class UpdateCheck : public AddOnHost {
 protected:
     bool CheckNowShowsResults()
@@ -52,8 +47,8 @@ protected:
     }
     bool CheckedRecently()
     {
-        const long stored = Number(OwnSettings()[LastCheckKey()]);
-        return std::labs(stored - static_cast<long>(std::time(nullptr))) < 120;
+        const std::string stored = OwnSettings()[LastCheckKey()];
+        return !stored.empty() && std::labs(std::stol(stored) - static_cast<long>(std::time(nullptr))) < 120;
     }
 };
 

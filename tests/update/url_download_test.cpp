@@ -97,16 +97,11 @@ TEST_F(URLDownload, EscapesAreDecodedThenEscapedOnce)
 {
     ServedFile("files/a b.txt", "blank");
     ServedFile("files/ü.txt", "umlaut");
-    struct Case {
-        const char* path;
-        const char* content;
-    };
-    for (const Case c :
-         {Case{"/files/a%20b.txt", "blank"}, Case{"/files/a b.txt", "blank"}, Case{"/files/%C3%BC.txt", "umlaut"}}) {
-        SCOPED_TRACE(c.path);
+    for (const auto& [path, content] : {std::pair{"/files/a%20b.txt", "blank"}, std::pair{"/files/a b.txt", "blank"},
+                                        std::pair{"/files/%C3%BC.txt", "umlaut"}}) {
         Recorder& r = NewRecorder();
-        ASSERT_TRUE(Fetch(Url(c.path), r, "t" + std::to_string(recorders_.size()) + ".txt"));
-        EXPECT_EQ(ReadFile(r.target), c.content);
+        ASSERT_TRUE(Fetch(Url(path), r, "t" + std::to_string(recorders_.size()) + ".txt")) << path;
+        EXPECT_EQ(ReadFile(r.target), content) << path;
     }
     EXPECT_EQ(server_->RequestTargets(),
               (std::vector<std::string>{"/files/a%20b.txt", "/files/a%20b.txt", "/files/%C3%BC.txt"}));

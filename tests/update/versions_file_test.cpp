@@ -59,36 +59,31 @@ TEST(VersionsFile, ReadsTheThreeKindsOfEntryInFileOrder)
     EXPECT_TRUE(p.addons[1].languages.empty());
 }
 
-TEST(VersionsFile, MessageKeywordIsFoundAnywhereInTheFirstTokenAndDatesAreNotChecked)
+// The keyword is found anywhere in the first token, dates are not checked, and the text is split
+// at the first plain http address.
+TEST(VersionsFile, MessagesTheirKeywordDatesAndAddress)
 {
     const Parsed p = Parse("MESSAGE\n"
+                           "# See http://example.com/a for more\n"
+                           "# and the next line\n"
                            "XMESSAGEX 01/01/2012\n"
+                           "# Only https://example.com/secure here\n"
                            "MESSAGE abc 31-12-2013x\n"
                            "message 01/01/2012\n");
     ASSERT_EQ(p.messages.size(), 3u);
     EXPECT_EQ(p.messages[0].firstDate, "");
     EXPECT_EQ(p.messages[0].secondDate, "");
+    EXPECT_EQ(p.messages[0].text, "See ");
+    EXPECT_EQ(p.messages[0].url, "http://example.com/a for more\nand the next line");
     EXPECT_EQ(p.messages[1].firstDate, "20120101");
     EXPECT_EQ(p.messages[1].secondDate, "");
+    EXPECT_EQ(p.messages[1].text, "Only https://example.com/secure here");
+    EXPECT_EQ(p.messages[1].url, "");
     EXPECT_EQ(p.messages[2].firstDate, "ab"); // a short "date" gives a short result
     EXPECT_EQ(p.messages[2].secondDate, "20131231");
     // The keyword is case-sensitive: in lower case the line is a library with a ten-character date.
     ASSERT_EQ(p.libraries.size(), 1u);
     EXPECT_EQ(p.libraries[0].name, "message");
-}
-
-TEST(VersionsFile, MessageTextIsSplitAtTheFirstPlainHttpAddress)
-{
-    const Parsed p = Parse("MESSAGE\n"
-                           "# See http://example.com/a for more\n"
-                           "# and the next line\n"
-                           "MESSAGE\n"
-                           "# Only https://example.com/secure here\n");
-    ASSERT_EQ(p.messages.size(), 2u);
-    EXPECT_EQ(p.messages[0].text, "See ");
-    EXPECT_EQ(p.messages[0].url, "http://example.com/a for more\nand the next line");
-    EXPECT_EQ(p.messages[1].text, "Only https://example.com/secure here");
-    EXPECT_EQ(p.messages[1].url, "");
 }
 
 // A block drops its leading empty lines but keeps later ones, and ends at the first other line;
