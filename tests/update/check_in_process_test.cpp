@@ -264,26 +264,26 @@ TEST_F(CheckInProcess, TheCheckMarkFollowsTheSettingInAllSevenMenus)
     constexpr short kLast = kFirst + 6;
     for (short menu = kFirst; menu <= kLast; ++menu)
         ASSERT_EQ(HostAPI_Register_Menu(menu, 0, MenuCode_Tools, 0), NoError) << menu;
-    auto checked = [](short menu) {
-        API_MenuItemRef item{};
-        item.menuResID = menu;
-        item.itemIndex = 2;
-        HostFlags flags = 0;
-        EXPECT_EQ(HostAPI_Interface(HostOp_GetMenuItemFlags, &item, &flags), NoError) << menu;
-        return (flags & API_MenuItemChecked) != 0;
+    // The mark of item 2 in every menu, and the stored setting.
+    auto expectMarks = [](bool on) {
+        for (short menu = kFirst; menu <= kLast; ++menu) {
+            API_MenuItemRef item{};
+            item.menuResID = menu;
+            item.itemIndex = 2;
+            HostFlags flags = 0;
+            EXPECT_EQ(HostAPI_Interface(HostOp_GetMenuItemFlags, &item, &flags), NoError) << menu;
+            EXPECT_EQ((flags & API_MenuItemChecked) != 0, on) << menu;
+        }
+        EXPECT_EQ(Utf8(KF_AddonSettings_Get(KF_AddonSettings_ThisAddon, KF_String("AutoUpdate"), false)),
+                  on ? "1" : "0");
     };
     KF_AddonSettings_LoadSetSave(KF_AddonSettings_ThisAddon, KF_String("AutoUpdate"), KF_String("1"), true);
     EXPECT_TRUE(KF_AddonUpdate_SetMenuUpdateCheck(kFirst, 2));
-    for (short menu = kFirst; menu <= kLast; ++menu)
-        EXPECT_TRUE(checked(menu)) << menu;
+    expectMarks(true);
     EXPECT_TRUE(KF_AddonUpdate_SwitchAutoUpdateValue(kFirst, 2));
-    for (short menu = kFirst; menu <= kLast; ++menu)
-        EXPECT_FALSE(checked(menu)) << menu;
-    EXPECT_EQ(Utf8(KF_AddonSettings_Get(KF_AddonSettings_ThisAddon, KF_String("AutoUpdate"), false)), "0");
+    expectMarks(false);
     EXPECT_TRUE(KF_AddonUpdate_SwitchAutoUpdateValue(kFirst, 2));
-    for (short menu = kFirst; menu <= kLast; ++menu)
-        EXPECT_TRUE(checked(menu)) << menu;
-    EXPECT_EQ(Utf8(KF_AddonSettings_Get(KF_AddonSettings_ThisAddon, KF_String("AutoUpdate"), false)), "1");
+    expectMarks(true);
 }
 
 // A check killed in the middle of its download leaves its partial copy; the next check's download
