@@ -1,6 +1,7 @@
 // Answers no proper server gives: interim (1xx) responses, lengths that lie, broken chunked
-// encoding, final statuses that are no document (errors among them). A download ends as Done only with the whole
-// document the server announced; otherwise as Failed, with nothing left beside the target.
+// encoding, final statuses that are no document (errors among them). A download ends as Done only
+// with the whole document the server announced; otherwise as Failed, with nothing left beside the
+// target.
 #include "DownloadHarness.hpp"
 
 using namespace kftest;
