@@ -2,24 +2,20 @@
 // input (status line, headers, redirects, content encoding, body), and the download of it must end
 // with exactly one Done or Failed, within its size limit, leaving a file only when it is Done.
 #include "KF/KF_General.hpp"
+#include "RawServer.hpp"
 #include "kftest/InProcessHost.hpp"
 
-#include <arpa/inet.h>
 #include <net/if.h>
-#include <netinet/in.h>
 #include <sched.h>
 #include <sys/ioctl.h>
-#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
-#include <thread>
 
 namespace {
 
@@ -55,62 +51,6 @@ std::string Contained(const std::uint8_t* data, std::size_t size)
             answer[at] = '_';
     return answer;
 }
-
-class LoopbackServer {
-public:
-    explicit LoopbackServer(std::string answer) : answer_(std::move(answer))
-    {
-        listener_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t length = sizeof address;
-        Check(::bind(listener_, reinterpret_cast<sockaddr*>(&address), length) == 0 && ::listen(listener_, 8) == 0 &&
-              ::getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &length) == 0);
-        port_ = ntohs(address.sin_port);
-        thread_ = std::thread([this] { Serve(); });
-    }
-    ~LoopbackServer()
-    {
-        stop_ = true;
-        thread_.join();
-        ::close(listener_);
-    }
-    int Port() const { return port_; }
-
-private:
-    void Serve()
-    {
-        while (!stop_) {
-            pollfd ready{listener_, POLLIN, 0};
-            if (::poll(&ready, 1, 20) <= 0)
-                continue;
-            const int client = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
-            if (client < 0)
-                continue;
-            // The request up to its blank line, then the answer, then the end of the connection.
-            std::string request;
-            char buffer[1024];
-            while (request.find("\r\n\r\n") == std::string::npos && request.size() < 65536) {
-                pollfd in{client, POLLIN, 0};
-                if (stop_ || ::poll(&in, 1, 200) <= 0)
-                    break;
-                const ssize_t n = ::recv(client, buffer, sizeof buffer, 0);
-                if (n <= 0)
-                    break;
-                request.append(buffer, std::size_t(n));
-            }
-            ::send(client, answer_.data(), answer_.size(), MSG_NOSIGNAL);
-            ::close(client);
-        }
-    }
-
-    std::string answer_;
-    int listener_ = -1;
-    int port_ = 0;
-    std::atomic<bool> stop_{false};
-    std::thread thread_;
-};
 
 struct Outcome {
     int ends = 0;
@@ -152,8 +92,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::filesystem::path const target = host.TempDir() / "download.bin";
     Outcome outcome;
     {
-        LoopbackServer server(Contained(data, size));
-        std::string const url = "http://127.0.0.1:" + std::to_string(server.Port()) + "/file";
+        std::string const answer = Contained(data, size);
+        kftest::RawServer server([&](int client, const std::string&) { kftest::RawServer::Send(client, answer); });
+        std::string const url = server.Url("/file");
         Check(KF_General::URLDownload(KF_String(url.c_str(), KF_String::Enc_UTF8),
                                       KF_Location(KF_String(target.c_str(), KF_String::Enc_UTF8)), CallBack, &outcome,
                                       kLimit));

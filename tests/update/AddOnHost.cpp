@@ -1,5 +1,6 @@
 #include "AddOnHost.hpp"
 #include "DownloadHarness.hpp"
+#include "VersionsParse.hpp"
 
 #include "KF/KF_String.hpp"
 
@@ -8,10 +9,15 @@ namespace fs = std::filesystem;
 
 std::string ToUtf8(const std::u16string& text)
 {
-    const KF_CString utf8 =
-        KF_String(reinterpret_cast<const unsigned short*>(text.data()), static_cast<unsigned int>(text.size()))
-            .ToCStr(KF_String::Enc_UTF8);
-    return utf8.bytes != nullptr ? std::string(utf8.bytes) : std::string();
+    return Utf8(
+        KF_String(reinterpret_cast<const unsigned short*>(text.data()), static_cast<unsigned int>(text.size())));
+}
+
+std::string With(std::string text, const std::string& what, const std::string& by)
+{
+    for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + by.size()))
+        text.replace(at, what.size(), by);
+    return text;
 }
 
 AddOnHost::AddOnHost()
@@ -30,10 +36,9 @@ void AddOnHost::Load(const std::string& updateServer)
 {
     kfhost::HostConfig config;
     config.updateServer = updateServer.empty() ? server_->BaseUrl() : updateServer;
-    if (downloadLimit_ > 0)
-        config.downloadLimit = downloadLimit_;
     // Settings written before the load sit in the folder the host will use.
     config.frameworkFolder = framework_.Path();
+    host_.reset();
     host_ = std::make_unique<kftest::InProcessHost>(config);
     // A bundle stays mapped after its unload (the C++ runtime's unique symbols pin it), so each
     // test loads a copy of its own: its statics start fresh.
@@ -72,18 +77,12 @@ bool AddOnHost::MenuChecked(short item)
            (menu->items[static_cast<std::size_t>(item - 1)].flags & 2u) != 0;
 }
 
-kfhost::Dialog* AddOnHost::OpenResults()
+kfhost::Dialog* AddOnHost::OpenResults(bool shownOnly)
 {
     for (kfhost::Dialog* dialog : host_->Host().Dialogs().OpenDialogs())
-        if (dialog->resID == 32755)
+        if (dialog->resID == 32755 && (dialog->visible || !shownOnly))
             return dialog;
     return nullptr;
-}
-
-kfhost::Dialog* AddOnHost::ShownResults()
-{
-    kfhost::Dialog* dialog = OpenResults();
-    return dialog != nullptr && dialog->visible ? dialog : nullptr;
 }
 
 std::string ExampleText(const kfhost::ResourceModule& resources, int index, int language)
@@ -110,13 +109,7 @@ bool Enabled(const kfhost::Dialog& d, short item)
 
 bool AddOnHost::AlertShown(const std::string& text)
 {
-    std::string escaped;
-    for (char c : text) {
-        if (c == '"' || c == '\\')
-            escaped += '\\';
-        escaped += c;
-    }
-    return host_->Run("expect alert \"" + escaped + "\"");
+    return host_->Run("expect alert \"" + text + "\"");
 }
 
 bool AddOnHost::NoAlert()

@@ -18,6 +18,8 @@
 namespace kftest {
 
 std::string ToUtf8(const std::u16string& text);
+// text with every what replaced by by.
+std::string With(std::string text, const std::string& what, const std::string& by);
 
 // The example's framework strings by index in a language (1: international).
 std::string ExampleText(const kfhost::ResourceModule& resources, int index, int language = 1);
@@ -45,23 +47,15 @@ protected:
     std::int32_t Menu(short item) { return host_->Host().MenuCommand(kMenu, item).code; }
     bool MenuChecked(short item);
     bool RunUntil(const std::function<bool()>& pred) { return host_->RunUntil(pred); }
-    // The results dialog when it is open and shown.
-    kfhost::Dialog* ShownResults();
-    // The results dialog while open, shown or not.
-    kfhost::Dialog* OpenResults();
+    // A results dialog while open, shown or not, or one that is shown.
+    kfhost::Dialog* OpenResults(bool shownOnly = false);
+    kfhost::Dialog* ShownResults() { return OpenResults(true); }
     std::string Text(int index, int language = 1) const { return ExampleText(resources_, index, language); }
     bool AlertShown(const std::string& text);
     bool NoAlert();
 
     static std::string LastCheckKey() { return "LastUpdateCheck_170"; }
-    static std::string DaysAgo(double days)
-    {
-        return std::to_string(static_cast<long>(std::time(nullptr)) - static_cast<long>(days * 86400.0));
-    }
 
-    // The host's download limit in seconds for the next Load; 0: the product's own. Only a test
-    // that waits the limit out sets it short: a short limit would fail downloads on a slow machine.
-    double downloadLimit_ = 0;
     kftest::TempFolder served_;
     kftest::TempFolder framework_;
     std::unique_ptr<kfupd::UpdateServer> server_;

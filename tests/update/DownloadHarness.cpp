@@ -1,14 +1,6 @@
 #include "DownloadHarness.hpp"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
-#include <chrono>
-#include <cstdlib>
-#include <cstring>
-#include <fstream>
+#include <stdexcept>
 
 namespace kftest {
 
@@ -50,80 +42,12 @@ long Recorder::Count(KF_URL_Message message) const
     return n;
 }
 
-RawServer::RawServer(Answer answer)
+std::size_t EntriesFor(const std::filesystem::path& target)
 {
-    listener_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    if (::bind(listener_, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 || ::listen(listener_, 8) != 0 ||
-        ::getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
-        ::close(listener_);
-        throw std::runtime_error("cannot listen on loopback");
-    }
-    port_ = ntohs(address.sin_port);
-    thread_ = std::thread([this, answer = std::move(answer)] {
-        // Ends when the destructor shuts the listener down.
-        for (int client; (client = ::accept(listener_, nullptr, nullptr)) >= 0;) {
-            std::string head;
-            char buffer[4096];
-            while (head.find("\r\n\r\n") == std::string::npos) {
-                const ssize_t n = ::recv(client, buffer, sizeof buffer, 0);
-                if (n <= 0)
-                    break;
-                head.append(buffer, static_cast<std::size_t>(n));
-            }
-            {
-                std::lock_guard<std::mutex> lock(mutex_);
-                lines_.push_back(head.substr(0, head.find("\r\n")));
-            }
-            answer(client, head);
-            ::close(client);
-        }
-    });
-}
-
-RawServer::~RawServer()
-{
-    ::shutdown(listener_, SHUT_RDWR);
-    if (thread_.joinable())
-        thread_.join();
-    ::close(listener_);
-}
-
-std::vector<std::string> RawServer::RequestLines() const
-{
-    std::lock_guard<std::mutex> lock(mutex_);
-    return lines_;
-}
-
-void RawServer::Send(int client, std::string_view bytes)
-{
-    while (!bytes.empty()) {
-        const ssize_t n = ::send(client, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-        if (n <= 0)
-            return;
-        bytes.remove_prefix(static_cast<std::size_t>(n));
-    }
-}
-
-void RawServer::ResetOnClose(int client)
-{
-    // A zero linger time turns the close into a reset.
-    const linger abort{1, 0};
-    ::setsockopt(client, SOL_SOCKET, SO_LINGER, &abort, sizeof abort);
-}
-
-std::unique_ptr<RawServer> ResettingServer(std::size_t announced, std::size_t sent)
-{
-    return std::make_unique<RawServer>([announced, sent](int client, const std::string&) {
-        RawServer::Send(client, "HTTP/1.1 200 OK\r\nContent-Type: application/octet-stream\r\nContent-Length: " +
-                                    std::to_string(announced) + "\r\n\r\n");
-        RawServer::Send(client, std::string(sent, 'r'));
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        RawServer::ResetOnClose(client);
-    });
+    std::size_t count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(target.parent_path()))
+        count += entry.path().filename().string().rfind(target.filename().string(), 0) == 0 ? 1 : 0;
+    return count;
 }
 
 std::unique_ptr<kfupd::UpdateServer> StartLoopbackServer(const std::filesystem::path& root)
@@ -137,23 +61,17 @@ std::unique_ptr<kfupd::UpdateServer> StartLoopbackServer(const std::filesystem::
     return server;
 }
 
-namespace {
-
-kfhost::HostConfig ConfigWithLimit(double seconds)
+DownloadTest::DownloadTest(double limitSeconds, const std::filesystem::path& resourceFolder)
+    : server_(StartLoopbackServer(served_.Path()))
 {
     kfhost::HostConfig config;
-    if (seconds > 0)
-        config.downloadLimit = seconds;
-    return config;
-}
-
-} // namespace
-
-DownloadTest::DownloadTest(double limitSeconds)
-    : host_(std::make_unique<kftest::InProcessHost>(ConfigWithLimit(limitSeconds)))
-{
+    config.updateServer = server_->BaseUrl();
+    if (limitSeconds > 0)
+        config.downloadLimit = limitSeconds;
+    host_ = std::make_unique<kftest::InProcessHost>(config);
+    if (!resourceFolder.empty())
+        host_->AddResourceFolder(resourceFolder);
     host_->Attach();
-    server_ = StartLoopbackServer(served_.Path());
 }
 
 DownloadTest::~DownloadTest()
@@ -183,12 +101,14 @@ std::filesystem::path DownloadTest::Target(const std::string& name) const
     return host_->TempDir() / name;
 }
 
-bool DownloadTest::Start(const std::string& url, Recorder& recorder, const std::string& targetName)
+bool DownloadTest::Start(const std::string& url, Recorder& recorder, const std::string& targetName,
+                         unsigned long long maxBytes)
 {
     recorder.target = Target(targetName);
-    return KF_General::URLDownload(KF_String(url.c_str(), KF_String::Enc_UTF8),
-                                   KF_Location(KF_String(recorder.target.c_str(), KF_String::Enc_UTF8)),
-                                   &Recorder::CallBack, &recorder);
+    const KF_String address(url.c_str(), KF_String::Enc_UTF8);
+    const KF_Location target(KF_String(recorder.target.c_str(), KF_String::Enc_UTF8));
+    return maxBytes == 0 ? KF_General::URLDownload(address, target, &Recorder::CallBack, &recorder)
+                         : KF_General::URLDownload(address, target, &Recorder::CallBack, &recorder, maxBytes);
 }
 
 } // namespace kftest

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "KF/KF_General.hpp"
+#include "RawServer.hpp"
 #include "UpdateServer.hpp"
 #include "kftest/InProcessHost.hpp"
 #include "kftest/Scoped.hpp"
@@ -13,10 +14,7 @@
 #include <functional>
 #include <list>
 #include <memory>
-#include <mutex>
 #include <string>
-#include <string_view>
-#include <thread>
 #include <vector>
 
 namespace kftest {
@@ -40,36 +38,9 @@ struct Recorder {
     long Count(KF_URL_Message message) const;
 };
 
-// A loopback server that speaks raw bytes, for answers no proper server gives (resets, lying
-// lengths, broken chunks) and for a proxy. Each connection's request head is recorded, then answer
-// writes what it likes to the socket, which is closed after it.
-class RawServer {
-public:
-    using Answer = std::function<void(int client, const std::string& head)>;
-    explicit RawServer(Answer answer);
-    ~RawServer();
-    RawServer(const RawServer&) = delete;
-    RawServer& operator=(const RawServer&) = delete;
-
-    int Port() const { return port_; }
-    std::string Url(const std::string& path) const { return "http://127.0.0.1:" + std::to_string(port_) + path; }
-    // First lines of the requests received, in order.
-    std::vector<std::string> RequestLines() const;
-
-    // Helpers for answers: every byte or until the peer goes; a close that is a reset.
-    static void Send(int client, std::string_view bytes);
-    static void ResetOnClose(int client);
-
-private:
-    int listener_ = -1;
-    int port_ = 0;
-    std::thread thread_;
-    mutable std::mutex mutex_;
-    std::vector<std::string> lines_;
-};
-
-// A server that answers with a length header, sends part of the body and resets the connection.
-std::unique_ptr<RawServer> ResettingServer(std::size_t announced, std::size_t sent);
+// The entries of target's folder whose names begin with target's: the target and what was made
+// beside it.
+std::size_t EntriesFor(const std::filesystem::path& target);
 
 // The loopback update server with its test routes, serving root; throws when it cannot start.
 std::unique_ptr<kfupd::UpdateServer> StartLoopbackServer(const std::filesystem::path& root);
@@ -77,8 +48,9 @@ std::unique_ptr<kfupd::UpdateServer> StartLoopbackServer(const std::filesystem::
 class DownloadTest : public ::testing::Test {
 protected:
     // limitSeconds: the host's "download-limit"; 0: the product's (60 s). Only a test that waits
-    // the limit out sets it short: a short limit would fail downloads on a slow machine.
-    explicit DownloadTest(double limitSeconds = 0);
+    // the limit out sets it short: a short limit would fail downloads on a slow machine. The host
+    // names the loopback server as its update server and has the resources of resourceFolder.
+    explicit DownloadTest(double limitSeconds = 0, const std::filesystem::path& resourceFolder = {});
     ~DownloadTest() override;
 
     std::filesystem::path ServedFile(const std::string& relative, const std::string& content);
@@ -88,12 +60,14 @@ protected:
     // Recorders live as long as the fixture, so that a download a failing test leaves running
     // never calls into a recorder that is gone.
     Recorder& NewRecorder(int openedAnswer = 0);
-    // Starts a download with the recorder; false when it did not start.
-    bool Start(const std::string& url, Recorder& recorder, const std::string& targetName = "download.bin");
+    // Starts a download with the recorder, bounded to maxBytes unless 0; false when it did not start.
+    bool Start(const std::string& url, Recorder& recorder, const std::string& targetName = "download.bin",
+               unsigned long long maxBytes = 0);
     // Starts a download and runs the loop until it ends; whether it both started and ended.
-    bool Fetch(const std::string& url, Recorder& recorder, const std::string& targetName = "download.bin")
+    bool Fetch(const std::string& url, Recorder& recorder, const std::string& targetName = "download.bin",
+               unsigned long long maxBytes = 0)
     {
-        return Start(url, recorder, targetName) && RunUntil([&] { return recorder.Ended(); });
+        return Start(url, recorder, targetName, maxBytes) && RunUntil([&] { return recorder.Ended(); });
     }
     bool RunUntil(const std::function<bool()>& pred, double patience = kPatienceSeconds)
     {

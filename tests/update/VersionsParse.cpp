@@ -8,9 +8,12 @@ std::string Utf8(const KF_String& s)
     return c.bytes != nullptr ? std::string(c.bytes) : std::string();
 }
 
-Parsed Convert(const KF_List<KF_AddonUpdate_Message>& messages, const KF_List<KF_AddonUpdate_Addon>& addons,
-               const KF_List<KF_AddonUpdate_Library>& libraries)
+Parsed Parse(const std::string& bytes)
 {
+    KF_List<KF_AddonUpdate_Message> messages;
+    KF_List<KF_AddonUpdate_Addon> addons;
+    KF_List<KF_AddonUpdate_Library> libraries;
+    kf::detail::KF_AddonUpdate_ParseVersionsBytes(bytes.data(), bytes.size(), messages, addons, libraries);
     Parsed out;
     for (long i = 0; i < messages.GetCount(); ++i) {
         const auto& m = messages[i];
@@ -35,15 +38,6 @@ Parsed Convert(const KF_List<KF_AddonUpdate_Message>& messages, const KF_List<KF
         out.libraries.push_back({Utf8(l.name), Utf8(l.date), Utf8(l.dateText), Utf8(l.text)});
     }
     return out;
-}
-
-Parsed Parse(const std::string& bytes)
-{
-    KF_List<KF_AddonUpdate_Message> messages;
-    KF_List<KF_AddonUpdate_Addon> addons;
-    KF_List<KF_AddonUpdate_Library> libraries;
-    kf::detail::KF_AddonUpdate_ParseVersionsBytes(bytes.data(), bytes.size(), messages, addons, libraries);
-    return Convert(messages, addons, libraries);
 }
 
 } // namespace kftest

@@ -30,8 +30,6 @@ struct Parsed {
     std::vector<Library> libraries;
 };
 
-Parsed Convert(const KF_List<KF_AddonUpdate_Message>& messages, const KF_List<KF_AddonUpdate_Addon>& addons,
-               const KF_List<KF_AddonUpdate_Library>& libraries);
 Parsed Parse(const std::string& bytes);
 
 } // namespace kftest

@@ -21,39 +21,27 @@ using namespace kftest;
 
 namespace {
 
-class CheckInProcess : public ::testing::Test {
+class CheckInProcess : public DownloadTest {
 protected:
-    CheckInProcess()
-        : server_(StartLoopbackServer(served_.Path())),
-          resources_(kfhost::LoadResourceFolder(KF_UPDATE_EXAMPLE_RESOURCES))
+    CheckInProcess() : DownloadTest(0, KF_UPDATE_EXAMPLE_RESOURCES)
     {
-        kfhost::HostConfig config;
-        config.updateServer = server_->BaseUrl();
-        host_ = std::make_unique<kftest::InProcessHost>(config);
-        host_->AddResourceFolder(KF_UPDATE_EXAMPLE_RESOURCES);
-        host_->Attach();
         gKF_Language = 1;
-        kf::detail::KF_AddonUpdate_State().status = 0;
-        kf::detail::KF_AddonUpdate_State().statusLib = 0;
-        kf::detail::KF_AddonUpdate_State().hasLibrary = false;
-    }
-    ~CheckInProcess() override
-    {
-        server_->Stop();
-        host_->RunLoop(1.0);
+        State().status = 0;
+        State().statusLib = 0;
+        State().hasLibrary = false;
     }
 
-    void Serve(const std::string& text) { kftest::WriteFile(served_.Path() / "update_plugins/versions16.txt", text); }
-
+    static kf::detail::KF_UpdateCheckState& State() { return kf::detail::KF_AddonUpdate_State(); }
+    void Serve(const std::string& text) { ServedFile("update_plugins/versions16.txt", text); }
     std::string Text(int index) const { return ExampleText(resources_, index); }
 
     // A results dialog filled from the state as it is now.
     kfhost::Dialog& Results(int status, bool library, int statusLib)
     {
-        kf::detail::KF_AddonUpdate_State().status = status;
-        kf::detail::KF_AddonUpdate_State().hasLibrary = library;
-        kf::detail::KF_AddonUpdate_State().addonLibName = "BeamLib";
-        kf::detail::KF_AddonUpdate_State().statusLib = statusLib;
+        State().status = status;
+        State().hasLibrary = library;
+        State().addonLibName = "BeamLib";
+        State().statusLib = statusLib;
         const short id =
             DGModelessInit(HostAPI_GetOwnResModule(), kf::detail::kUpdateResultDialog, HostAPI_GetOwnResModule(),
                            kf::detail::KF_AddonUpdate_ResultUpdate_Handler, 0, 0);
@@ -70,17 +58,8 @@ protected:
         ASSERT_TRUE(host_->RunUntilIdle()) << "the check never ended";
     }
 
-    kftest::TempFolder served_;
-    std::unique_ptr<kfupd::UpdateServer> server_;
-    std::unique_ptr<kftest::InProcessHost> host_;
-    kfhost::ResourceModule resources_;
+    kfhost::ResourceModule resources_ = kfhost::LoadResourceFolder(KF_UPDATE_EXAMPLE_RESOURCES);
 };
-
-std::string Replace(std::string text, const std::string& what, const std::string& by)
-{
-    std::size_t const at = text.find(what);
-    return at == std::string::npos ? text : text.replace(at, what.size(), by);
-}
 
 } // namespace
 
@@ -118,10 +97,10 @@ TEST_F(CheckInProcess, TheResultsDialogShowsEveryStateOfItsItems)
             EXPECT_EQ(ItemText(d, 3), Text(s.item3));
         }
         if (s.item4 != 0) {
-            EXPECT_EQ(ItemText(d, 4), Replace(Text(s.item4), "ADDONNAME", "Beam Tools"));
+            EXPECT_EQ(ItemText(d, 4), With(Text(s.item4), "ADDONNAME", "Beam Tools"));
         }
         if (s.item6 != 0) {
-            EXPECT_EQ(ItemText(d, 6), Replace(Text(s.item6), "ADDONLIBNAME", "BeamLib"));
+            EXPECT_EQ(ItemText(d, 6), With(Text(s.item6), "ADDONLIBNAME", "BeamLib"));
         }
         std::string shown;
         for (short item = 1; item <= 7; ++item)
@@ -132,44 +111,36 @@ TEST_F(CheckInProcess, TheResultsDialogShowsEveryStateOfItsItems)
     }
 }
 
-TEST_F(CheckInProcess, TheUpdatePageQueryNamesTheAddonAsItIsAndNeverTheLibrary)
+// The web site's and the update pages' buttons open them and close the dialog; the pages' query
+// names the add-on as it is and never the library. Cancel closes it too, the texts do nothing, and a
+// cancelled dialog does not cancel the next check.
+TEST_F(CheckInProcess, OnlyTheFourButtonsActAndTheUpdatePageQueryNamesTheAddonAsItIs)
 {
     gKF_Language = 3;
-    const std::int16_t addonDialog = Results(3, true, 1).id; // the dialog is freed once it closes
-    ASSERT_TRUE(host_->Run("click 5"));
-    ASSERT_FALSE(host_->Launched().empty());
-    EXPECT_EQ(host_->Launched().back(),
-              (std::vector<std::string>{
-                  "xdg-open", server_->BaseUrl() + "/update_plugins/updates.htm?acver=17&lang=3&addon=Beam Tools"}));
-    EXPECT_EQ(host_->Host().Dialogs().Find(addonDialog), nullptr);
+    std::string const page = server_->BaseUrl() + "/update_plugins/updates.htm?acver=17&lang=3&addon=Beam Tools";
+    const std::pair<int, std::string> buttons[] = {
+        {1, server_->BaseUrl() + "/"}, {5, page}, {7, page + "&lib=Unknown"}};
+    for (const auto& [item, launched] : buttons) {
+        const std::int16_t id = Results(3, true, 1).id;
+        ASSERT_TRUE(host_->Run("click " + std::to_string(item)));
+        EXPECT_EQ(host_->Launched().back(), (std::vector<std::string>{"xdg-open", launched})) << item;
+        EXPECT_EQ(host_->Host().Dialogs().Find(id), nullptr) << item << ": the dialog is freed once it closes";
+    }
 
-    Results(3, true, 1);
-    ASSERT_TRUE(host_->Run("click 7"));
-    EXPECT_EQ(host_->Launched().back().back(),
-              server_->BaseUrl() + "/update_plugins/updates.htm?acver=17&lang=3&addon=Beam Tools&lib=Unknown");
-}
-
-TEST_F(CheckInProcess, OnlyTheFourButtonsAct)
-{
-    kfhost::Dialog& d = Results(3, true, 1);
+    const std::int16_t id = Results(3, true, 1).id;
     using kf::detail::KF_AddonUpdate_ResultUpdate_Handler;
-    EXPECT_EQ(KF_AddonUpdate_ResultUpdate_Handler(DG_MSG_CLICK, d.id, 3, 0, 0), 0);
-    EXPECT_EQ(KF_AddonUpdate_ResultUpdate_Handler(DG_MSG_CLICK, d.id, 6, 0, 0), 0);
-    EXPECT_EQ(KF_AddonUpdate_ResultUpdate_Handler(DG_MSG_CLICK, d.id, -1, 0, 0), -1);
-    EXPECT_EQ(KF_AddonUpdate_ResultUpdate_Handler(DG_MSG_CHANGE, d.id, 5, 0, 0), 0);
-    EXPECT_TRUE(host_->Launched().empty());
-    kf::detail::KF_AddonUpdate_State().cancelled = false;
-    EXPECT_EQ(KF_AddonUpdate_ResultUpdate_Handler(DG_MSG_CLICK, d.id, 2, 0, 0), 2);
-    EXPECT_TRUE(kf::detail::KF_AddonUpdate_State().cancelled);
-}
-
-TEST_F(CheckInProcess, AMalformedOwnVersionLineEndsWithTheAlert)
-{
+    EXPECT_EQ(KF_AddonUpdate_ResultUpdate_Handler(DG_MSG_CLICK, id, -1, 0, 0), -1);
+    EXPECT_EQ(KF_AddonUpdate_ResultUpdate_Handler(DG_MSG_CHANGE, id, 5, 0, 0), 0);
+    ASSERT_TRUE(host_->Run("click 3"));
+    ASSERT_TRUE(host_->Run("click 6"));
+    ASSERT_NE(host_->Host().Dialogs().Find(id), nullptr) << "a text is no button";
+    ASSERT_TRUE(host_->Run("click 2"));
+    EXPECT_EQ(host_->Host().Dialogs().Find(id), nullptr);
+    EXPECT_EQ(host_->Launched().size(), 3u);
+    EXPECT_TRUE(State().cancelled);
     Serve("OBT 1.2.1.0 (HV170) 02/09/2013\n");
-    Check(KF_String("OBT 1.2.0.3 15/03/2013"));
-    EXPECT_TRUE(host_->Run("expect alert \"" + Text(33) + "\""));
-    EXPECT_TRUE(host_->Run("expect no-alert"));
-    EXPECT_EQ(server_->RequestTargets().size(), 1u) << "the file is fetched before the line is looked at";
+    Check(KF_String("OBT 1.2.0.3 (HV170) 15/03/2013"));
+    EXPECT_EQ(State().status, 3) << "the next check runs to its result";
 }
 
 TEST_F(CheckInProcess, CallsThatDoNothing)
@@ -182,24 +153,37 @@ TEST_F(CheckInProcess, CallsThatDoNothing)
     EXPECT_TRUE(host_->RunUntilIdle());
     EXPECT_TRUE(server_->RequestTargets().empty());
     EXPECT_TRUE(ReadSettingsFile(host_->FrameworkFolder() / "BeamTools_10.cfg").empty());
+    host_->Host().SetFrameworkFolder({});
+    EXPECT_FALSE(KF_AddonUpdate_CheckForUpdate(0, true, KF_String("OBT 1.2.0.3 (HV170) 15/03/2013"), KF_String("")))
+        << "no framework folder";
+    EXPECT_TRUE(host_->RunUntilIdle());
+    EXPECT_TRUE(server_->RequestTargets().empty());
     EXPECT_TRUE(host_->Run("expect no-alert"));
 }
 
-TEST_F(CheckInProcess, OnlyTheDateDecidesAndTheLastMatchingLineIsRemembered)
+TEST_F(CheckInProcess, OnlyTheDateDecidesTheLastMatchingLineIsRememberedAndAMalformedOwnLineFails)
 {
     Serve("OBT 1.0.0.0 (HV170) 01/01/2014\n"
           "OBT 1.9.0.0 (HV170) 01/01/2012\n"
           "Lib 01-01-2020\n"
           "OBT 2.0.0.0 (HV170) 01/01/2020\n");
     Check(KF_String("OBT 1.2.0.3 (HV170) 15/03/2013"));
-    EXPECT_EQ(kf::detail::KF_AddonUpdate_State().status, 3);
-    EXPECT_EQ(Utf8(kf::detail::KF_AddonUpdate_State().serverAddonVersion), "OBT 1.9.0.0 (HV170) 01/01/2012");
-    EXPECT_EQ(Utf8(kf::detail::KF_AddonUpdate_State().serverAddonLibVersion), "???");
+    EXPECT_EQ(State().status, 3);
+    EXPECT_EQ(Utf8(State().serverAddonVersion), "OBT 1.9.0.0 (HV170) 01/01/2012");
+    EXPECT_EQ(Utf8(State().serverAddonLibVersion), "???");
 
     Serve("OBT 1.2.0.3 (HV160) 01/01/2014\n");
     Check(KF_String("OBT 1.2.0.3 (HV170) 15/03/2013"));
-    EXPECT_EQ(kf::detail::KF_AddonUpdate_State().status, 2);
-    EXPECT_EQ(Utf8(kf::detail::KF_AddonUpdate_State().serverAddonVersion), "???");
+    EXPECT_EQ(State().status, 2);
+    EXPECT_EQ(Utf8(State().serverAddonVersion), "???");
+
+    // A malformed own version line: the file is fetched before the line is looked at, then the alert.
+    std::size_t const requests = server_->RequestTargets().size();
+    Check(KF_String("OBT 1.2.0.3 15/03/2013"));
+    EXPECT_TRUE(host_->Run("expect alert \"" + Text(33) + "\""));
+    EXPECT_TRUE(host_->Run("expect no-alert"));
+    EXPECT_EQ(State().status, 1) << "no result";
+    EXPECT_TRUE(kftest::WaitUntil([&] { return server_->RequestTargets().size() == requests + 1; }));
 }
 
 TEST_F(CheckInProcess, ReadVersionsFileReadsTheCopyInTheFrameworkFolder)
@@ -227,32 +211,6 @@ TEST_F(CheckInProcess, ReadVersionsFileReadsTheCopyInTheFrameworkFolder)
     EXPECT_EQ(addons.GetCount(), 1);
 }
 
-TEST_F(CheckInProcess, FailuresBeforeTheComparisonEndInTheirOwnOutcome)
-{
-    Serve("OBT 1.2.1.0 (HV170) 02/09/2013\n");
-    const KF_String line("OBT 1.2.0.3 (HV170) 15/03/2013");
-    // The copy cannot be made at the opening: the download fails, the dialog goes, one alert.
-    host_->Faults().Fail(kfhost::FileOp::Create, "*__updcf__.tmp.*.kftmp", KF_IOERR_ACCESSDENIED, -1);
-    Check(line);
-    EXPECT_TRUE(host_->Run("expect alert \"" + Text(33) + "\""));
-    EXPECT_TRUE(host_->Run("expect no-alert"));
-    EXPECT_EQ(host_->Host().Dialogs().Find(kf::detail::KF_AddonUpdate_State().dialogID), nullptr);
-    EXPECT_EQ(kf::detail::KF_AddonUpdate_State().status, 1) << "no result was shown";
-    host_->Faults().Clear();
-
-    // The request went out before the copy failed; the server notes it on its own thread, maybe
-    // only after the check has ended. Counted before, it would seem to come from the call below.
-    ASSERT_TRUE(kftest::WaitUntil([&] { return server_->RequestTargets().size() == 1; }));
-
-    // No framework folder: false, and nothing is fetched or shown.
-    std::size_t const requests = server_->RequestTargets().size();
-    host_->Host().SetFrameworkFolder({});
-    EXPECT_FALSE(KF_AddonUpdate_CheckForUpdate(0, true, line, KF_String("")));
-    EXPECT_TRUE(host_->RunUntilIdle());
-    EXPECT_EQ(server_->RequestTargets().size(), requests);
-    EXPECT_TRUE(host_->Run("expect no-alert"));
-}
-
 // An automatic check waits fourteen days after the last one. A stored time later than now (a clock
 // that was once wrong) or one that does not read as a number is due at once, and replaced.
 TEST_F(CheckInProcess, TheIntervalEndsAfterFourteenDaysAndAnUnbelievableLastCheckIsDue)
@@ -275,10 +233,12 @@ TEST_F(CheckInProcess, TheIntervalEndsAfterFourteenDaysAndAnUnbelievableLastChec
     };
     for (const auto& [stored, checks] : cases) {
         std::size_t const requests = server_->RequestTargets().size();
+        State().status = 0;
         KF_AddonSettings_LoadSetSave(KF_AddonSettings_ThisAddon, key, KF_String(stored.c_str()), true);
         EXPECT_TRUE(KF_AddonUpdate_CheckForUpdate(0, false, line, KF_String("")));
         EXPECT_TRUE(host_->RunUntilIdle());
         EXPECT_EQ(server_->RequestTargets().size(), requests + (checks ? 1 : 0)) << stored;
+        EXPECT_EQ(State().status, checks ? 3 : 0) << stored << ": an automatic check shows a newer release";
         const std::string after = Utf8(KF_AddonSettings_Get(KF_AddonSettings_ThisAddon, key, true));
         if (checks)
             EXPECT_LE(std::labs(std::atol(after.c_str()) - long(std::time(nullptr))), 60) << stored << " -> " << after;
@@ -293,35 +253,26 @@ TEST_F(CheckInProcess, TheCheckMarkFollowsTheSettingInAllSevenMenus)
     constexpr short kLast = kFirst + 6;
     for (short menu = kFirst; menu <= kLast; ++menu)
         ASSERT_EQ(HostAPI_Register_Menu(menu, 0, MenuCode_Tools, 0), NoError) << menu;
-    auto checked = [](short menu) {
-        API_MenuItemRef item{};
-        item.menuResID = menu;
-        item.itemIndex = 2;
-        HostFlags flags = 0;
-        EXPECT_EQ(HostAPI_Interface(HostOp_GetMenuItemFlags, &item, &flags), NoError) << menu;
-        return (flags & API_MenuItemChecked) != 0;
+    // The mark of item 2 in every menu, and the stored setting.
+    auto expectMarks = [](bool on) {
+        for (short menu = kFirst; menu <= kLast; ++menu) {
+            API_MenuItemRef item{};
+            item.menuResID = menu;
+            item.itemIndex = 2;
+            HostFlags flags = 0;
+            EXPECT_EQ(HostAPI_Interface(HostOp_GetMenuItemFlags, &item, &flags), NoError) << menu;
+            EXPECT_EQ((flags & API_MenuItemChecked) != 0, on) << menu;
+        }
+        EXPECT_EQ(Utf8(KF_AddonSettings_Get(KF_AddonSettings_ThisAddon, KF_String("AutoUpdate"), false)),
+                  on ? "1" : "0");
     };
     KF_AddonSettings_LoadSetSave(KF_AddonSettings_ThisAddon, KF_String("AutoUpdate"), KF_String("1"), true);
     EXPECT_TRUE(KF_AddonUpdate_SetMenuUpdateCheck(kFirst, 2));
-    for (short menu = kFirst; menu <= kLast; ++menu)
-        EXPECT_TRUE(checked(menu)) << menu;
+    expectMarks(true);
     EXPECT_TRUE(KF_AddonUpdate_SwitchAutoUpdateValue(kFirst, 2));
-    for (short menu = kFirst; menu <= kLast; ++menu)
-        EXPECT_FALSE(checked(menu)) << menu;
-    EXPECT_EQ(Utf8(KF_AddonSettings_Get(KF_AddonSettings_ThisAddon, KF_String("AutoUpdate"), false)), "0");
-    KF_AddonSettings_LoadSetSave(KF_AddonSettings_ThisAddon, KF_String("AutoUpdate"), KF_String("1"), true);
-    EXPECT_TRUE(KF_AddonUpdate_SetMenuUpdateCheck(kFirst, 2));
-    for (short menu = kFirst; menu <= kLast; ++menu)
-        EXPECT_TRUE(checked(menu)) << menu;
-}
-
-TEST_F(CheckInProcess, ACancelledResultsDialogDoesNotCancelTheNextCheck)
-{
-    kfhost::Dialog& earlier = Results(2, false, 1);
-    EXPECT_EQ(kf::detail::KF_AddonUpdate_ResultUpdate_Handler(DG_MSG_CLICK, earlier.id, 2, 0, 0), 2);
-    Serve("OBT 1.2.1.0 (HV170) 02/09/2013\n");
-    Check(KF_String("OBT 1.2.0.3 (HV170) 15/03/2013"));
-    EXPECT_EQ(kf::detail::KF_AddonUpdate_State().status, 3) << "the next check runs to its result";
+    expectMarks(false);
+    EXPECT_TRUE(KF_AddonUpdate_SwitchAutoUpdateValue(kFirst, 2));
+    expectMarks(true);
 }
 
 // A check killed in the middle of its download leaves its partial copy; the next check's download
@@ -330,12 +281,6 @@ TEST_F(CheckInProcess, TheNextCheckRemovesWhatAKilledDownloadLeft)
 {
     Serve("OBT 1.2.1.0 (HV170) 02/09/2013\n" + std::string(2000, '*'));
     std::filesystem::path const copy = host_->FrameworkFolder() / "__updcf__.tmp";
-    auto partials = [&] {
-        std::size_t count = 0;
-        for (const auto& entry : std::filesystem::directory_iterator(copy.parent_path()))
-            count += entry.path().filename().string().rfind("__updcf__.tmp.", 0) == 0 ? 1 : 0;
-        return count;
-    };
     const pid_t killed = ::fork();
     ASSERT_GE(killed, 0);
     if (killed == 0) {
@@ -352,12 +297,11 @@ TEST_F(CheckInProcess, TheNextCheckRemovesWhatAKilledDownloadLeft)
     int status = 0;
     ASSERT_EQ(::waitpid(killed, &status, 0), killed);
     ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
-    ASSERT_EQ(partials(), 1u);
+    ASSERT_EQ(EntriesFor(copy), 1u) << "the partial copy, and no copy";
 
     Check(KF_String("OBT 1.2.0.3 (HV170) 15/03/2013"));
-    EXPECT_EQ(kf::detail::KF_AddonUpdate_State().status, 3);
-    EXPECT_EQ(partials(), 0u);
-    EXPECT_FALSE(std::filesystem::exists(copy));
+    EXPECT_EQ(State().status, 3);
+    EXPECT_EQ(EntriesFor(copy), 0u);
 }
 
 // The versions file may hold exactly 4 MiB, downloaded or read from the copy; one byte more fails.
@@ -372,15 +316,16 @@ TEST_F(CheckInProcess, AVersionsFileOfExactlyFourMiBIsReadAndOneByteMoreIsNot)
     const KF_String line("OBT 1.2.0.3 (HV170) 15/03/2013");
     Serve(sized(kLimit));
     Check(line);
-    EXPECT_EQ(kf::detail::KF_AddonUpdate_State().status, 3);
+    EXPECT_EQ(State().status, 3);
     EXPECT_TRUE(host_->Run("expect no-alert"));
 
     Serve(sized(kLimit + 1));
     Check(line);
-    EXPECT_EQ(kf::detail::KF_AddonUpdate_State().status, 1) << "no result";
+    EXPECT_EQ(State().status, 1) << "no result";
     EXPECT_TRUE(host_->Run("expect alert \"" + Text(33) + "\""));
-
     std::filesystem::path const copy = host_->FrameworkFolder() / "__updcf__.tmp";
+    EXPECT_EQ(EntriesFor(copy), 0u) << "no partial copy stays";
+
     for (const std::size_t size : {kLimit, kLimit + 1}) {
         kftest::WriteFile(copy, sized(size));
         KF_List<KF_AddonUpdate_Message> messages;

@@ -59,17 +59,26 @@ TEST(VersionsFile, ReadsTheThreeKindsOfEntryInFileOrder)
     EXPECT_TRUE(p.addons[1].languages.empty());
 }
 
-TEST(VersionsFile, MessageKeywordIsFoundAnywhereInTheFirstTokenAndDatesAreNotChecked)
+// The keyword is found anywhere in the first token, dates are not checked, and the text is split
+// at the first plain http address.
+TEST(VersionsFile, MessagesTheirKeywordDatesAndAddress)
 {
     const Parsed p = Parse("MESSAGE\n"
+                           "# See http://example.com/a for more\n"
+                           "# and the next line\n"
                            "XMESSAGEX 01/01/2012\n"
+                           "# Only https://example.com/secure here\n"
                            "MESSAGE abc 31-12-2013x\n"
                            "message 01/01/2012\n");
     ASSERT_EQ(p.messages.size(), 3u);
     EXPECT_EQ(p.messages[0].firstDate, "");
     EXPECT_EQ(p.messages[0].secondDate, "");
+    EXPECT_EQ(p.messages[0].text, "See ");
+    EXPECT_EQ(p.messages[0].url, "http://example.com/a for more\nand the next line");
     EXPECT_EQ(p.messages[1].firstDate, "20120101");
     EXPECT_EQ(p.messages[1].secondDate, "");
+    EXPECT_EQ(p.messages[1].text, "Only https://example.com/secure here");
+    EXPECT_EQ(p.messages[1].url, "");
     EXPECT_EQ(p.messages[2].firstDate, "ab"); // a short "date" gives a short result
     EXPECT_EQ(p.messages[2].secondDate, "20131231");
     // The keyword is case-sensitive: in lower case the line is a library with a ten-character date.
@@ -77,21 +86,9 @@ TEST(VersionsFile, MessageKeywordIsFoundAnywhereInTheFirstTokenAndDatesAreNotChe
     EXPECT_EQ(p.libraries[0].name, "message");
 }
 
-TEST(VersionsFile, MessageTextIsSplitAtTheFirstPlainHttpAddress)
-{
-    const Parsed p = Parse("MESSAGE\n"
-                           "# See http://example.com/a for more\n"
-                           "# and the next line\n"
-                           "MESSAGE\n"
-                           "# Only https://example.com/secure here\n");
-    ASSERT_EQ(p.messages.size(), 2u);
-    EXPECT_EQ(p.messages[0].text, "See ");
-    EXPECT_EQ(p.messages[0].url, "http://example.com/a for more\nand the next line");
-    EXPECT_EQ(p.messages[1].text, "Only https://example.com/secure here");
-    EXPECT_EQ(p.messages[1].url, "");
-}
-
-TEST(VersionsFile, TextBlocksDropLeadingEmptyLinesButKeepLaterOnes)
+// A block drops its leading empty lines but keeps later ones, and ends at the first other line;
+// lines that are ignored own no text.
+TEST(VersionsFile, TextBlocksKeepTheirInnerEmptyLinesAndEndAtTheFirstOtherLine)
 {
     const Parsed p = Parse("A 1.0.0.0 (HV160) 01/02/2012\n"
                            "#\n"
@@ -102,25 +99,17 @@ TEST(VersionsFile, TextBlocksDropLeadingEmptyLinesButKeepLaterOnes)
                            "#x\n"
                            "# World\n"
                            "C 1.0.0.0 (HV160) 01/02/2012\n"
-                           "#Tight\n");
-    ASSERT_EQ(p.addons.size(), 3u);
-    EXPECT_EQ(p.addons[0].text, "Hello");
-    EXPECT_EQ(p.addons[1].text, "Hello\n\n\nWorld");
-    EXPECT_EQ(p.addons[2].text, "ight"); // the character after "#" is dropped whatever it is
-}
-
-TEST(VersionsFile, TextBlockEndsAtTheFirstOtherLineAndIgnoredLinesOwnNoText)
-{
-    const Parsed p = Parse("A 1.0.0.0 (HV160) 01/02/2012\n"
-                           "# kept\n"
+                           "#Tight\n"
                            "* a comment ends the block\n"
                            "# orphan after a comment\n"
                            "not an entry at all\n"
                            "# orphan after an ignored line\n"
                            "Lib 01-01-2013\n"
                            "# library text\n");
-    ASSERT_EQ(p.addons.size(), 1u);
-    EXPECT_EQ(p.addons[0].text, "kept");
+    ASSERT_EQ(p.addons.size(), 3u);
+    EXPECT_EQ(p.addons[0].text, "Hello");
+    EXPECT_EQ(p.addons[1].text, "Hello\n\n\nWorld");
+    EXPECT_EQ(p.addons[2].text, "ight"); // the character after "#" is dropped whatever it is
     ASSERT_EQ(p.libraries.size(), 1u);
     EXPECT_EQ(p.libraries[0].text, "library text");
     EXPECT_TRUE(p.messages.empty());
@@ -238,11 +227,4 @@ TEST(VersionsFile, ListsAreAppendedToAndABadByteSpoilsOnlyItsLine)
     EXPECT_EQ(addons.GetCount(), 3);
     kf::detail::KF_AddonUpdate_ParseVersionsBytes(nullptr, 0, messages, addons, libraries);
     EXPECT_EQ(messages.GetCount(), 2);
-}
-
-TEST(VersionsFile, NonAsciiTextIsKept)
-{
-    const Parsed p = Parse("MESSAGE\n# Привет, 日本語 — ok\n");
-    ASSERT_EQ(p.messages.size(), 1u);
-    EXPECT_EQ(p.messages[0].text, "Привет, 日本語 — ok");
 }
