@@ -205,7 +205,7 @@ TEST(KfhostStandardInput, EachLineRunsAsItArrives)
     // Each answer is awaited before the next line is written: a host that waited for the end of
     // its input would never answer.
     kfhost.Write("menu 32500 3\n");
-    ASSERT_TRUE(kfhost.WaitFor("alert \"Probe\" \"Probe alert text\"")) << kfhost.output;
+    ASSERT_TRUE(kfhost.WaitFor("alert \"Probe\" \"Probe alert text\" \"small\" buttons \"OK\"")) << kfhost.output;
     kfhost.Write("expect alert \"Probe alert text\"\nmenu 32500 1\n");
     ASSERT_TRUE(kfhost.WaitFor("dialog 32600 title \"Probe dialog\"")) << kfhost.output;
     kfhost.Write("click 2\n");

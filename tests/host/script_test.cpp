@@ -60,6 +60,9 @@ TEST(ScriptExpect, EveryCheckFailsWithWhatWasThereAndHoldsOtherwise)
         {"", "expect alert \"Probe alert text\"", "no alert was shown", "expect no-alert"},
         {"menu 32500 3", "expect alert \"Other\"", "the alert says \"Probe alert text\"", "expect no-alert"},
         {"menu 32500 3", "expect no-alert", "an alert says \"Probe alert text\"", "expect alert \"Probe alert text\""},
+        // Each alert is checked once, in the order shown.
+        {"menu 32500 3\nexpect alert \"Probe alert text\"", "expect alert \"Probe alert text\"", "no alert was shown",
+         "expect no-alert"},
         {"", "expect launched \"xdg-open\"", "nothing was launched", "expect no-dialog"},
         {"",
          "expect launched \"first\"",
