@@ -1,8 +1,10 @@
 // The main dialog's texts in every language, the language button, and the fall-backs for
-// missing strings.
+// missing strings; the framework's strings the add-on shows exist in every language.
 #include "AddOnHarness.hpp"
 
 #include <gtest/gtest.h>
+
+#include <set>
 
 namespace kftest {
 namespace {
@@ -18,6 +20,7 @@ std::string Expect(int item, const std::string& text)
 
 TEST(MainDialog, ShowsEachLanguagesOwnTextsAndTheFixedVersionLabel)
 {
+    std::set<std::string> explanations; // translated, not copied: they differ between any two languages
     for (int language = 0; language < 7; ++language) {
         SCOPED_TRACE(kSuffixes[size_t(language)]);
         Workspace w;
@@ -27,11 +30,27 @@ TEST(MainDialog, ShowsEachLanguagesOwnTextsAndTheFixedVersionLabel)
             const std::string text = BundleString(kForge, 32530 + language, index);
             ASSERT_FALSE(text.empty()) << "string " << index << " of " << 32530 + language;
             lines.push_back(Expect(item, text));
+            if (index >= 5 && index <= 7)
+                explanations.insert(text);
         }
         lines.push_back(Expect(9, "1.1.1.2001"));
         lines.push_back("click 2");
         const HostRun run = w.Run({kForge}, w.WriteScript(lines));
         EXPECT_EQ(run.status, 0) << run.transcript;
+    }
+    EXPECT_EQ(explanations.size(), 21u);
+}
+
+TEST(MainDialog, EveryFrameworkStringItUsesExistsInEveryLanguage)
+{
+    const int framework[] = {5, 13, 33, 34, 35, 37, 64, 65, 79, 80, 81, 82, 83, 84, 85};
+    for (int language = 0; language < 7; ++language) {
+        for (int index : framework)
+            EXPECT_FALSE(BundleString(kForge, 32710 + language, index).empty()) << 32710 + language << "/" << index;
+        EXPECT_NE(BundleString(kForge, 32710 + language, 80).find("ADDONNAME"), std::string::npos);
+        EXPECT_NE(BundleString(kForge, 32710 + language, 81).find("ADDONNAME"), std::string::npos);
+        EXPECT_NE(BundleString(kForge, 32710 + language, 82).find("ADDONLIBNAME"), std::string::npos);
+        EXPECT_NE(BundleString(kForge, 32710 + language, 83).find("ADDONLIBNAME"), std::string::npos);
     }
 }
 
