@@ -82,35 +82,28 @@ TEST_F(ProbeWindows, MenuBarShowsTheRegisteredMenuWithItemFlags)
     EXPECT_TRUE(session.Window().LogView().toPlainText().contains("loaded \"Probe A\""));
 }
 
+// Worked by mouse. That each window shows what the host holds (titles, sizes, texts, rows, states)
+// is checked after every line of a windowed script run (gui.kfhost_script_and_pictures); here, what
+// that check does not see: modality, tab fields, pictures, and the mouse's way to the add-on.
 TEST_F(ProbeWindows, ModalDialogIsWorkedThroughItsWidgets)
 {
+    const KF_HostTable& table = host.AddOns().front()->table;
+    auto box = [&] { return qobject_cast<QCheckBox*>(drive.Item(6)); };
     drive.Run(Choose(1), {
                              drive.Shows(32600),
                              Do([&] {
-                                 kfhost::qt::DialogWindow* top = drive.Top();
-                                 ASSERT_NE(top, nullptr);
-                                 EXPECT_EQ(top->ResID(), 32600);
-                                 EXPECT_EQ(top->windowTitle(), "Probe dialog") << "the title the add-on set";
-                                 EXPECT_EQ(top->size(), QSize(300, 200));
-                                 EXPECT_EQ(top->windowModality(), Qt::ApplicationModal);
-                                 EXPECT_TRUE(top->isVisible());
+                                 EXPECT_EQ(drive.Top()->windowModality(), Qt::ApplicationModal);
                                  kfhost::qt::RowList* list = drive.List(3);
                                  ASSERT_NE(list, nullptr);
-                                 ASSERT_EQ(list->count(), 3);
-                                 EXPECT_EQ(list->RowTexts(1), (QStringList{"", "Beta", "tab"}));
                                  ASSERT_EQ(list->Tabs().size(), 2u);
                                  EXPECT_EQ(list->Tabs()[1].begPos, 150);
                                  for (int row = 0; row < 3; ++row)
                                      EXPECT_FALSE(list->item(row)->data(Qt::DecorationRole).value<QPixmap>().isNull())
                                          << row;
-                                 EXPECT_EQ(list->SelectedRow(), 1);
-                                 EXPECT_EQ(drive.Text(4), "Alpha");
-                                 EXPECT_FALSE(drive.Item(5)->isVisible()) << "declared hidden";
                                  drive.SelectRow(3, 2);
                              }),
                              Do([&] {
                                  EXPECT_EQ(drive.Text(4), "Beta") << "the change message reached the add-on";
-                                 EXPECT_EQ(host.Dialogs().Current()->Item(3)->FirstSelected(), 2);
                                  const auto* icon = qobject_cast<QLabel*>(drive.Item(8));
                                  ASSERT_NE(icon, nullptr);
                                  EXPECT_EQ(icon->pixmap().toImage(),
@@ -121,45 +114,9 @@ TEST_F(ProbeWindows, ModalDialogIsWorkedThroughItsWidgets)
                              Do([&] {
                                  EXPECT_FALSE(drive.Item(1)->isEnabled()) << "disabled live on the third row";
                                  drive.Click(1); // a click on a disabled button does nothing
-                                 drive.Click(6);
+                                 // The check box shows the state the host holds, whoever set it.
+                                 table.SetItemChecked(table.context, host.Dialogs().Current()->id, 6, 1);
                              }),
-                             Do([&] {
-                                 ASSERT_NE(drive.Top(), nullptr);
-                                 EXPECT_EQ(drive.Top()->ResID(), 32600);
-                                 EXPECT_TRUE(drive.Item(5)->isVisible()) << "shown live by the check box";
-                                 EXPECT_TRUE(qobject_cast<QCheckBox*>(drive.Item(6))->isChecked());
-                                 drive.Click(7); // blocks in the nested dialog; the next steps run inside it
-                             }),
-                             drive.Shows(32602),
-                             Do([&] {
-                                 ASSERT_NE(drive.Top(), nullptr);
-                                 EXPECT_EQ(drive.Top()->ResID(), 32602);
-                                 EXPECT_EQ(drive.Top()->windowTitle(), "Nested");
-                                 drive.Top()->close(); // the window's close box
-                             }),
-                             drive.Shows(32600),
-                             Do([&] {
-                                 ASSERT_NE(drive.Top(), nullptr);
-                                 EXPECT_EQ(drive.Top()->ResID(), 32600);
-                                 drive.SelectRow(3, 1);
-                             }),
-                             Do([&] { drive.Click(1); }),
-                         });
-    EXPECT_EQ(host.Dialogs().ModalDepth(), 0);
-    EXPECT_TRUE(session.Backend().Windows().empty());
-    EXPECT_TRUE(Logged(host, "closed 32602 with 1")) << "the close box closes with the cancel item";
-    EXPECT_TRUE(Logged(host, "closed 32600 with 1"));
-    EXPECT_FALSE(Logged(host, "closed 32600 with 2"));
-}
-
-// The check box shows the state the host holds, whoever set it, and the add-on reads the user's.
-TEST_F(ProbeWindows, TheCheckBoxShowsTheStateTheHostHolds)
-{
-    const KF_HostTable& table = host.AddOns().front()->table;
-    auto box = [&] { return qobject_cast<QCheckBox*>(drive.Item(6)); };
-    drive.Run(Choose(1), {
-                             drive.Shows(32600),
-                             Do([&] { table.SetItemChecked(table.context, host.Dialogs().Current()->id, 6, 1); }),
                              Do([&] {
                                  ASSERT_NE(box(), nullptr);
                                  EXPECT_TRUE(box()->isChecked()) << "set by the add-on";
@@ -172,12 +129,20 @@ TEST_F(ProbeWindows, TheCheckBoxShowsTheStateTheHostHolds)
                                  drive.Click(6);
                              }),
                              Do([&] {
-                                 EXPECT_TRUE(box()->isChecked());
                                  EXPECT_TRUE(drive.Item(5)->isVisible()) << "the add-on read the user's state";
-                                 drive.Click(2);
+                                 drive.Click(7); // blocks in the nested dialog; the next steps run inside it
                              }),
+                             drive.Shows(32602),
+                             Do([&] { drive.Top()->close(); }), // the window's close box
+                             drive.Shows(32600),
+                             Do([&] { drive.SelectRow(3, 1); }),
+                             Do([&] { drive.Click(1); }),
                          });
-    EXPECT_TRUE(Logged(host, "closed 32600 with 2"));
+    EXPECT_EQ(host.Dialogs().ModalDepth(), 0);
+    EXPECT_TRUE(session.Backend().Windows().empty());
+    EXPECT_TRUE(Logged(host, "closed 32602 with 1")) << "the close box closes with the cancel item";
+    EXPECT_TRUE(Logged(host, "closed 32600 with 1"));
+    EXPECT_FALSE(Logged(host, "closed 32600 with 2"));
 }
 
 TEST_F(ProbeWindows, ModelessWindowStandsBesideTheMainWindow)
