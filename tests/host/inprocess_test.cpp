@@ -48,6 +48,18 @@ protected:
 
 TEST_F(InProcess, LoadSequenceHandsOverTheTableAndUnloadFreesIt)
 {
+    // Before the table, the wrappers answer neutrally and reach no add-on code.
+    ASSERT_EQ(kfsdk::CurrentHostTable(), nullptr);
+    KF_EnvirRecord envir{};
+    const KF_AddOnEntry& entry = kftest::LinkedEntryPoints();
+    EXPECT_EQ(entry.version.major, KF_HOST_TABLE_MAJOR);
+    EXPECT_EQ(entry.checkEnvironment(&envir), 0);
+    EXPECT_EQ(entry.registerInterface(), APIERR_GENERAL);
+    EXPECT_EQ(entry.initialize(this), APIERR_GENERAL);
+    EXPECT_EQ(entry.freeData(), APIERR_GENERAL);
+    EXPECT_EQ(kfsdk::ClientPointer(), nullptr);
+    EXPECT_EQ(probe::Get().initialized, 0);
+
     const auto result = Load();
     ASSERT_TRUE(result.Loaded()) << result.reason;
     EXPECT_EQ(probe::Get().release, 17);
@@ -76,56 +88,30 @@ TEST_F(InProcess, LoadSequenceHandsOverTheTableAndUnloadFreesIt)
 
 TEST_F(InProcess, NameAndDescriptionAreCutToTheirRecordFields)
 {
-    struct Case {
-        std::size_t length;
-        std::size_t kept;
-    };
     for (bool description : {false, true}) {
         std::size_t const max = description ? KF_ENVIR_DESCRIPTION_MAX : KF_ENVIR_NAME_MAX;
-        for (const Case c : {Case{max - 1, max - 1}, Case{max, max}, Case{max + 1, max}}) {
+        for (const std::size_t length : {max - 1, max, max + 1}) {
             std::string text;
-            for (std::size_t i = 0; i < c.length; ++i)
+            for (std::size_t i = 0; i < length; ++i)
                 text += char('a' + i % 26);
             probe::Get() = probe::State{};
             (description ? probe::Get().description : probe::Get().name) = text;
             const auto result = Load();
             ASSERT_TRUE(result.Loaded()) << result.reason;
-            EXPECT_EQ(description ? result.addOn->description : result.addOn->name, text.substr(0, c.kept)) << c.length;
+            EXPECT_EQ(description ? result.addOn->description : result.addOn->name, text.substr(0, max)) << length;
             host.Unload();
         }
     }
 }
 
-TEST_F(InProcess, WrappersAnswerNeutrallyBeforeTheTable)
-{
-    ASSERT_EQ(kfsdk::CurrentHostTable(), nullptr);
-    KF_EnvirRecord envir{};
-    const KF_AddOnEntry& entry = kftest::LinkedEntryPoints();
-    EXPECT_EQ(entry.version.major, KF_HOST_TABLE_MAJOR);
-    EXPECT_EQ(entry.checkEnvironment(&envir), 0);
-    EXPECT_EQ(entry.registerInterface(), APIERR_GENERAL);
-    EXPECT_EQ(entry.initialize(this), APIERR_GENERAL);
-    EXPECT_EQ(entry.freeData(), APIERR_GENERAL);
-    EXPECT_EQ(kfsdk::ClientPointer(), nullptr);
-    EXPECT_EQ(probe::Get().initialized, 0);
-}
-
 TEST_F(InProcess, ModalDialogRunsOnTheScriptAndShowsItsState)
 {
     ASSERT_TRUE(Load().Loaded());
-    host.Queue(R"(expect dialog 32600
-expect title "Probe dialog"
-expect rows 3 3
-expect selected 3 1
-expect row 3 2 "Beta" 1
-expect text 4 "Alpha"
-select 3 3
+    // Each check is played on its own in the script's tables below; here, the transcript.
+    host.Queue(R"(select 3 3
 expect text 4 "Gamma"
-expect disabled 1
-expect hidden 5
 click 6
 expect visible 5
-expect checked 6
 click 7
 expect dialog 32602
 close
