@@ -60,7 +60,7 @@ protected:
     }
 };
 
-TEST_F(ProbeWindows, MenuBarShowsTheRegisteredMenuWithItemFlags)
+TEST_F(ProbeWindows, MenuBarShowsTheRegisteredMenuWithItemFlagsAndReloadRebuildsIt)
 {
     QMenu* menu = session.Window().Menu(32500);
     ASSERT_NE(menu, nullptr);
@@ -80,6 +80,23 @@ TEST_F(ProbeWindows, MenuBarShowsTheRegisteredMenuWithItemFlags)
     EXPECT_FALSE(menu->actions()[0]->isEnabled());
 
     EXPECT_TRUE(session.Window().LogView().toPlainText().contains("loaded \"Probe A\""));
+
+    // The Host menu's reload loads the bundle again and rebuilds its menu.
+    QMenu* hostMenu = session.Window().menuBar()->findChild<QMenu*>("hostMenu");
+    ASSERT_NE(hostMenu, nullptr);
+    emit hostMenu->aboutToShow();
+    QAction* reload = hostMenu->findChild<QAction*>("reloadAddOns");
+    ASSERT_NE(reload, nullptr);
+    reload->trigger();
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(Logged(host, "reloading 1 bundle(s)"));
+    const auto& lines = host.Log().Lines();
+    EXPECT_EQ(std::count_if(lines.begin(), lines.end(), [](const std::string& l) { return l.starts_with("loaded "); }),
+              2)
+        << host.Log().Text();
+    ASSERT_EQ(host.AddOns().size(), 1u);
+    ASSERT_NE(MenuItem(1), nullptr) << "its menu is back in the menu bar";
+    EXPECT_EQ(MenuItem(1)->text(), "Modal dialog");
 }
 
 // Worked by mouse. That each window shows what the host holds (titles, sizes, texts, rows, states)
@@ -256,29 +273,6 @@ TEST_F(ProbeWindows, ScriptClicksGoToTheWidgetsAndRefusalsAreTheHeadlessOnes)
     EXPECT_TRUE(Logged(host, "> select 3 3"));
     EXPECT_TRUE(Logged(host, "closed 32600 with 2"));
     EXPECT_EQ(cancel.count, 1) << "the script's click reached the button";
-}
-
-} // namespace
-
-namespace {
-
-TEST_F(ProbeWindows, ReloadAddOnsLoadsTheBundleAgainAndRebuildsItsMenu)
-{
-    QMenu* hostMenu = session.Window().menuBar()->findChild<QMenu*>("hostMenu");
-    ASSERT_NE(hostMenu, nullptr);
-    emit hostMenu->aboutToShow();
-    QAction* reload = hostMenu->findChild<QAction*>("reloadAddOns");
-    ASSERT_NE(reload, nullptr);
-    reload->trigger();
-    QCoreApplication::processEvents();
-    EXPECT_TRUE(Logged(host, "reloading 1 bundle(s)"));
-    const auto& lines = host.Log().Lines();
-    EXPECT_EQ(std::count_if(lines.begin(), lines.end(), [](const std::string& l) { return l.starts_with("loaded "); }),
-              2)
-        << host.Log().Text();
-    ASSERT_EQ(host.AddOns().size(), 1u);
-    ASSERT_NE(MenuItem(1), nullptr) << "its menu is back in the menu bar";
-    EXPECT_EQ(MenuItem(1)->text(), "Modal dialog");
 }
 
 } // namespace
