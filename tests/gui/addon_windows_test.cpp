@@ -42,16 +42,6 @@ struct HostRun : kftest::WindowedHost {
         const std::u16string* text = host.AddOns().front()->resources.String(std::int16_t(resID), std::int16_t(index));
         return text ? QString::fromStdU16String(*text) : QStringLiteral("<missing %1/%2>").arg(resID).arg(index);
     }
-
-    std::function<void()> Choose(std::int16_t menu, int item)
-    {
-        return [this, menu, item] {
-            QMenu* shown = session.Window().Menu(menu);
-            ASSERT_NE(shown, nullptr) << "menu " << menu << " is not in the menu bar";
-            ASSERT_GE(shown->actions().size(), item);
-            shown->actions()[item - 1]->trigger();
-        };
-    }
 };
 
 class AddOnWindows : public ::testing::Test {
