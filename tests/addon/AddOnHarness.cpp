@@ -2,16 +2,10 @@
 
 #include "kfhost/Resources.hpp"
 #include "kfhost/Text.hpp"
-
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
+#include "kftest/Program.hpp"
 
 #include <map>
 #include <sstream>
-#include <stdexcept>
-
-extern char** environ;
 
 namespace kftest {
 
@@ -27,26 +21,8 @@ HostRun Workspace::Run(const std::vector<fs::path>& bundles, const fs::path& scr
     if (!script.empty() && strict)
         args.push_back("--strict");
     args.insert(args.end(), extra.begin(), extra.end());
-    std::vector<char*> argv;
-    for (auto& a : args)
-        argv.push_back(a.data());
-    argv.push_back(nullptr);
-
-    const fs::path out = temp_.Path() / "transcript.txt";
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    posix_spawn_file_actions_adddup2(&actions, 1, 2);
-    pid_t pid = 0;
-    const int err = posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    if (err != 0)
-        throw std::runtime_error("cannot start " + args[0]);
-    int wstatus = 0;
-    while (waitpid(pid, &wstatus, 0) < 0) {
-    }
-    return HostRun{WIFEXITED(wstatus) ? WEXITSTATUS(wstatus) : -1, ReadFile(out)};
+    const Finished run = RunProgram(std::move(args));
+    return HostRun{run.status, run.output};
 }
 
 fs::path Workspace::WriteScript(const std::vector<std::string>& lines) const

@@ -20,7 +20,7 @@ inline const fs::path kSuite = KF_TEST_SUITE_BUNDLE;
 inline const fs::path kProbe = KF_TEST_PROBE_BUNDLE;
 
 struct HostRun {
-    int status = -1;        // exit status; -1 when it did not exit normally
+    int status = -1;        // exit status; 128 + the signal when one ended it
     std::string transcript; // standard output and error together
 };
 

@@ -3,10 +3,17 @@
 
 #include "Driver.hpp"
 
+#include <gtest/gtest.h>
+
 #include "kfhost/qt/Gui.hpp"
+#include "kfhost/qt/MainWindow.hpp"
 #include "kfhost/script/Runner.hpp"
 
+#include <QAction>
+#include <QMenu>
+
 #include <filesystem>
+#include <functional>
 #include <utility>
 
 namespace kftest {
@@ -17,6 +24,22 @@ struct WindowedHost {
     {
         loaded = host.LoadBundle(bundle);
         session.ShowMainWindow();
+    }
+
+    // Item `item` (1 on) of menu `menu` in the menu bar; null when there is none.
+    QAction* MenuItem(std::int16_t menu, int item)
+    {
+        QMenu* shown = session.Window().Menu(menu);
+        return shown && item >= 1 && item <= shown->actions().size() ? shown->actions()[item - 1] : nullptr;
+    }
+    // A start for Driver::Run: the user chooses that item.
+    std::function<void()> Choose(std::int16_t menu, int item)
+    {
+        return [this, menu, item] {
+            QAction* action = MenuItem(menu, item);
+            ASSERT_NE(action, nullptr) << "menu " << menu << " has no item " << item;
+            action->trigger();
+        };
     }
 
     kfhost::Host host;

@@ -19,7 +19,6 @@ using kftest::Do;
 using kftest::Logged;
 
 constexpr std::int16_t kResults = 32755;
-constexpr std::int16_t kStrings = 32711; // the framework's texts, international
 
 // Made before the host, which is told the server's port.
 struct DemoServer {
@@ -55,42 +54,27 @@ protected:
         ASSERT_GT(port, 0);
         ASSERT_TRUE(loaded.Loaded()) << loaded.reason;
     }
-
-    QString Str(int index, const char* name = nullptr, const char* value = nullptr) const
-    {
-        const std::u16string* text = host.AddOns().front()->resources.String(kStrings, std::int16_t(index));
-        QString s = text ? QString::fromStdU16String(*text) : QStringLiteral("<missing %1>").arg(index);
-        return name ? s.replace(QLatin1String(name), QLatin1String(value)) : s;
-    }
 };
 
 TEST_F(UpdateWindows, ResultWindowShowsANewerReleaseAndOpensTheUpdatePage)
 {
-    QMenu* menu = session.Window().Menu(32601);
-    ASSERT_NE(menu, nullptr);
-    drive.Run([&] { menu->actions()[0]->trigger(); },
-              {
-                  [&] {
-                      kfhost::qt::DialogWindow* window = drive.WindowOf(kResults);
-                      return window && window->isVisible();
-                  },
-                  Do([&] {
-                      kfhost::qt::DialogWindow* window = drive.WindowOf(kResults);
-                      EXPECT_EQ(window->windowModality(), Qt::NonModal);
-                      EXPECT_EQ(window->windowTitle(), "Orvella Beam Tools");
-                      EXPECT_EQ(window->size(), QSize(655, 172));
-                      EXPECT_EQ(drive.Text(3), Str(34));
-                      EXPECT_EQ(drive.Text(4), Str(81, "ADDONNAME", "Orvella Beam Tools"));
-                      EXPECT_EQ(drive.Text(6), Str(82, "ADDONLIBNAME", "OrvellaBeamLib"));
-                      EXPECT_EQ(drive.Text(7), Str(84));
-                      EXPECT_EQ(drive.Text(1), Str(37));
-                      EXPECT_EQ(drive.Text(2), Str(5));
-                      for (std::int16_t item : {1, 2, 3, 4, 5, 6, 7})
-                          EXPECT_TRUE(drive.Item(item)->isVisible()) << "item " << item;
-                      EXPECT_TRUE(drive.Item(5)->isEnabled()) << "a newer release can be fetched";
-                      QTest::mouseClick(drive.Item(5), Qt::LeftButton);
-                  }),
-              });
+    drive.Run(Choose(32601, 1), {
+                                    [&] {
+                                        kfhost::qt::DialogWindow* window = drive.WindowOf(kResults);
+                                        return window && window->isVisible();
+                                    },
+                                    Do([&] {
+                                        kfhost::qt::DialogWindow* window = drive.WindowOf(kResults);
+                                        EXPECT_EQ(window->windowModality(), Qt::NonModal);
+                                        EXPECT_EQ(window->windowTitle(), "Orvella Beam Tools");
+                                        EXPECT_EQ(window->size(), QSize(655, 172));
+                                        // Its texts are the update check's (tests/update); the window shows the host's.
+                                        for (std::int16_t item : {1, 2, 3, 4, 5, 6, 7})
+                                            EXPECT_TRUE(drive.Item(item)->isVisible()) << "item " << item;
+                                        EXPECT_TRUE(drive.Item(5)->isEnabled()) << "a newer release can be fetched";
+                                        QTest::mouseClick(drive.Item(5), Qt::LeftButton);
+                                    }),
+                                });
     EXPECT_EQ(drive.WindowOf(kResults), nullptr);
     ASSERT_FALSE(host.Launched().empty());
     const std::string url = host.Launched().back().back();

@@ -2,6 +2,7 @@
 // default framework folder is one no other user can have put in place first.
 #include "kfhost/Host.hpp"
 #include "kftest/Files.hpp"
+#include "kftest/Scoped.hpp"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +10,6 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <map>
 #include <optional>
 
 namespace {
@@ -44,33 +44,6 @@ TEST(Config, TheDownloadLimitIsAPositiveNumberHeldToASaneRange)
               "unknown host setting \"download-limits\" (known: update-server, download-limit)");
 }
 
-// Sets environment variables for one scope, and puts back what was there however the scope ends.
-class Environment {
-public:
-    void Set(const char* name, const std::optional<std::string>& value)
-    {
-        if (!saved_.count(name)) {
-            const char* old = std::getenv(name);
-            saved_[name] = old ? std::optional<std::string>(old) : std::nullopt;
-        }
-        if (value)
-            ::setenv(name, value->c_str(), 1);
-        else
-            ::unsetenv(name);
-    }
-    ~Environment()
-    {
-        for (const auto& [name, value] : saved_)
-            if (value)
-                ::setenv(name.c_str(), value->c_str(), 1);
-            else
-                ::unsetenv(name.c_str());
-    }
-
-private:
-    std::map<std::string, std::optional<std::string>> saved_;
-};
-
 TEST(Config, WithoutAHomeTheFrameworkFolderIsOneNoOtherUserCanMakeFirst)
 {
     kftest::TempFolder temp;
@@ -80,16 +53,14 @@ TEST(Config, WithoutAHomeTheFrameworkFolderIsOneNoOtherUserCanMakeFirst)
     ::chmod(runtime.c_str(), 0700);
     const fs::path own = tmp / ("kfhost-" + std::to_string(::getuid()));
 
-    Environment env;
-    env.Set("XDG_DATA_HOME", (temp.Path() / "data").string());
-    env.Set("HOME", (temp.Path() / "home").string());
+    // Each guard puts back what was there; in between the test changes the variables at will.
+    const kftest::ScopedEnv data("XDG_DATA_HOME", (temp.Path() / "data").string()),
+        home("HOME", (temp.Path() / "home").string()), tmpdir("TMPDIR", tmp.string()),
+        xdgRuntime("XDG_RUNTIME_DIR", runtime.string());
     EXPECT_EQ(kfhost::DefaultFrameworkFolder().folder, temp.Path() / "data" / "kfhost" / "framework");
-    env.Set("XDG_DATA_HOME", std::nullopt);
+    ::unsetenv("XDG_DATA_HOME");
     EXPECT_EQ(kfhost::DefaultFrameworkFolder().folder, temp.Path() / "home" / ".local/share/kfhost/framework");
-
-    env.Set("HOME", std::nullopt);
-    env.Set("TMPDIR", tmp.string());
-    env.Set("XDG_RUNTIME_DIR", runtime.string());
+    ::unsetenv("HOME");
     EXPECT_EQ(kfhost::DefaultFrameworkFolder().folder, runtime / "kfhost" / "framework");
 
     // A runtime folder open to others is passed over for one of our own in the temporary folder.
@@ -101,7 +72,7 @@ TEST(Config, WithoutAHomeTheFrameworkFolderIsOneNoOtherUserCanMakeFirst)
     EXPECT_EQ(st.st_mode & 0777, 0700u);
 
     // What another user could have planted there is refused, and the host says why.
-    env.Set("XDG_RUNTIME_DIR", std::nullopt);
+    ::unsetenv("XDG_RUNTIME_DIR");
     ::chmod(own.c_str(), 0777);
     choice = kfhost::DefaultFrameworkFolder();
     EXPECT_EQ(choice.folder, fs::path());

@@ -1,141 +1,32 @@
 // The kfhost program as its users meet it: the command line and its mistakes, a script typed line
 // by line on standard input, the watch of a rebuilt bundle, and what a headless run maps.
 #include "kftest/Files.hpp"
+#include "kftest/Program.hpp"
 
 #include <gtest/gtest.h>
-
-#include <fcntl.h>
-#include <poll.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <regex>
 #include <string>
 #include <vector>
-
-extern char** environ;
 
 namespace {
 
 namespace fs = std::filesystem;
 const fs::path kProbeA = fs::path(KF_TEST_ADDONS) / "ProbeA.bundle";
 
-// kfhost started with a pipe to its standard input and one from its standard output and error.
-class Kfhost {
-public:
-    explicit Kfhost(std::vector<std::string> args, const std::vector<std::string>& env = {},
-                    const std::string& program = KF_TEST_KFHOST)
-    {
-        int in[2], out[2];
-        if (::pipe2(in, O_CLOEXEC) != 0 || ::pipe2(out, O_CLOEXEC) != 0)
-            throw std::runtime_error("pipe");
-        args.insert(args.begin(), program);
-        std::vector<char*> argv;
-        for (auto& a : args)
-            argv.push_back(a.data());
-        argv.push_back(nullptr);
-        std::vector<std::string> environment(env);
-        for (char** e = environ; *e; ++e)
-            environment.emplace_back(*e);
-        std::vector<char*> envp;
-        for (auto& e : environment)
-            envp.push_back(e.data());
-        envp.push_back(nullptr);
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_adddup2(&actions, in[0], 0);
-        posix_spawn_file_actions_adddup2(&actions, out[1], 1);
-        posix_spawn_file_actions_adddup2(&actions, out[1], 2);
-        const int spawned = posix_spawn(&pid_, argv[0], &actions, nullptr, argv.data(), envp.data());
-        posix_spawn_file_actions_destroy(&actions);
-        ::close(in[0]);
-        ::close(out[1]);
-        input_ = in[1];
-        output_ = out[0];
-        if (spawned != 0)
-            throw std::runtime_error("cannot start " + program);
-    }
-    ~Kfhost()
-    {
-        CloseInput();
-        if (pid_ > 0)
-            Wait();
-        ::close(output_);
-    }
-    Kfhost(const Kfhost&) = delete;
-    Kfhost& operator=(const Kfhost&) = delete;
+using kftest::Finished;
 
-    void Write(std::string_view text)
-    {
-        while (!text.empty()) {
-            const ssize_t n = ::write(input_, text.data(), text.size());
-            if (n <= 0)
-                return;
-            text.remove_prefix(std::size_t(n));
-        }
-    }
-    void CloseInput()
-    {
-        if (input_ >= 0)
-            ::close(input_);
-        input_ = -1;
-    }
-    // Reads what kfhost prints until `text` has appeared `times` times; false when its output ends
-    // first. kfhost waits for more input meanwhile, so nothing comes from the input side.
-    bool WaitFor(const std::string& text, int times = 1)
-    {
-        for (;;) {
-            int seen = 0;
-            for (std::size_t at = output.find(text); at != std::string::npos; at = output.find(text, at + 1))
-                ++seen;
-            if (seen >= times)
-                return true;
-            if (!ReadSome())
-                return false;
-        }
-    }
-    // Closes the input, reads the rest and answers the exit status.
-    int Wait()
-    {
-        CloseInput();
-        while (ReadSome()) {
-        }
-        int status = 0;
-        ::waitpid(pid_, &status, 0);
-        pid_ = 0;
-        return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    }
-
-    std::string output;
-
-private:
-    bool ReadSome()
-    {
-        char chunk[4096];
-        const ssize_t n = ::read(output_, chunk, sizeof chunk);
-        if (n <= 0)
-            return false;
-        output.append(chunk, std::size_t(n));
-        return true;
-    }
-
-    pid_t pid_ = 0;
-    int input_ = -1;
-    int output_ = -1;
-};
-
-struct Finished {
-    int status;
-    std::string output;
-};
+// kfhost's command line: the program (kfhost unless another copy is named) and its arguments.
+std::vector<std::string> Kfhost(std::vector<std::string> args, const std::string& program = KF_TEST_KFHOST)
+{
+    args.insert(args.begin(), program);
+    return args;
+}
 
 Finished RunKfhost(std::vector<std::string> args, const std::vector<std::string>& env = {},
                    const std::string& program = KF_TEST_KFHOST)
 {
-    Kfhost kfhost(std::move(args), env, program);
-    const int status = kfhost.Wait();
-    return {status, kfhost.output};
+    return kftest::RunProgram(Kfhost(std::move(args), program), env);
 }
 
 TEST(KfhostCommandLine, VersionSubcommandAndMistakesAreNamed)
@@ -200,12 +91,12 @@ TEST(KfhostCommandLine, AScriptWhoseBundlesDidNotLoadDoesNotRun)
 TEST(KfhostStandardInput, EachLineRunsAsItArrives)
 {
     kftest::TempFolder temp;
-    Kfhost kfhost({"--headless", "--framework-folder", (temp.Path() / "fw").string(), "--addon", kProbeA.string(),
-                   "--strict", "--script", "-"});
+    kftest::Program kfhost(Kfhost({"--headless", "--framework-folder", (temp.Path() / "fw").string(), "--addon",
+                                   kProbeA.string(), "--strict", "--script", "-"}));
     // Each answer is awaited before the next line is written: a host that waited for the end of
     // its input would never answer.
     kfhost.Write("menu 32500 3\n");
-    ASSERT_TRUE(kfhost.WaitFor("alert \"Probe\" \"Probe alert text\"")) << kfhost.output;
+    ASSERT_TRUE(kfhost.WaitFor("alert \"Probe\" \"Probe alert text\" \"small\" buttons \"OK\"")) << kfhost.output;
     kfhost.Write("expect alert \"Probe alert text\"\nmenu 32500 1\n");
     ASSERT_TRUE(kfhost.WaitFor("dialog 32600 title \"Probe dialog\"")) << kfhost.output;
     kfhost.Write("click 2\n");
@@ -224,8 +115,8 @@ TEST(KfhostStandardInput, WatchReloadsWhenTheLibraryIsWrittenAgain)
     const fs::path library = bundle / "ProbeA.so";
     const std::string bytes = kftest::ReadFile(library);
 
-    Kfhost kfhost({"--headless", "--framework-folder", (temp.Path() / "fw").string(), "--addon", bundle.string(),
-                   "--watch", "--script", "-"});
+    kftest::Program kfhost(Kfhost({"--headless", "--framework-folder", (temp.Path() / "fw").string(), "--addon",
+                                   bundle.string(), "--watch", "--script", "-"}));
     kfhost.Write("print\n");
     ASSERT_TRUE(kfhost.WaitFor("no dialog")) << kfhost.output;
     // As a linker writes it: the old file removed, a new one written.

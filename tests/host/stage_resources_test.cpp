@@ -41,29 +41,25 @@ protected:
     kftest::TempFolder temp;
 };
 
-TEST_F(Stage, TheAddOnsOwnListReplacesThePacksListByList)
+TEST_F(Stage, OwnListsReplaceThePacksAndLaterFoldersTheEarlierOnes)
 {
     Write(Own("res") / "strings.res", "strings 32711\n  5 \"Cancel (own)\"\nend\nstrings 32531\n  1 \"Hi\"\nend\n");
-    const auto result = Run({Own("res")});
+    // A later folder replaces a file of the same name; a file left from an earlier staging goes.
+    Write(Own("variant") / "texts.res", "strings 32532\n  1 \"variant\"\nend\n");
+    Write(Own("res") / "texts.res", "strings 32532\n  1 \"common\"\nend\n");
+    Write(Out() / "stale.res", "strings 32533\n  1 \"stale\"\nend\n");
+    const auto result = Run({Own("res"), Own("variant")});
     EXPECT_EQ(StringOf(32711, 5), u"Cancel (own)");
     EXPECT_EQ(StringOf(32712, 5), u"Annuler (pack)");
     EXPECT_EQ(StringOf(32531, 1), u"Hi");
+    EXPECT_EQ(StringOf(32532, 1), u"variant");
+    EXPECT_FALSE(fs::exists(Out() / "stale.res"));
     EXPECT_TRUE(fs::exists(Out() / kfhost::kFrameworkPackFolder / "dialogs/32734-language.res"));
     EXPECT_EQ(result.packSkipped, std::vector<std::string>{"strings 32711"});
     // Every source file and folder read is listed, so that the build sees any change.
     const auto& read = result.read;
     EXPECT_NE(std::find(read.begin(), read.end(), Own("res") / "strings.res"), read.end());
     EXPECT_NE(std::find(read.begin(), read.end(), Pack() / "strings"), read.end());
-}
-
-TEST_F(Stage, LaterFolderReplacesAFileOfTheSameNameAndStaleFilesGo)
-{
-    Write(Own("common") / "texts.res", "strings 32531\n  1 \"common\"\nend\n");
-    Write(Own("variant") / "texts.res", "strings 32531\n  1 \"variant\"\nend\n");
-    Write(Out() / "stale.res", "strings 32531\n  1 \"stale\"\nend\n");
-    Run({Own("common"), Own("variant")});
-    EXPECT_EQ(StringOf(32531, 1), u"variant");
-    EXPECT_FALSE(fs::exists(Out() / "stale.res"));
 }
 
 TEST_F(Stage, MistakesNameTheSourceFileLineAndColumn)
