@@ -5,12 +5,13 @@ set -uo pipefail
 
 usage() {
   cat <<'EOF'
-Usage: tools/plant-faults.sh [--build-dir DIR] [--full] [PATCH...]
+Usage: tools/plant-faults.sh [--build-dir DIR] [--full] [--no-baseline] [PATCH...]
 
 For each patch (default: every tests/faults/*.patch, in name order): apply it to the source tree,
 build DIR incrementally (default build/dev, which must be configured), run the tests of the areas
 named in the patch's "# area:" line (ctest -R '^(area|...)\.'), note whether any failed, then take
-the patch back out. A patch is taken back out also when the build fails, a step is interrupted
+the patch back out. Those areas are first built and run once on the clean tree: a test that fails
+there catches nothing. A patch is taken back out also when the build fails, a step is interrupted
 (Ctrl-C) or the script ends any other way; at the end DIR is built once more from the clean tree.
 
 Prints a Markdown table: the fault, where it is planted (file:line), its area, and the tests that
@@ -18,6 +19,7 @@ caught it, "escaped" when every test passed, or "not observable" when the faulty
 or the patch did not apply. Ends with the share caught among the observable faults.
 
   --build-dir DIR  the configured build tree to use (default build/dev)
+  --no-baseline    skip the run on the clean tree (when its tests are known to pass)
   --full           build everything in DIR; by default only what the areas' tests run (their
                    programs and the files of the build tree their commands name, with whatever
                    those depend on), or everything when that cannot be told
@@ -31,9 +33,12 @@ A patch is a `git diff` of one file outside tests/, after a header of comment li
 EOF
 }
 
+# One block, read whole before it runs: a change to this file meanwhile changes nothing of the run.
+{
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build="$root/build/dev"
 full=0
+baseline=1
 patches=()
 while (($#)); do
   case $1 in
@@ -41,6 +46,7 @@ while (($#)); do
   --build-dir) [[ $# -ge 2 ]] || { echo "plant-faults: --build-dir needs a folder" >&2; exit 1; }
     build=$(realpath -m "$2"); shift ;;
   --full) full=1 ;;
+  --no-baseline) baseline=0 ;;
   -*) echo "plant-faults: unknown option $1 (--help lists the options)" >&2; exit 1 ;;
   *) patches+=("$(realpath -m "$1")") ;;
   esac
@@ -94,6 +100,46 @@ if ((!full)); then
   while read -r out; do known[$out]=1; done < <(ninja -C "$build" -t targets all 2>/dev/null | sed 's/: .*//')
 fi
 
+# Builds what the tests matching regex run; false when the build fails.
+build_for() {
+  local targets=()
+  ((full)) || mapfile -t targets < <(targets_of "$1")
+  if ((${#targets[@]})); then
+    cmake --build "$build" -j2 --target "${targets[@]}" >"$log/build" 2>&1
+  else
+    cmake --build "$build" -j2 >"$log/build" 2>&1
+  fi
+}
+
+# Runs the tests matching regex; prints the names of those that failed, one a line.
+failures_of() {
+  ctest --test-dir "$build" -R "$1" -j2 >"$log/test" 2>&1
+  sed -n '/The following tests FAILED/,$ s/^[[:space:]]*[0-9]* - \([^ ]*\) .*/\1/p' "$log/test"
+}
+
+# Sets clean to a file that lists the tests of regex that fail on the clean tree (empty without
+# the baseline run).
+declare -A known_failures=()
+clean_failures() {
+  local file=${known_failures[$1]:-}
+  if [[ -z $file ]]; then
+    file="$log/clean-${#known_failures[@]}"
+    : >"$file"
+    if ((baseline)); then
+      echo "== the clean tree, $1" >&2
+      if ! build_for "$1"; then
+        echo "plant-faults: the clean tree does not build: $log/build" >&2
+        cat "$log/build" >&2
+        exit 1
+      fi
+      failures_of "$1" >"$file"
+      [[ -s $file ]] && echo "   failing already, so catching nothing: $(tr '\n' ' ' <"$file")" >&2
+    fi
+    known_failures[$1]=$file
+  fi
+  clean=$file
+}
+
 rows=()
 caught=0 observable=0
 for patch in "${patches[@]}"; do
@@ -101,27 +147,20 @@ for patch in "${patches[@]}"; do
   areas=$(header "$patch" area)
   where=$(place "$patch")
   regex="^($(tr -s ' ' '|' <<<"$areas" | sed 's/|$//'))\\."
-  echo "== $name ($where, $areas)" >&2
   result=""
+  [[ -n $areas ]] && clean_failures "$regex"
+  echo "== $name ($where, $areas)" >&2
   if [[ -z $areas ]]; then
     result="not observable (no area line)"
   elif ! git apply "$patch" 2>"$log/apply"; then
     result="not observable (does not apply: $(head -n1 "$log/apply"))"
   else
     applied=$patch
-    targets=()
-    ((full)) || mapfile -t targets < <(targets_of "$regex")
-    if ((${#targets[@]})); then
-      cmake --build "$build" -j2 --target "${targets[@]}" >"$log/build" 2>&1
-    else
-      cmake --build "$build" -j2 >"$log/build" 2>&1
-    fi
-    if (($? != 0)); then
+    if ! build_for "$regex"; then
       result="not observable (build fails)"
     else
       observable=$((observable + 1))
-      ctest --test-dir "$build" -R "$regex" -j2 --output-on-failure >"$log/test" 2>&1
-      failed=$(sed -n '/The following tests FAILED/,$ s/^[[:space:]]*[0-9]* - \([^ ]*\) .*/\1/p' "$log/test")
+      failed=$(failures_of "$regex" | grep -vxF -f "$clean")
       if [[ -n $failed ]]; then
         caught=$((caught + 1))
         count=$(wc -l <<<"$failed")
@@ -151,3 +190,4 @@ else
 fi
 echo "Rebuilding $build from the clean tree" >&2
 cmake --build "$build" -j2 >"$log/build" 2>&1 || echo "plant-faults: the clean tree does not build in $build" >&2
+}; exit
