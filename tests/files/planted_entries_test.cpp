@@ -18,14 +18,14 @@ namespace {
 using PlantedEntries = HostedFiles;
 
 // A tag of a writer that no longer runs: this machine and boot, a process number nobody holds.
-std::string GoneWritersTag()
+std::string GoneWritersTag(const char* random = "0badf00d")
 {
     kf::detail::KF_WriterID gone = kf::detail::KF_Writer_This();
     gone.pid = 999999;
     gone.start += 1;
     char text[96];
-    std::snprintf(text, sizeof text, "%ld-%llu-%08x-%08x-0badf00d", long(gone.pid), gone.start, unsigned(gone.boot),
-                  unsigned(gone.place));
+    std::snprintf(text, sizeof text, "%ld-%llu-%08x-%08x-%s", long(gone.pid), gone.start, unsigned(gone.boot),
+                  unsigned(gone.place), random);
     return text;
 }
 
@@ -54,7 +54,8 @@ TEST_F(PlantedEntries, OnlyTheTargetDotTagNamesAreItsTemporaryFiles)
 {
     const std::string tag = GoneWritersTag();
     const std::string ours = "f." + tag + ".kftmp";
-    const std::vector<std::string> others = {"f_" + tag + ".kftmp", "fx" + tag + ".kftmp", "g." + tag + ".kftmp"};
+    const std::vector<std::string> others = {"f_" + tag + ".kftmp", "fx" + tag + ".kftmp", "g." + tag + ".kftmp",
+                                             "f." + GoneWritersTag("badf00d") + ".kftmp"};
     kftest::WriteFile(Path(ours.c_str()), "left");
     for (const std::string& name : others)
         kftest::WriteFile(Path(name.c_str()), "someone's");
