@@ -17,6 +17,7 @@
 
 using namespace std::string_view_literals;
 using kftest::FromU16;
+using kftest::Hex;
 using kftest::U;
 namespace ref = kftest::utf8ref;
 
@@ -26,43 +27,12 @@ using E = KF_String;
 
 constexpr char16_t kEscape = 0xDC00;
 
-std::string Hex(std::u16string_view units)
-{
-    std::string out;
-    char buf[8];
-    for (char16_t u : units) {
-        std::snprintf(buf, sizeof buf, "%04X ", unsigned(u));
-        out += buf;
-    }
-    return out;
-}
-
-std::string Hex(std::string_view bytes)
-{
-    std::string out;
-    char buf[4];
-    for (unsigned char b : bytes) {
-        std::snprintf(buf, sizeof buf, "%02X ", b);
-        out += buf;
-    }
-    return out;
-}
-
 // Equal, or a readable account of the first difference instead of two megabytes of text.
 template <typename Text>
 ::testing::AssertionResult Same(const Text& got, const Text& want)
 {
-    if (got == want) {
-        return ::testing::AssertionSuccess();
-    }
-    std::size_t at = 0;
-    while (at < got.size() && at < want.size() && got[at] == want[at]) {
-        ++at;
-    }
-    std::size_t const from = at > 4 ? at - 4 : 0;
-    return ::testing::AssertionFailure() << "first difference at " << at << " of " << want.size() << " (got "
-                                         << got.size() << "): got " << Hex(Text(got.substr(from, 12))) << "want "
-                                         << Hex(Text(want.substr(from, 12)));
+    std::string const difference = kftest::FirstDifference(got, want);
+    return difference.empty() ? ::testing::AssertionSuccess() : ::testing::AssertionFailure() << difference;
 }
 
 // An encoding the mapping serves, with the oracle for it.
@@ -256,14 +226,6 @@ std::u16string UnitsOnlyCodeMakes()
     return out;
 }
 
-class AppEncoding {
-public:
-    explicit AppEncoding(const Served& s) : scoped_(s.app) {}
-
-private:
-    kftest::ScopedAppEncoding scoped_;
-};
-
 } // namespace
 
 TEST(LosslessUtf8, ReadsAndWritesEveryScalarValueAsItself)
@@ -273,7 +235,7 @@ TEST(LosslessUtf8, ReadsAndWritesEveryScalarValueAsItself)
     ref::EveryScalarValue(0, 0x10FFFF, bytes, units);
     for (const Served& s : kUtf8Served) {
         SCOPED_TRACE(s.name);
-        AppEncoding app(s);
+        kftest::ScopedAppEncoding app(s.app);
         EXPECT_TRUE(Same(Read(bytes, s.enc), units));
         EXPECT_TRUE(Same(Write(units, s.enc), bytes));
         // One stray byte or escape unit at the end: character by character.
@@ -288,7 +250,7 @@ TEST(LosslessUtf8, ReadsEveryIllFormedByteAsItsOwnEscape)
     std::u16string const want = ref::DecodeEscaping(bytes);
     for (const Served& s : kUtf8Served) {
         SCOPED_TRACE(s.name);
-        AppEncoding app(s);
+        kftest::ScopedAppEncoding app(s.app);
         EXPECT_TRUE(Same(Read(bytes, s.enc), want));
         // Cut at the end of the text: every byte of a truncated sequence stands alone.
         for (const char* whole : {"\xC2\x80", "\xDF\xBF", "\xE0\xA0\x80", "\xED\x9F\xBF", "\xEF\xBF\xBF",
@@ -313,7 +275,7 @@ TEST(LosslessUtf8, WritesWhatItCannotHoldAsQuestionMarksAndEscapesOnlyWhereTheyR
     std::string const want = Utf8Written(units);
     for (const Served& s : kUtf8Served) {
         SCOPED_TRACE(s.name);
-        AppEncoding app(s);
+        kftest::ScopedAppEncoding app(s.app);
         std::string const written = Write(units, s.enc);
         EXPECT_TRUE(Same(written, want));
         // Whatever was written as a byte reads back as the unit it came from.
@@ -341,7 +303,7 @@ TEST(LosslessSingleByte, ReadsAndWritesAsThePlatformConverterDoesByteForByte)
     std::u16string const fromCode = UnitsOnlyCodeMakes();
     for (const Served& s : kSingleByteServed) {
         SCOPED_TRACE(s.name);
-        AppEncoding app(s);
+        kftest::ScopedAppEncoding app(s.app);
         const SingleByteOracle oracle(s.platformName);
         std::u16string const read = oracle.Read(every);
         EXPECT_EQ(Hex(Read(every, s.enc)), Hex(read));
