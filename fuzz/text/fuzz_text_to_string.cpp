@@ -38,7 +38,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     // An exact-size copy, so that any read past the text is caught.
     const std::vector<std::uint8_t> text(in.Rest(), in.Rest() + in.RestSize());
     const Outcome fast = Decode(kftest::kRoutes[0], text.data(), unsigned(text.size()), detect, fallback);
-    textfuzz::Check(fast == Decode(kftest::kPlatform, text.data(), unsigned(text.size()), detect, fallback), "fast vs platform");
+    textfuzz::Check(fast == Decode(kftest::kPlatform, text.data(), unsigned(text.size()), detect, fallback),
+                    "fast vs platform");
     if (!detect) {
         KF_String::Encoding bomEncoding = KF_String::Enc_None;
         const bool hasBom = KF_String::DetectBOM(text.data(), unsigned(text.size()), bomEncoding) > 0;

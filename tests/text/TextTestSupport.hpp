@@ -8,6 +8,7 @@
 
 #include <cstdio>
 #include <ostream>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -164,6 +165,34 @@ inline Outcome ConvertOnce(const Route& route, KF_String::Encoding from, std::st
     const long code = KF_String::ConvertChangeEncoding(from, src.data(), srcBytes, to, room < 0 ? nullptr : dst.data(),
                                                        room, terminate, lossy);
     return {code, room >= 0 && code > 0 ? dst.substr(0, std::size_t(code)) : std::string()};
+}
+
+// How a route's conversion differs from the platform converters', measuring and converting into
+// rooms of every interesting size, or "" when they agree; a measured size must be the size then
+// used, and a smaller room must give -2.
+inline std::string Disagreement(const Route& route, KF_String::Encoding from, std::string_view src, long srcBytes,
+                                KF_String::Encoding to, bool terminate, bool lossy)
+{
+    const Outcome measured = ConvertOnce(kPlatform, from, src, srcBytes, to, -1, terminate, lossy);
+    const long exact = measured.code > 0 ? measured.code : long(src.size()) * 4 + 8;
+    for (long room : {-1L, exact, exact - 1, exact / 2, 0L, exact + 7}) {
+        const Outcome platform = ConvertOnce(kPlatform, from, src, srcBytes, to, room, terminate, lossy);
+        const Outcome got = ConvertOnce(route, from, src, srcBytes, to, room, terminate, lossy);
+        std::ostringstream why;
+        if (!(got == platform)) {
+            why << route.name << " gives " << got << ", the platform " << platform;
+        } else if (measured.code >= 0 && room >= measured.code && got.code != measured.code) {
+            why << "measured " << measured.code << " but used " << got.code;
+        } else if (measured.code >= 0 && room >= 0 && room < measured.code && got.code != -2) {
+            why << "too small a room gives " << got.code;
+        } else {
+            continue;
+        }
+        why << " (" << from << " -> " << to << ", room " << room << ", terminate " << terminate << ", lossy " << lossy
+            << ")";
+        return why.str();
+    }
+    return {};
 }
 
 // The bytes of a conversion without terminator, or "<code>" when it fails; measuring, converting

@@ -145,30 +145,30 @@ TEST(UnicodeEdges, CharactersAtEveryPlaceInMostlyAsciiText)
 
 TEST(UnicodeEdges, IllFormedUtf8FailsInEveryRouteAtAnyPlace)
 {
-    const char* const bad[] = {
-        "\xC0\x80",
-        "\xC1\xBF", // overlong two-byte forms
-        "\xE0\x80\x80",
-        "\xE0\x9F\xBF", // overlong three-byte forms
-        "\xF0\x80\x80\x80",
-        "\xF0\x8F\xBF\xBF", // overlong four-byte forms
-        "\xED\xA0\x80",
-        "\xED\xAF\xBF",
-        "\xED\xB0\x80",
-        "\xED\xBF\xBF", // encoded surrogates
-        "\xF4\x90\x80\x80",
-        "\xF5\x80\x80\x80",
-        "\xF8\x88\x80\x80\x80",
-        "\xFF", // beyond U+10FFFF
-        "\x80",
-        "\xBF",
-        "\xC2",
-        "\xE0\xA0",
-        "\xF0\x90\x80", // cut or stray
-        "\xC2\x7F",
-        "\xE1\x80\xC0",
-        "\xF1\x80\x80\x7F", // bad continuation
-    };
+    // Overlong two-, three- and four-byte forms, encoded surrogates, beyond U+10FFFF, cut or stray
+    // bytes, bad continuations.
+    const char* const bad[] = {"\xC0\x80",
+                               "\xC1\xBF",
+                               "\xE0\x80\x80",
+                               "\xE0\x9F\xBF",
+                               "\xF0\x80\x80\x80",
+                               "\xF0\x8F\xBF\xBF",
+                               "\xED\xA0\x80",
+                               "\xED\xAF\xBF",
+                               "\xED\xB0\x80",
+                               "\xED\xBF\xBF",
+                               "\xF4\x90\x80\x80",
+                               "\xF5\x80\x80\x80",
+                               "\xF8\x88\x80\x80\x80",
+                               "\xFF",
+                               "\x80",
+                               "\xBF",
+                               "\xC2",
+                               "\xE0\xA0",
+                               "\xF0\x90\x80",
+                               "\xC2\x7F",
+                               "\xE1\x80\xC0",
+                               "\xF1\x80\x80\x7F"};
     std::string const run(70, 'r');
     for (const Route& route : kRoutes) {
         for (const char* seq : bad) {
@@ -204,16 +204,14 @@ TEST(UnicodeEdges, LoneSurrogatesInUtf16AndSurrogateValuesInUtf32)
         std::u16string units;
         std::string utf8Lossy; // the strict conversion fails
     };
-    const Case cases[] = {
-        {u"\xD800", "?"},
-        {u"\xDBFF", "?"},
-        {u"\xDC00", "?"},
-        {u"\xDFFF", "?"},
-        {u"a\xD800", "a?"},
-        {u"\xDC00\xD800", "??"},
-        {u"\xD800\xD800\xDC00", "?\xF0\x90\x80\x80"},
-        {u"\xDBFF\xDFFF\xDFFF", "\xF4\x8F\xBF\xBF?"},
-    };
+    const Case cases[] = {{u"\xD800", "?"},
+                          {u"\xDBFF", "?"},
+                          {u"\xDC00", "?"},
+                          {u"\xDFFF", "?"},
+                          {u"a\xD800", "a?"},
+                          {u"\xDC00\xD800", "??"},
+                          {u"\xD800\xD800\xDC00", "?\xF0\x90\x80\x80"},
+                          {u"\xDBFF\xDFFF\xDFFF", "\xF4\x8F\xBF\xBF?"}};
     std::u16string const run(70, u'r');
     std::string const run8(70, 'r');
     for (const Route& route : kRoutes) {
