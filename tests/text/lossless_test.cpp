@@ -16,8 +16,10 @@
 #include <string>
 
 using namespace std::string_view_literals;
+using kftest::ConvertOnce;
 using kftest::FromU16;
 using kftest::Hex;
+using kftest::kRoutes;
 using kftest::U;
 namespace ref = kftest::utf8ref;
 
@@ -131,8 +133,21 @@ public:
             char bytes[8];
             status = U_ZERO_ERROR;
             const int32_t n = ucnv_fromUChars(cnv.get(), bytes, 8, &unit, 1, &status);
-            fromUnit_[u] = U_SUCCESS(status) && n == 1 ? bytes[0] : '?';
+            if (U_SUCCESS(status) && n == 1) {
+                fromUnit_[u] = bytes[0];
+            }
         }
+    }
+
+    // What a strict conversion of the one byte or unit gives: its unit or byte, or the failure.
+    kftest::Outcome StrictRead(unsigned char byte) const
+    {
+        return toUnit_[byte] ? kftest::Outcome{2, kftest::Utf16LE(std::u16string(1, *toUnit_[byte]))}
+                             : kftest::Outcome{-1, ""};
+    }
+    kftest::Outcome StrictWrite(char16_t unit) const
+    {
+        return fromUnit_[unit] ? kftest::Outcome{1, std::string(1, *fromUnit_[unit])} : kftest::Outcome{-1, ""};
     }
 
     std::u16string Read(std::string_view bytes) const
@@ -155,7 +170,7 @@ public:
                 out += toUnit_[u - kEscape] ? '?' : char(u - kEscape);
                 continue;
             }
-            out += fromUnit_[u];
+            out += fromUnit_[u].value_or('?');
             if (u >= 0xD800 && u <= 0xDBFF && i + 1 < units.size() && units[i + 1] >= 0xDC00 &&
                 units[i + 1] <= 0xDFFF) {
                 ++i;
@@ -166,7 +181,7 @@ public:
 
 private:
     std::array<std::optional<char16_t>, 256> toUnit_;
-    std::array<char, 0x10000> fromUnit_{};
+    std::array<std::optional<char>, 0x10000> fromUnit_;
 };
 
 // --- texts at the edges --------------------------------------------------------------------------
@@ -310,8 +325,21 @@ TEST(LosslessSingleByte, ReadsAndWritesAsThePlatformConverterDoesByteForByte)
         EXPECT_EQ(Hex(Write(read, s.enc)), Hex(every)) << "every byte comes back";
         EXPECT_TRUE(Same(Write(units, s.enc), oracle.Written(units)));
         EXPECT_TRUE(Same(Write(units + char16_t(0xDCFF), s.enc), oracle.Written(units + char16_t(0xDCFF))));
-        std::string const written = Write(fromCode, s.enc);
-        EXPECT_TRUE(Same(written, oracle.Written(fromCode)));
+        EXPECT_TRUE(Same(Write(fromCode, s.enc), oracle.Written(fromCode)));
+        // Under the mapping, the strict conversions of one byte or unit at a time (so that a
+        // single unmappable one cannot hide behind another).
+        for (unsigned u = 0; u < 0x10000; ++u) {
+            std::string const one = kftest::Utf16LE(std::u16string(1, char16_t(u)));
+            ASSERT_EQ(ConvertOnce(kRoutes[0], E::Enc_UTF16LE, one, 2, s.enc, 8, false, false),
+                      oracle.StrictWrite(char16_t(u)))
+                << "unit " << std::hex << u;
+        }
+        for (int b = 0; b < 256; ++b) {
+            ASSERT_EQ(
+                ConvertOnce(kRoutes[0], s.enc, every.substr(std::size_t(b), 1), 1, E::Enc_UTF16LE, 8, false, false),
+                oracle.StrictRead(static_cast<unsigned char>(b)))
+                << "byte " << b;
+        }
     }
 }
 

@@ -122,32 +122,3 @@ TEST(FastPaths, RandomTextsInEveryPairOfEncodings)
         }
     }
 }
-TEST(FastPaths, SingleByteTablesCoverTheWholeBMP)
-{
-    std::u16string every;
-    for (unsigned u = 0; u < 0x10000; ++u) {
-        every += char16_t(u);
-    }
-    std::string const le = kftest::Utf16LE(every);
-    const Route& fast = kftest::kRoutes[0];
-    for (E::Encoding enc : {E::Enc_ASCII, E::Enc_MacRoman, E::Enc_WinLatin1, E::Enc_ISOLatin1}) {
-        SCOPED_TRACE(int(enc));
-        for (long room : {-1L, long(le.size())}) {
-            EXPECT_EQ(ConvertOnce(fast, E::Enc_UTF16LE, le, long(le.size()), enc, room, false, true),
-                      ConvertOnce(kPlatform, E::Enc_UTF16LE, le, long(le.size()), enc, room, false, true));
-        }
-        // One unit or byte at a time, so that a single unmappable one cannot hide behind another.
-        for (unsigned u = 0; u < 0x10000; u += 1) {
-            std::string const one = le.substr(2 * u, 2);
-            ASSERT_EQ(ConvertOnce(fast, E::Enc_UTF16LE, one, 2, enc, 8, false, false),
-                      ConvertOnce(kPlatform, E::Enc_UTF16LE, one, 2, enc, 8, false, false))
-                << "unit " << std::hex << u;
-        }
-        for (int b = 0; b < 256; ++b) {
-            std::string const one(1, char(b));
-            ASSERT_EQ(ConvertOnce(fast, enc, one, 1, E::Enc_UTF16LE, 8, false, false),
-                      ConvertOnce(kPlatform, enc, one, 1, E::Enc_UTF16LE, 8, false, false))
-                << "byte " << b;
-        }
-    }
-}
