@@ -271,14 +271,9 @@ TEST(LosslessUtf8, ReadsEveryIllFormedByteAsItsOwnEscape)
         for (const char* whole : {"\xC2\x80", "\xDF\xBF", "\xE0\xA0\x80", "\xED\x9F\xBF", "\xEF\xBF\xBF",
                                   "\xF0\x90\x80\x80", "\xF4\x8F\xBF\xBF"}) {
             std::string const full(whole);
-            EXPECT_EQ(Hex(Read("a" + full, s.enc)), Hex(u"a" + ref::DecodeEscaping(full)));
-            for (std::size_t cut = 1; cut < full.size(); ++cut) {
+            for (std::size_t cut = 1; cut <= full.size(); ++cut) {
                 std::string const part = "a" + full.substr(0, cut);
-                std::u16string escaped = u"a";
-                for (std::size_t k = 0; k < cut; ++k) {
-                    escaped += char16_t(kEscape + static_cast<unsigned char>(full[k]));
-                }
-                EXPECT_EQ(Hex(Read(part, s.enc)), Hex(escaped)) << Hex(part);
+                EXPECT_EQ(Hex(Read(part, s.enc)), Hex(ref::DecodeEscaping(part))) << Hex(part);
             }
         }
     }
