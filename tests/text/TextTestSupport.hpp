@@ -167,23 +167,25 @@ inline Outcome ConvertOnce(const Route& route, KF_String::Encoding from, std::st
     return {code, room >= 0 && code > 0 ? dst.substr(0, std::size_t(code)) : std::string()};
 }
 
-// How a route's conversion differs from the platform converters', measuring and converting into
-// rooms of every interesting size, or "" when they agree; a measured size must be the size then
-// used, and a smaller room must give -2.
+// How a route's conversion differs from the reference's (the platform converters') when it measures
+// and when it converts into rooms of every interesting size, or how it breaks the size rules: a
+// measured size (or failure) is what a conversion with room enough gives, and a smaller room gives
+// -2. "" when all is well.
 inline std::string Disagreement(const Route& route, KF_String::Encoding from, std::string_view src, long srcBytes,
-                                KF_String::Encoding to, bool terminate, bool lossy)
+                                KF_String::Encoding to, bool terminate, bool lossy, const Route& reference = kPlatform)
 {
-    const Outcome measured = ConvertOnce(kPlatform, from, src, srcBytes, to, -1, terminate, lossy);
+    const Outcome measured = ConvertOnce(reference, from, src, srcBytes, to, -1, terminate, lossy);
     const long exact = measured.code > 0 ? measured.code : long(src.size()) * 4 + 8;
+    const Outcome roomy = ConvertOnce(reference, from, src, srcBytes, to, exact + 7, terminate, lossy);
     for (long room : {-1L, exact, exact - 1, exact / 2, 0L, exact + 7}) {
-        const Outcome platform = ConvertOnce(kPlatform, from, src, srcBytes, to, room, terminate, lossy);
         const Outcome got = ConvertOnce(route, from, src, srcBytes, to, room, terminate, lossy);
+        const bool enough = room >= (measured.code >= 0 ? measured.code : exact);
         std::ostringstream why;
-        if (!(got == platform)) {
-            why << route.name << " gives " << got << ", the platform " << platform;
-        } else if (measured.code >= 0 && room >= measured.code && got.code != measured.code) {
-            why << "measured " << measured.code << " but used " << got.code;
-        } else if (measured.code >= 0 && room >= 0 && room < measured.code && got.code != -2) {
+        if (&route != &reference && !(got == ConvertOnce(reference, from, src, srcBytes, to, room, terminate, lossy))) {
+            why << route.name << " gives " << got << " unlike " << reference.name;
+        } else if (enough && !(got == roomy)) {
+            why << "measured " << measured << " but converted " << got;
+        } else if (measured.code >= 0 && room >= 0 && !enough && got.code != -2) {
             why << "too small a room gives " << got.code;
         } else {
             continue;
@@ -195,29 +197,15 @@ inline std::string Disagreement(const Route& route, KF_String::Encoding from, st
     return {};
 }
 
-// The bytes of a conversion without terminator, or "<code>" when it fails; measuring, converting
-// into exactly that room, into a roomy buffer and into one byte too few must all agree, else
-// the answer says how they differ.
+// The bytes of a conversion without terminator, or "<code>" when it fails, or "<what is wrong>"
+// when measuring and converting into rooms of every size disagree.
 inline std::string Converted(KF_String::Encoding from, std::string_view src, KF_String::Encoding to, bool lossy,
                              const Route& route = kRoutes[0])
 {
     const long n = long(src.size());
-    const Outcome need = ConvertOnce(route, from, src, n, to, -1, false, lossy);
-    const Outcome roomy = ConvertOnce(route, from, src, n, to, n * 4 + 16, false, lossy);
-    if (roomy.code != need.code) {
-        return "<measured " + std::to_string(need.code) + ", converted " + std::to_string(roomy.code) + ">";
-    }
-    if (need.code < 0) {
-        return "<" + std::to_string(need.code) + ">";
-    }
-    const Outcome exact = ConvertOnce(route, from, src, n, to, need.code, false, lossy);
-    if (exact != roomy) {
-        return "<exact room differs: " + Hex(exact.bytes) + ">";
-    }
-    if (need.code > 0 && ConvertOnce(route, from, src, n, to, need.code - 1, false, lossy).code != -2) {
-        return "<one byte short is not -2>";
-    }
-    return exact.bytes;
+    std::string const why = Disagreement(route, from, src, n, to, false, lossy, route);
+    const Outcome out = ConvertOnce(route, from, src, n, to, n * 4 + 16, false, lossy);
+    return !why.empty() ? "<" + why + ">" : out.code < 0 ? "<" + std::to_string(out.code) + ">" : out.bytes;
 }
 
 } // namespace kftest

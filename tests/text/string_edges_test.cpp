@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 using kftest::U;
@@ -108,10 +110,15 @@ TEST(UnicodeEdges, EveryScalarValueThroughEveryRoute)
             RouteScope scope(route);
             EXPECT_TRUE(E::IsUTF8(utf8.data(), unsigned(utf8.size()), true)) << route.name;
         }
-        EXPECT_EQ(kftest::FirstDifference(Converted(E::Enc_UTF8, utf8, E::Enc_UTF16LE, false, route), le), "")
-            << route.name;
-        EXPECT_EQ(kftest::FirstDifference(Converted(E::Enc_UTF16LE, le, E::Enc_UTF8, false, route), utf8), "")
-            << route.name;
+        // Measured, then converted into exactly that room.
+        for (const auto& [from, src, to, want] : {std::tuple{E::Enc_UTF8, &std::as_const(utf8), E::Enc_UTF16LE, &le},
+                                                  {E::Enc_UTF16LE, &le, E::Enc_UTF8, &std::as_const(utf8)}}) {
+            const long n = long(src->size());
+            EXPECT_EQ(kftest::ConvertOnce(route, from, *src, n, to, -1, false, false).code, long(want->size()))
+                << route.name;
+            const kftest::Outcome got = kftest::ConvertOnce(route, from, *src, n, to, long(want->size()), false, false);
+            EXPECT_EQ(kftest::FirstDifference(got.bytes, *want), "") << route.name;
+        }
     }
 }
 
