@@ -2,6 +2,7 @@
 // UTF-8 are what the tests' own table of well-formed sequences says, every byte read comes back
 // when written, and units that code made are never written as bytes that read back as another
 // character.
+#include "../../tests/text/TextTestSupport.hpp"
 #include "../../tests/text/Utf8Reference.hpp"
 #include "FuzzSupport.hpp"
 #include "KF_TextLossless.hpp"
@@ -9,7 +10,6 @@
 #include "HostTextEncoding.hpp"
 
 #include <string>
-#include <vector>
 
 namespace {
 
@@ -24,22 +24,6 @@ constexpr Served kServed[] = {
     {KF_String::Enc_WinLatin1, Base::AppTextEncoding::UTF8},  {KF_String::Enc_ISOLatin1, Base::AppTextEncoding::UTF8},
 };
 
-std::u16string Units(const KF_String& s)
-{
-    std::u16string out;
-    for (unsigned int i = 0; i < s.GetLength(); ++i) {
-        out += char16_t(s.Units()[i]);
-    }
-    return out;
-}
-
-KF_String FromUnits(const std::u16string& units)
-{
-    std::vector<unsigned short> copy(units.begin(), units.end());
-    copy.push_back(0);
-    return KF_String(copy.data(), unsigned(units.size()));
-}
-
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
@@ -53,7 +37,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     const KF_String read = kf::detail::KF_Text_BytesToString(bytes, served.enc);
     if (utf8) {
-        textfuzz::Check(Units(read) == kftest::utf8ref::DecodeEscaping(bytes), "read as the UTF-8 table says");
+        textfuzz::Check(kftest::U(read) == kftest::utf8ref::DecodeEscaping(bytes), "read as the UTF-8 table says");
     }
     textfuzz::Check(kf::detail::KF_Text_StringToBytes(read, served.enc) == bytes, "every byte read comes back");
 
@@ -62,9 +46,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
         units += char16_t(static_cast<unsigned char>(bytes[i]) | (static_cast<unsigned char>(bytes[i + 1]) << 8));
     }
-    std::string const written = kf::detail::KF_Text_StringToBytes(FromUnits(units), served.enc);
-    const std::u16string back = Units(kf::detail::KF_Text_BytesToString(written, served.enc));
-    textfuzz::Check(kf::detail::KF_Text_StringToBytes(FromUnits(back), served.enc) == written,
+    std::string const written = kf::detail::KF_Text_StringToBytes(kftest::FromU16(units), served.enc);
+    const std::u16string back = kftest::U(kf::detail::KF_Text_BytesToString(written, served.enc));
+    textfuzz::Check(kf::detail::KF_Text_StringToBytes(kftest::FromU16(back), served.enc) == written,
                     "what was written is written again unchanged");
     if (utf8) {
         // Unit for unit: each comes back as itself or as the "?" it was written as.

@@ -1,7 +1,7 @@
 // TextToString over arbitrary file contents, with and without detection: the same string and the
 // same detected encoding whichever conversion path runs.
+#include "../../tests/text/TextTestSupport.hpp"
 #include "FuzzSupport.hpp"
-#include "KF_TextCodec.hpp"
 
 #include "HostTextEncoding.hpp"
 
@@ -16,13 +16,13 @@ struct Outcome {
     bool operator==(const Outcome&) const = default;
 };
 
-Outcome Decode(bool fast, const std::uint8_t* bytes, unsigned int size, bool detect, KF_String::Encoding fallback)
+Outcome Decode(const kftest::Route& route, const std::uint8_t* bytes, unsigned int size, bool detect,
+               KF_String::Encoding fallback)
 {
-    kf::detail::text::SetFastPathsEnabled(fast);
+    const kftest::RouteScope scope(route);
     KF_String s;
     KF_String::Encoding const found =
         KF_String::TextToString(s, reinterpret_cast<const char*>(bytes), size, detect, fallback);
-    kf::detail::text::SetFastPathsEnabled(true);
     return {found, s.IsNull(), std::vector<unsigned short>(s.Units(), s.Units() + s.GetLength())};
 }
 
@@ -37,8 +37,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Base::SetApplicationTextEncoding((flags & 2) != 0 ? Base::AppTextEncoding::MacRoman : Base::AppTextEncoding::UTF8);
     // An exact-size copy, so that any read past the text is caught.
     const std::vector<std::uint8_t> text(in.Rest(), in.Rest() + in.RestSize());
-    const Outcome fast = Decode(true, text.data(), unsigned(text.size()), detect, fallback);
-    textfuzz::Check(fast == Decode(false, text.data(), unsigned(text.size()), detect, fallback), "fast vs platform");
+    const Outcome fast = Decode(kftest::kRoutes[0], text.data(), unsigned(text.size()), detect, fallback);
+    textfuzz::Check(fast == Decode(kftest::kPlatform, text.data(), unsigned(text.size()), detect, fallback),
+                    "fast vs platform");
     if (!detect) {
         KF_String::Encoding bomEncoding = KF_String::Enc_None;
         const bool hasBom = KF_String::DetectBOM(text.data(), unsigned(text.size()), bomEncoding) > 0;

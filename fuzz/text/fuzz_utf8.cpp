@@ -1,7 +1,7 @@
 // DetectBOM and IsUTF8 over arbitrary bytes; IsUTF8 is checked against the platform's own UTF-8
 // validation, at every level of vector instructions and with none.
+#include "../../tests/text/TextTestSupport.hpp"
 #include "FuzzSupport.hpp"
-#include "KF_TextCodec.hpp"
 
 #include <unicode/ustring.h>
 
@@ -37,13 +37,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     const bool platform = PlatformSaysUtf8(bytes.data(), size);
     const bool multi = std::any_of(bytes.begin(), bytes.end(), [](std::uint8_t b) { return b >= 0x80; });
-    using kf::detail::text::VectorLevel;
-    for (VectorLevel level : {VectorLevel::AVX2, VectorLevel::SSSE3, VectorLevel::None}) {
-        kf::detail::text::SetVectorLimit(level);
+    for (const kftest::Route& route : kftest::kRoutes) {
+        const kftest::RouteScope scope(route);
         textfuzz::Check(KF_String::IsUTF8(text, n, false) == platform, "IsUTF8 agrees with the platform");
         textfuzz::Check(KF_String::IsUTF8(text, n, true) == (platform && multi), "multibyte requirement");
     }
-    kf::detail::text::SetVectorLimit(VectorLevel::AVX2);
 
     // The terminated form reads up to the first zero byte.
     std::vector<std::uint8_t> terminated(bytes);

@@ -134,16 +134,11 @@ TEST(Scanner, ReadLongCursorRules)
 TEST(Scanner, IsIntegerAcceptsEmptyAndDash)
 {
     KF_Text_Scanner s;
-    KF_String token;
-    EXPECT_TRUE(s.IsInteger(token));
-    token = Utf8("-");
-    EXPECT_TRUE(s.IsInteger(token));
-    token = Utf8("-10");
-    EXPECT_TRUE(s.IsInteger(token));
-    token = Utf8("1-0");
-    EXPECT_FALSE(s.IsInteger(token));
-    token = kftest::FromU16(u"\u0661");
-    EXPECT_FALSE(s.IsInteger(token));
+    for (const auto& [text, integer] :
+         {std::pair{u"", true}, {u"-", true}, {u"-10", true}, {u"1-0", false}, {u"\u0661", false}}) {
+        KF_String token = kftest::FromU16(text);
+        EXPECT_EQ(s.IsInteger(token), integer) << kftest::Hex(std::u16string_view(text));
+    }
 }
 
 TEST(Scanner, ReadDoubleQuotedStringKeepsEscapes)

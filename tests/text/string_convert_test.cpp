@@ -6,6 +6,7 @@
 #include <string>
 
 using kftest::Bytes;
+using kftest::Converted;
 using kftest::FromU16;
 using kftest::U;
 using kftest::Utf8;
@@ -13,22 +14,6 @@ using kftest::Utf8;
 namespace {
 
 using E = KF_String;
-
-// Converts with a measuring call first, the way every caller does.
-std::string Convert(E::Encoding from, const std::string& src, E::Encoding to, bool lossy, long* code = nullptr)
-{
-    const long need = E::ConvertChangeEncoding(from, src.data(), long(src.size()), to, nullptr, 0, false, lossy);
-    if (code != nullptr) {
-        *code = need;
-    }
-    if (need < 0) {
-        return "<" + std::to_string(need) + ">";
-    }
-    std::string out(std::size_t(need), '\x55');
-    const long r = E::ConvertChangeEncoding(from, src.data(), long(src.size()), to, out.data(), need, false, lossy);
-    EXPECT_EQ(r, need) << "measuring and converting must agree";
-    return out;
-}
 
 std::string ToBytes(const KF_String& s, E::Encoding enc)
 {
@@ -79,19 +64,10 @@ TEST(ConvertCodes, MeasureThenConvertWithTheExactSize)
 
 TEST(ConvertCodes, LossyWritesQuestionMarksAndDecodingErrorsFail)
 {
-    long code = 0;
-    EXPECT_EQ(Convert(E::Enc_UTF8,
-                      "a\xE2\x82\xAC"
-                      "b",
-                      E::Enc_ISOLatin1, true),
-              "a?b");
-    EXPECT_EQ(Convert(E::Enc_UTF8,
-                      "a\xE2\x82\xAC"
-                      "b",
-                      E::Enc_ISOLatin1, false, &code),
-              "<-1>");
-    EXPECT_EQ(Convert(E::Enc_UTF8, "\xF0\x9F\x98\x80", E::Enc_ASCII, true), "?") << "one mark per character";
-    EXPECT_EQ(Convert(E::Enc_ASCII, "\x80", E::Enc_UTF8, true), "<-1>");
+    EXPECT_EQ(Converted(E::Enc_UTF8, "a\xE2\x82\xAC!", E::Enc_ISOLatin1, true), "a?!");
+    EXPECT_EQ(Converted(E::Enc_UTF8, "a\xE2\x82\xAC!", E::Enc_ISOLatin1, false), "<-1>");
+    EXPECT_EQ(Converted(E::Enc_UTF8, "\xF0\x9F\x98\x80", E::Enc_ASCII, true), "?") << "one mark per character";
+    EXPECT_EQ(Converted(E::Enc_ASCII, "\x80", E::Enc_UTF8, true), "<-1>");
 }
 
 TEST(ConvertRoundTrip, EveryEncodingKeepsWhatItCanHold)
