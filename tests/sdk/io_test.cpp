@@ -116,6 +116,10 @@ TEST_F(IOTest, FilesAreCreatedWrittenReadAndAppended)
     EXPECT_NE(folderAsFile.GetStatus(), NoError);
     IO::File noParent(Loc(Dir() / "no" / "such.txt"), IO::File::Create);
     EXPECT_EQ(noParent.GetStatus(), IO::FileNotFound);
+    host.Faults().Fail(kfhost::FileOp::Create, "*/b.txt", IO::DiskFull);
+    IO::File failed(Loc(Dir() / "b.txt"), IO::File::Create);
+    EXPECT_EQ(failed.GetStatus(), IO::DiskFull);
+    EXPECT_FALSE(fs::exists(Dir() / "b.txt")) << "a failed creation creates nothing";
 }
 
 bool Collect(const IO::Folder&, const IO::Name& name, bool isFolder, void* data)
