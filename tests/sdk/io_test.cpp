@@ -63,14 +63,6 @@ TEST(Location, PathOperations)
     EXPECT_STREQ(big, "/C/d é.txt");
 }
 
-TEST_F(IOTest, SpecialFolderThirteenIsTheHostsFrameworkFolder)
-{
-    IO::Location folder;
-    ASSERT_EQ(IO::FileSystem::GetSpecialLocation(IO::FileSystem::FrameworkFolder, &folder), NoError);
-    EXPECT_EQ(PathOf(folder), host.FrameworkFolder().string());
-    EXPECT_EQ(IO::FileSystem::GetSpecialLocation(99, &folder), APIERR_BADPARS);
-}
-
 TEST_F(IOTest, FilesAreCreatedWrittenReadAndAppended)
 {
     const fs::path file = Dir() / "a.txt";
@@ -124,6 +116,10 @@ TEST_F(IOTest, FilesAreCreatedWrittenReadAndAppended)
     EXPECT_NE(folderAsFile.GetStatus(), NoError);
     IO::File noParent(Loc(Dir() / "no" / "such.txt"), IO::File::Create);
     EXPECT_EQ(noParent.GetStatus(), IO::FileNotFound);
+    host.Faults().Fail(kfhost::FileOp::Create, "*/b.txt", IO::DiskFull);
+    IO::File failed(Loc(Dir() / "b.txt"), IO::File::Create);
+    EXPECT_EQ(failed.GetStatus(), IO::DiskFull);
+    EXPECT_FALSE(fs::exists(Dir() / "b.txt")) << "a failed creation creates nothing";
 }
 
 bool Collect(const IO::Folder&, const IO::Name& name, bool isFolder, void* data)
@@ -166,36 +162,6 @@ TEST_F(IOTest, FoldersAreOpenedListedInNameOrderAndEntriesDeleted)
     IO::Folder fileAsFolder(Loc(root / "b.txt"), IO::Folder::Fail);
     EXPECT_EQ(fileAsFolder.GetStatus(), IO::NotAFolder);
     EXPECT_EQ(fileAsFolder.GetType(IO::Name(U("x")), &type), IO::NotAFolder) << "a failed folder answers its status";
-}
-
-TEST_F(IOTest, FaultsFailChosenOperationsOnChosenPaths)
-{
-    const fs::path file = Dir() / "settings" / "Quadrelle.cfg";
-    fs::create_directories(file.parent_path());
-    host.Faults().Fail(kfhost::FileOp::Write, "*.cfg", IO::DiskFull);
-    host.Faults().Fail(kfhost::FileOp::Open, "*/other/*", IO::AccessDenied, -1);
-    host.Faults().Fail(kfhost::FileOp::Any, "*/any.txt", IO::Error, 2);
-
-    IO::File f(Loc(file), IO::File::Create);
-    ASSERT_EQ(f.Open(IO::File::WriteEmptyMode), NoError);
-    EXPECT_EQ(f.WriteBin("abc", 3), IO::DiskFull);
-    EXPECT_EQ(f.WriteBin("abc", 3), NoError) << "a one-shot fault is used up";
-    f.Close();
-
-    kftest::WriteFile(Dir() / "other" / "x", "x");
-    for (int i = 0; i < 3; ++i) {
-        IO::File o(Loc(Dir() / "other" / "x"), IO::File::Fail);
-        EXPECT_EQ(o.Open(IO::File::ReadMode), IO::AccessDenied) << "count -1 fails every time";
-    }
-
-    IO::File a(Loc(Dir() / "any.txt"), IO::File::Create);
-    EXPECT_EQ(a.GetStatus(), IO::Error);
-    EXPECT_FALSE(fs::exists(Dir() / "any.txt")) << "a failed creation creates nothing";
-    IO::File b(Loc(Dir() / "any.txt"), IO::File::Create);
-    EXPECT_EQ(b.GetStatus(), IO::Error);
-    IO::File c(Loc(Dir() / "any.txt"), IO::File::Create);
-    EXPECT_EQ(c.GetStatus(), NoError) << "two uses, then gone";
-    EXPECT_EQ(c.Open(IO::File::ReadMode), NoError);
 }
 
 TEST(FileErrors, SystemErrorsMapToTheHostsFileCodes)

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -127,9 +128,8 @@ TEST(HostLink, LaunchesAreRecordedAndRunOnlyWhenAsked)
         kftest::InProcessHost host;
         host.Attach();
         EXPECT_EQ(HostServices::SpawnDetached(argv), NoError);
-        ASSERT_EQ(host.Launched().size(), 1u);
-        EXPECT_EQ(host.Launched()[0], (std::vector<std::string>{"touch", marker}));
-        EXPECT_FALSE(std::filesystem::exists(marker));
+        EXPECT_EQ(host.Launched().size(), 1u);
+        EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1) << "no process started, running or ended";
     }
     kfhost::HostConfig config;
     config.launch = true;

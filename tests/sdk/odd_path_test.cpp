@@ -28,6 +28,7 @@ TEST(OddPath, TheFrameworkFolderComesBackAsItsOwnBytes)
     std::vector<char> path(needed);
     ASSERT_EQ(folder.ToUTF8POSIXPath(path.data(), UInt32(path.size())), NoError);
     EXPECT_EQ(std::string(path.data()), config.frameworkFolder.string());
+    EXPECT_EQ(IO::FileSystem::GetSpecialLocation(99, &folder), APIERR_BADPARS);
 }
 
 } // namespace
